@@ -1,0 +1,35 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVBASELIB_EXPORT_H
+#define QVBASELIB_EXPORT_H
+
+/// @def QVBASELIB_API
+/// Marks what `QvBaseLib64.dll` exports. Define `QVBASELIB_STATIC` to link its objects directly.
+#if defined(QVBASELIB_STATIC)
+#define QVBASELIB_API
+#elif defined(QVBASELIB_BUILD)
+#define QVBASELIB_API __declspec(dllexport)
+#else
+#define QVBASELIB_API __declspec(dllimport)
+#endif
+
+/// @def QVBASELIB_PRINTF
+/// Lets the compiler check a printf-style call: positions (from 1, `this` included) of the format
+/// and of the first argument, 0 when the arguments come as a list.
+#if defined(__GNUC__)
+#define QVBASELIB_PRINTF(aFormat, aFirst) __attribute__((format(gnu_printf, aFormat, aFirst)))
+#else
+#define QVBASELIB_PRINTF(aFormat, aFirst)
+#endif
+
+/// @def QVBASELIB_NODISCARD
+/// `[[nodiscard]]` where the language has it. It stands on forward declarations, because GCC does
+/// not take it beside `__declspec(dllexport)`.
+#if __cplusplus >= 201703L || (defined(_MSVC_LANG) && _MSVC_LANG >= 201703L)
+#define QVBASELIB_NODISCARD [[nodiscard]]
+#else
+#define QVBASELIB_NODISCARD
+#endif
+
+#endif

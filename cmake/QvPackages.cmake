@@ -1,0 +1,52 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Third-party packages that only our tools and tests use. Nothing is downloaded here: Debian's
+# header and source packages serve when cross-building, find_package (vcpkg, for one) on Windows.
+
+# qv_header_package(TARGET FOLDER DEBIAN_PACKAGE): an interface target for a header-only package.
+# Just its folder is linked into the build tree, since -I/usr/include would mix in Linux headers.
+function(qv_header_package target folder debian_package)
+    if(TARGET ${target})
+        return()
+    endif()
+    if(NOT EXISTS /usr/include/${folder})
+        message(FATAL_ERROR "${target} is missing: install Debian's ${debian_package}, or run "
+                            "scripts/install-packages.sh")
+    endif()
+    set(root ${CMAKE_BINARY_DIR}/packages/${debian_package})
+    file(MAKE_DIRECTORY ${root})
+    file(CREATE_LINK /usr/include/${folder} ${root}/${folder} SYMBOLIC)
+    add_library(${target} INTERFACE IMPORTED GLOBAL)
+    target_include_directories(${target} SYSTEM INTERFACE ${root})
+endfunction()
+
+# Command-line parsing and JSON, for qvctl.
+macro(qv_find_tool_packages)
+    if(NOT CMAKE_CROSSCOMPILING)
+        find_package(CLI11 CONFIG REQUIRED)
+        find_package(nlohmann_json CONFIG REQUIRED)
+    endif()
+    qv_header_package(CLI11::CLI11 CLI libcli11-dev)
+    qv_header_package(nlohmann_json::nlohmann_json nlohmann nlohmann-json3-dev)
+endmacro()
+
+# GoogleTest and GoogleMock, for the tests.
+macro(qv_find_test_packages)
+    if(NOT CMAKE_CROSSCOMPILING)
+        find_package(GTest CONFIG REQUIRED)
+    elseif(NOT EXISTS /usr/src/googletest/CMakeLists.txt)
+        message(FATAL_ERROR "GoogleTest's source is missing: install Debian's googletest, or run "
+                            "scripts/install-packages.sh")
+    else()
+        set(INSTALL_GTEST OFF)
+        set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+        add_subdirectory(
+            /usr/src/googletest ${CMAKE_BINARY_DIR}/packages/googletest EXCLUDE_FROM_ALL SYSTEM
+        )
+        if(NOT TARGET GTest::gmock_main)
+            add_library(GTest::gmock_main ALIAS gmock_main)
+            add_library(GTest::gmock ALIAS gmock)
+        endif()
+    endif()
+endmacro()

@@ -1,0 +1,96 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# How our targets are built: language level, warnings, hardening, version resource, runtime DLLs.
+
+# qv_configure_target(TARGET DESCRIPTION): what all our DLLs and programs share. Everything here is
+# private to the target; clients keep their own flags.
+function(qv_configure_target target description)
+    set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden)
+    target_compile_features(${target} PRIVATE cxx_std_17)
+    target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 WINVER=0x0601)
+
+    if(MSVC)
+        target_compile_options(${target} PRIVATE /W4 /utf-8 $<$<BOOL:${QV_WARNINGS_AS_ERRORS}>:/WX>)
+        target_link_options(${target} PRIVATE /DYNAMICBASE /NXCOMPAT /HIGHENTROPYVA)
+    else()
+        target_compile_options(
+            ${target}
+            PRIVATE -Wall -Wextra $<$<BOOL:${QV_WARNINGS_AS_ERRORS}>:-Werror>
+                    -fstack-protector-strong
+        )
+        target_compile_definitions(
+            ${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>
+        )
+        target_link_options(
+            ${target} PRIVATE -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
+        )
+    endif()
+
+    qv_add_version_resource(${target} "${description}")
+    if(TARGET QvRuntimeDlls)
+        add_dependencies(${target} QvRuntimeDlls)
+    endif()
+endfunction()
+
+# qv_add_version_resource(TARGET DESCRIPTION): a VERSIONINFO resource with the project's version.
+# The file name in it comes from the target's OUTPUT_NAME, which has to be set before.
+function(qv_add_version_resource target description)
+    get_target_property(type ${target} TYPE)
+    get_target_property(name ${target} OUTPUT_NAME)
+    if(NOT name)
+        set(name ${target})
+    endif()
+    get_target_property(suffix ${target} SUFFIX)
+    if(suffix)
+        set(QV_FILE_NAME ${name}${suffix})
+        set(QV_FILE_TYPE VFT_DRV)
+    elseif(type STREQUAL "EXECUTABLE")
+        set(QV_FILE_NAME ${name}.exe)
+        set(QV_FILE_TYPE VFT_APP)
+    else()
+        set(QV_FILE_NAME ${name}.dll)
+        set(QV_FILE_TYPE VFT_DLL)
+    endif()
+    set(QV_FILE_DESCRIPTION "${description}")
+    set(resource ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/VersionInfo.rc.in ${resource} @ONLY)
+    target_sources(${target} PRIVATE ${resource})
+endfunction()
+
+# qv_add_runtime_dlls(): copies the compiler's runtime DLLs, stripped, beside our programs and
+# installs them. CMake's own list of runtime DLLs does not know them. MSVC's come with Windows or
+# its redistributable package.
+function(qv_add_runtime_dlls)
+    if(NOT MINGW)
+        return()
+    endif()
+    set(copies)
+    foreach(name libgcc_s_seh-1.dll libssp-0.dll libstdc++-6.dll libwinpthread-1.dll)
+        execute_process(
+            COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+            OUTPUT_VARIABLE file
+            OUTPUT_STRIP_TRAILING_WHITESPACE
+        )
+        if(NOT IS_ABSOLUTE "${file}")
+            # Where a MinGW installation on Windows keeps them.
+            get_filename_component(folder ${CMAKE_CXX_COMPILER} DIRECTORY)
+            set(file ${folder}/${name})
+        endif()
+        if(NOT EXISTS "${file}")
+            continue()
+        endif()
+        set(copy ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name})
+        add_custom_command(
+            OUTPUT ${copy}
+            COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
+            COMMAND ${CMAKE_STRIP} -o ${copy} ${file}
+            DEPENDS ${file}
+            COMMENT "Copying ${name}"
+            VERBATIM
+        )
+        list(APPEND copies ${copy})
+    endforeach()
+    add_custom_target(QvRuntimeDlls ALL DEPENDS ${copies})
+    install(FILES ${copies} DESTINATION ${CMAKE_INSTALL_BINDIR})
+endfunction()

@@ -1,0 +1,76 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUSERLIB_LOG_H
+#define QVUSERLIB_LOG_H
+
+#include <atomic>
+#include <cstdio>
+
+#include "QvUserLib/BaseTypes.h"
+#include "QvUserLib/Export.h"
+
+#ifdef _MSC_VER
+#pragma warning(push)
+// The standard library's types in the private part are the same on both sides of the DLL.
+#pragma warning(disable : 4251)
+#endif
+
+namespace QvUserLib {
+
+/// A plain text log file with an optional cap on its size.
+///
+/// One object is for one thread at a time; `ErrorLog` adds a lock.
+class QVUSERLIB_API Log {
+public:
+    Log();
+
+    /// Closes the file.
+    virtual ~Log();
+
+    Log(const Log&) = delete;
+    Log& operator=(const Log&) = delete;
+
+    /// Opens a file. One that is open already is closed first.
+    ///
+    /// @param aPath     The path, in the ANSI code page.
+    /// @param aMode     The mode, as of the C library's `fopen`: "a" appends, "w" starts anew.
+    /// @param aMaxSize  The cap in bytes, 0 or less for none. A file that has reached it keeps only
+    ///                  the last quarter of its bytes: `size / 4` of them from offset
+    ///                  `size * 3 / 4`, unchanged also when the mode translates line ends. The file
+    ///                  stays whole when there is no memory for them, or when it cannot be replaced.
+    ///                  The cap works on opening only: a file grows without limit while it is open.
+    /// @retval CannotOpenFile  The file cannot be opened, or the path or the mode is null or empty.
+    virtual Result Open(const char* aPath, const char* aMode, int aMaxSize);
+
+    /// Flushes and closes the file, if one is open. Always succeeds.
+    virtual Result Close();
+
+    /// Writes one line: the expanded text, cut to 511 characters, and a line feed. A null or empty
+    /// format writes nothing and succeeds.
+    ///
+    /// @retval FileNotOpen  No file is open.
+    /// @retval ShortWrite   The file did not take all characters.
+    QVBASELIB_PRINTF(2, 3) virtual Result Write(const char* aFormat, ...);
+
+    /// Chooses whether every line is flushed to the system, and returns what was chosen before.
+    /// Off at first.
+    bool SetAutoFlush(bool aOn);
+    bool IsAutoFlush();
+
+    bool IsOpened();
+
+private:
+    // These fields and their order are part of the binary interface. They are atomic because
+    // ErrorLog asks for them outside its lock, so that reporting costs little with no file open.
+    std::atomic<std::FILE*> file_;
+    std::atomic<bool> autoFlush_;
+};
+
+}  // namespace QvUserLib
+
+#ifdef _MSC_VER
+#pragma warning(pop)
+#endif
+
+#endif

@@ -1,0 +1,139 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUSERLIB_PARAMETERREPOSITORY_H
+#define QVUSERLIB_PARAMETERREPOSITORY_H
+
+#include <map>
+#include <vector>
+
+#include "QvUserLib/BaseTypes.h"
+#include "QvUserLib/Export.h"
+#include "QvUserLib/String.h"
+
+#ifdef _MSC_VER
+#pragma warning(push)
+// The standard library's types in the private part are the same on both sides of the DLL.
+#pragma warning(disable : 4251)
+#endif
+
+namespace QvUserLib {
+
+class Parameter;
+
+/// A named, numbered set of parameters, each reached by its index, its identifier or its name.
+///
+/// The repository owns its parameters: it deletes them when they are removed and when it is
+/// destroyed. Pointers from look-ups are borrowed and valid until then. Indices run from 0 without
+/// gaps, in the order of addition; no two parameters share an identifier or a name. Names compare
+/// as 8-bit texts, case-sensitive, so names that differ only in characters which the ANSI code page
+/// lacks are equal.
+///
+/// `Add`, the removals and copying reach the look-ups through the virtual table, so that a derived
+/// class which overrides those changes these too. No locks are taken: callers serialise the use of
+/// one object. When memory is exhausted `std::bad_alloc` reaches the caller and the set is
+/// unchanged.
+class QVUSERLIB_API ParameterRepository {
+public:
+    ParameterRepository(const String& aName, unsigned long aID);
+
+    /// Copies name, identifier and every parameter, as `Parameter`'s copy constructor does: pending
+    /// changes move to the copy.
+    ParameterRepository(const ParameterRepository& aSource);
+
+    virtual ~ParameterRepository();
+
+    /// Assigns, with `Parameter::operator=`, the parameters of `aSource` to those here that have
+    /// the same identifiers. Name, identifier and membership stay.
+    const ParameterRepository& operator=(const ParameterRepository& aSource);
+
+    // The order of the virtual functions is part of the binary interface. MSVC lays out the
+    // overloads of one name in reverse order of declaration, GCC and Clang do not: to give all of
+    // them the same order, overloads stand together and are declared in reverse for MSVC.
+
+    virtual const String& GetName() const;
+    virtual unsigned long GetID() const;
+
+#ifndef _MSC_VER
+    /// The parameter with that identifier, or null.
+    virtual Parameter* GetByID(unsigned long aID);
+    virtual const Parameter* GetByID(unsigned long aID) const;
+
+    /// The parameter at that index. The form for a constant repository needs an index below
+    /// `GetCount()` and stops the process otherwise; the other one then answers null.
+    virtual Parameter* GetByIndex(unsigned long aIndex);
+    virtual const Parameter* GetByIndex(unsigned long aIndex) const;
+#else
+    virtual const Parameter* GetByID(unsigned long aID) const;
+    virtual Parameter* GetByID(unsigned long aID);
+    virtual const Parameter* GetByIndex(unsigned long aIndex) const;
+    virtual Parameter* GetByIndex(unsigned long aIndex);
+#endif
+
+    virtual unsigned long GetCount() const;
+
+    /// The index of the parameter with that identifier, or name, which has to be there: test with
+    /// `HasByID` or `HasByName` first. Otherwise the process is stopped.
+    virtual unsigned long GetIndexByID(unsigned long aID);
+    virtual unsigned long GetIndexByName(const String& aName);
+
+    virtual bool HasByID(unsigned long aID) const;
+    virtual bool HasByName(const String& aName) const;
+
+    /// Sets every parameter that is not read-only to its default; what they report is not looked
+    /// at. Always succeeds.
+    virtual Result ResetDefaults();
+
+    /// Appends a parameter and takes ownership of it. A parameter that is refused stays the
+    /// caller's.
+    ///
+    /// @retval InvalidArgument  "Error allocating memory for the parameter" (it is null, as a
+    ///                          failed allocation); "Invalid name, it must be non-empty!"; "Invalid
+    ///                          property type!" (it has no type).
+    /// @retval NotAllowed       "Parameter already exists!" (the name); "Parameter with the
+    ///                          specified identifier already exists!".
+    virtual Result Add(Parameter* aParameter);
+
+    /// Removes and deletes a parameter. Those behind it move down by one index.
+    ///
+    /// @retval NotFound  The index equals `GetCount()`; nothing is logged. An index above that
+    ///                   stops the process.
+    virtual Result RemoveByIndex(unsigned long aIndex);
+
+    /// @retval NotFound  There is none; nothing is logged.
+    virtual Result RemoveByID(unsigned long aID);
+    virtual Result RemoveByName(const String& aName);
+
+    /// Sets the value of the parameter with that identifier from the one in `aSource`. A refusal of
+    /// the value, such as by a read-only parameter, is only logged, and the call succeeds.
+    ///
+    /// @retval NotFound      One of the two is missing; nothing is logged.
+    /// @retval NotSupported  Their types differ, or are not enumeration, floating point, integer or
+    ///                       string; nothing is logged.
+    Result CopyValueByID(const ParameterRepository& aSource, unsigned long aID);
+
+    /// Removes and deletes all parameters. Always succeeds.
+    Result Reset();
+
+    void SetName(const String& aName);
+    void SetID(unsigned long aID);
+
+private:
+    void DeleteParameters();
+
+    // These fields and their order are part of the binary interface. The three containers hold the
+    // same parameters.
+    String name_;
+    unsigned long id_;
+    std::vector<Parameter*> byIndex_;
+    std::map<unsigned long, Parameter*> byId_;
+    std::map<String, Parameter*> byName_;
+};
+
+}  // namespace QvUserLib
+
+#ifdef _MSC_VER
+#pragma warning(pop)
+#endif
+
+#endif

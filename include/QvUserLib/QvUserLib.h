@@ -1,0 +1,22 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+/// @file
+/// Everything that `QvUserLib64.dll` offers.
+
+#ifndef QVUSERLIB_QVUSERLIB_H
+#define QVUSERLIB_QVUSERLIB_H
+
+#include "QvUserLib/BaseTypes.h"
+#include "QvUserLib/DeviceConnection.h"
+#include "QvUserLib/DeviceEnumerator.h"
+#include "QvUserLib/DeviceParameterRepository.h"
+#include "QvUserLib/ErrorLog.h"
+#include "QvUserLib/Log.h"
+#include "QvUserLib/Parameter.h"
+#include "QvUserLib/ParameterRepository.h"
+#include "QvUserLib/SingleInstance.h"
+#include "QvUserLib/String.h"
+#include "QvUserLib/System.h"
+
+#endif

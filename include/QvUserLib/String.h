@@ -1,0 +1,118 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUSERLIB_STRING_H
+#define QVUSERLIB_STRING_H
+
+#include <string>
+
+#include "QvUserLib/Export.h"
+
+#ifdef _MSC_VER
+#pragma warning(push)
+// The standard library's types in the private part are the same on both sides of the DLL.
+#pragma warning(disable : 4251)
+#endif
+
+namespace QvUserLib {
+
+/// One text in two forms: 8-bit in the process's ANSI code page, and UTF-16. Each constructor and
+/// assignment stores one form; the other is built from it when it is asked for, and kept.
+///
+/// A conversion carries the text up to its first zero and at most 4095 units of the result; what
+/// lies beyond is not in the other form. Characters that the code page cannot represent become its
+/// substitute character.
+///
+/// A form may be built inside a const object: several threads may read one object at the same time
+/// only when both forms have been asked for before.
+class QVUSERLIB_API String {
+public:
+    /// An empty text.
+    String();
+
+    /// The zero-terminated text, as 8-bit form. Null reads as empty, here and below.
+    String(const char* aText);  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+
+    /// The zero-terminated text, cut or padded with zero characters to exactly `aLength`
+    /// characters.
+    String(const char* aText, unsigned int aLength);
+
+    /// As the 8-bit constructors, for the UTF-16 form.
+    String(const wchar_t* aText);  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    String(const wchar_t* aText, unsigned int aLength);
+
+    /// One character.
+    String(char aCharacter);     // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    String(wchar_t aCharacter);  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+
+    /// Copies the UTF-16 form, which is built in the source first if need be, with any zeros in it.
+    /// The copy holds that form only.
+    String(const String& aOther);
+
+    /// The source's UTF-16 text from unit `aStart` to its first zero. A start beyond the end gives
+    /// an empty text.
+    String(const String& aOther, unsigned int aStart);
+
+    /// As above, then cut or padded with zeros to exactly `aCount` units.
+    String(const String& aOther, unsigned int aStart, unsigned int aCount);
+
+    virtual ~String();
+
+    /// Takes over the other's UTF-16 form, as the copy constructor does.
+    String& operator=(const String& aOther);
+
+    /// Appends the other's UTF-16 text.
+    String& operator+=(const String& aOther);
+
+    /// The length of the 8-bit form in bytes if that form is current, else that of the UTF-16 form
+    /// in units. Nothing is converted.
+    unsigned long GetLength() const;
+
+    /// Whether the text has no characters. Nothing is converted.
+    bool IsEmpty() const;
+
+    void Clear();
+
+    /// The 8-bit form. It belongs to this object and is valid until the text changes.
+    const char* GetAscii() const;
+    operator const char*() const;  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+
+    /// The UTF-16 form. It belongs to this object and is valid until the text changes.
+    const wchar_t* GetUnicode() const;
+    operator const wchar_t*()  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+        const;
+
+    /// Compare the 8-bit forms, as unsigned bytes, up to the first zero: case-sensitive and without
+    /// rules of any language.
+    bool operator==(const String& aOther) const;
+    bool operator!=(const String& aOther) const;
+    bool operator<(const String& aOther) const;
+
+    /// The 8-bit form with its ASCII letters in upper, or lower, case. Bytes from 0x80 stay.
+    std::string ToUpper() const;
+    std::string ToLower() const;
+
+    /// The 8-bit form with the first `%NAME%` in it replaced by the value of that environment
+    /// variable. Only the first pair of percent signs counts, and the value is not expanded again.
+    /// An unknown variable leaves the text as it is.
+    ///
+    /// A text without two percent signs gives an empty text: test for them first if it should stay.
+    std::string ExpandEnvironmentVariables() const;
+
+private:
+    void BuildAscii() const;
+    void BuildUnicode() const;
+
+    // These fields and their order are part of the binary interface.
+    mutable unsigned long marks_;
+    mutable std::string ascii_;
+    mutable std::wstring unicode_;
+};
+
+}  // namespace QvUserLib
+
+#ifdef _MSC_VER
+#pragma warning(pop)
+#endif
+
+#endif
