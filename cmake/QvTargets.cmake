@@ -23,7 +23,8 @@ function(qv_configure_target target description)
             ${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>
         )
         target_link_options(
-            ${target} PRIVATE -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
+            ${target} PRIVATE -fstack-protector-strong -Wl,--dynamicbase -Wl,--nxcompat
+                              -Wl,--high-entropy-va
         )
     endif()
 

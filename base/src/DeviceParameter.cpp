@@ -42,49 +42,27 @@ bool FitsField(const wchar_t (&)[Size], const wchar_t* aText) {
 
 DeviceParameter::DeviceParameter() : record_() {}
 
-unsigned long DeviceParameter::GetFlags() const {
-    return record_.flags;
-}
+unsigned long DeviceParameter::GetFlags() const { return record_.flags; }
 
-void DeviceParameter::SetFlags(unsigned long aFlags) {
-    record_.flags = aFlags;
-}
+void DeviceParameter::SetFlags(unsigned long aFlags) { record_.flags = aFlags; }
 
-DeviceParameter::Type DeviceParameter::GetType() const {
-    return static_cast<Type>(record_.type);
-}
+DeviceParameter::Type DeviceParameter::GetType() const { return static_cast<Type>(record_.type); }
 
-unsigned long DeviceParameter::GetId() const {
-    return record_.id;
-}
+unsigned long DeviceParameter::GetId() const { return record_.id; }
 
-std::wstring DeviceParameter::GetName() const {
-    return ReadField(record_.name);
-}
+std::wstring DeviceParameter::GetName() const { return ReadField(record_.name); }
 
-std::string DeviceParameter::GetDescription() const {
-    return ReadField(record_.description);
-}
+std::string DeviceParameter::GetDescription() const { return ReadField(record_.description); }
 
-std::string DeviceParameter::GetUnit() const {
-    return ReadField(record_.unit);
-}
+std::string DeviceParameter::GetUnit() const { return ReadField(record_.unit); }
 
-unsigned long DeviceParameter::GetMin() const {
-    return record_.minimum;
-}
+unsigned long DeviceParameter::GetMin() const { return record_.minimum; }
 
-unsigned long DeviceParameter::GetMax() const {
-    return record_.maximum;
-}
+unsigned long DeviceParameter::GetMax() const { return record_.maximum; }
 
-unsigned long DeviceParameter::GetDefaultDWord() const {
-    return record_.defaultValue;
-}
+unsigned long DeviceParameter::GetDefaultDWord() const { return record_.defaultValue; }
 
-unsigned long DeviceParameter::GetValueDWord() const {
-    return record_.value;
-}
+unsigned long DeviceParameter::GetValueDWord() const { return record_.value; }
 
 std::wstring DeviceParameter::GetValueName(unsigned long aIndex) const {
     if (record_.type != Enumeration) return std::wstring();

@@ -21,16 +21,10 @@ Gate::Gate() {
     ::InitializeCriticalSection(AsCriticalSection(criticalSection_));
 }
 
-Gate::~Gate() {
-    ::DeleteCriticalSection(AsCriticalSection(criticalSection_));
-}
+Gate::~Gate() { ::DeleteCriticalSection(AsCriticalSection(criticalSection_)); }
 
-void Gate::Lock() {
-    ::EnterCriticalSection(AsCriticalSection(criticalSection_));
-}
+void Gate::Lock() { ::EnterCriticalSection(AsCriticalSection(criticalSection_)); }
 
-void Gate::Unlock() {
-    ::LeaveCriticalSection(AsCriticalSection(criticalSection_));
-}
+void Gate::Unlock() { ::LeaveCriticalSection(AsCriticalSection(criticalSection_)); }
 
 }  // namespace QvBaseLib

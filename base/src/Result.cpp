@@ -46,9 +46,7 @@ Result& Result::operator=(const Result& aOther) {
     return *this;
 }
 
-Result::~Result() {
-    delete[] description_;
-}
+Result::~Result() { delete[] description_; }
 
 Result& Result::operator|=(const Result& aOther) {
     if (IsSuccess()) *this = aOther;

@@ -11,9 +11,7 @@ Shareable::Shareable() : refCount_(1) {}
 
 Shareable::~Shareable() = default;
 
-void Shareable::Lock() {
-    ::InterlockedIncrement64(&refCount_);
-}
+void Shareable::Lock() { ::InterlockedIncrement64(&refCount_); }
 
 void Shareable::Unlock() {
     if (::InterlockedDecrement64(&refCount_) == 0) OnRelease();

@@ -57,12 +57,10 @@ public:
     /// @retval Pending          The request is in flight: complete it with `GetOverlappedResult`.
     /// @return otherwise the system's error code, with "DeviceIoControl failed".
     virtual Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize, void* aOut,
-                             unsigned int aOutSize, unsigned long* aInfo,
-                             _OVERLAPPED* aOverlapped);
+                             unsigned int aOutSize, unsigned long* aInfo, _OVERLAPPED* aOverlapped);
 #else
     virtual Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize, void* aOut,
-                             unsigned int aOutSize, unsigned long* aInfo,
-                             _OVERLAPPED* aOverlapped);
+                             unsigned int aOutSize, unsigned long* aInfo, _OVERLAPPED* aOverlapped);
     virtual Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize, void* aOut,
                              unsigned int aOutSize, unsigned long aExpectedSize);
 #endif
@@ -72,7 +70,8 @@ public:
     /// @param aOut         Receives the data.
     /// @param aSize        The size of `aOut` in bytes.
     /// @param aInfo        Receives how many bytes were read.
-    /// @param aOverlapped  Null to wait, without limit. Otherwise an `OVERLAPPED`, which has to stay
+    /// @param aOverlapped  Null to wait, without limit. Otherwise an `OVERLAPPED`, which has to
+    /// stay
     ///                     valid, as the buffer, until the request has completed.
     /// @retval InvalidArgument  "aOut cannot be NULL"; "The size of read operation must be greater
     ///                          than 0 byte"; "aInfo cannot be NULL".
@@ -117,8 +116,8 @@ public:
     /// @retval NotSet  No device was open; nothing is logged.
     Result Close();
 
-    /// Gives the handle, a Win32 `HANDLE`, to the caller, who closes it; `INVALID_HANDLE_VALUE` when
-    /// no device is open. The object is not connected afterwards.
+    /// Gives the handle, a Win32 `HANDLE`, to the caller, who closes it; `INVALID_HANDLE_VALUE`
+    /// when no device is open. The object is not connected afterwards.
     void* ReleaseHandle();
 
     bool IsConnected() const;

@@ -35,8 +35,8 @@ public:
     /// @retval InvalidArgument  There is one, but `aSymLink` is null.
     virtual Result GetSymLink(unsigned int aIndex, String* aSymLink);
 
-    /// Takes the list of present interfaces of the class whose GUID `aInterfaceClass` points to. The
-    /// GUID is borrowed as long as the list is used. An earlier list is given up first.
+    /// Takes the list of present interfaces of the class whose GUID `aInterfaceClass` points to.
+    /// The GUID is borrowed as long as the list is used. An earlier list is given up first.
     ///
     /// @retval InvalidArgument  The system refused the class, or it is null.
     virtual Result Enumerate(const void* aInterfaceClass);

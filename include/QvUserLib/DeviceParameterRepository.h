@@ -27,6 +27,9 @@ public:
     DeviceParameterRepository(const DeviceParameterRepository&) = delete;
     DeviceParameterRepository& operator=(const DeviceParameterRepository&) = delete;
 
+    /// Takes over values by identifier, for instance from an earlier plain copy of this repository.
+    using ParameterRepository::operator=;
+
     /// Sends the parameters whose change mark is set, in one request. Does nothing when there are
     /// none. Only integers, strings and enumerations carry their value to the driver; numbers are
     /// cut to 32 bits, texts and names to the room in a record.

@@ -38,8 +38,9 @@ public:
     /// @param aMaxSize  The cap in bytes, 0 or less for none. A file that has reached it keeps only
     ///                  the last quarter of its bytes: `size / 4` of them from offset
     ///                  `size * 3 / 4`, unchanged also when the mode translates line ends. The file
-    ///                  stays whole when there is no memory for them, or when it cannot be replaced.
-    ///                  The cap works on opening only: a file grows without limit while it is open.
+    ///                  stays whole when there is no memory for them, or when it cannot be
+    ///                  replaced. The cap works on opening only: a file grows without limit while
+    ///                  it is open.
     /// @retval CannotOpenFile  The file cannot be opened, or the path or the mode is null or empty.
     virtual Result Open(const char* aPath, const char* aMode, int aMaxSize);
 

@@ -306,8 +306,8 @@ public:
     /// @retval NotSupported  Not a string, or the text does not read so. Nothing is logged.
     Result GetIp(unsigned char& a1, unsigned char& a2, unsigned char& a3, unsigned char& a4);
 
-    /// Reads six hexadecimal numbers with hyphens between, each cut to its low 8 bits. What `SetMac`
-    /// stores, with colons, does not read back here. A failure leaves the outputs alone.
+    /// Reads six hexadecimal numbers with hyphens between, each cut to its low 8 bits. What
+    /// `SetMac` stores, with colons, does not read back here. A failure leaves the outputs alone.
     ///
     /// @retval NotSupported  Not a string, or the text does not read so. Nothing is logged.
     Result GetMac(unsigned char& a1, unsigned char& a2, unsigned char& a3, unsigned char& a4,
@@ -318,8 +318,10 @@ private:
     Result ChangeDouble(double aValue);
     Result ChangeBool(bool aValue);
     Result ChangeString(const String& aValue);
-    Result SetMark(bool Parameter::*aMark, Result (Parameter::*aSetter)(bool), bool aOn);
-    void CopyValue(const Parameter& aSource);
+    Result SetMark(bool Parameter::* aMark, Result (Parameter::*aSetter)(bool), bool aOn);
+    void CopyTypeAndValue(const Parameter& aSource);
+    Result CopyValue(const Parameter* aSource);
+    const String& EntryOrEmpty(long long aIndex) const;
 
     // These fields and their order are part of the binary interface.
     String name_;

@@ -119,6 +119,7 @@ public:
     void SetID(unsigned long aID);
 
 private:
+    void Insert(Parameter* aParameter);
     void DeleteParameters();
 
     // These fields and their order are part of the binary interface. The three containers hold the

@@ -31,19 +31,19 @@ public:
     String();
 
     /// The zero-terminated text, as 8-bit form. Null reads as empty, here and below.
-    String(const char* aText);  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    String(const char* aText);  // NOLINT(google-explicit-constructor)
 
     /// The zero-terminated text, cut or padded with zero characters to exactly `aLength`
     /// characters.
     String(const char* aText, unsigned int aLength);
 
     /// As the 8-bit constructors, for the UTF-16 form.
-    String(const wchar_t* aText);  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    String(const wchar_t* aText);  // NOLINT(google-explicit-constructor)
     String(const wchar_t* aText, unsigned int aLength);
 
     /// One character.
-    String(char aCharacter);     // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
-    String(wchar_t aCharacter);  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    String(char aCharacter);     // NOLINT(google-explicit-constructor)
+    String(wchar_t aCharacter);  // NOLINT(google-explicit-constructor)
 
     /// Copies the UTF-16 form, which is built in the source first if need be, with any zeros in it.
     /// The copy holds that form only.
@@ -75,11 +75,11 @@ public:
 
     /// The 8-bit form. It belongs to this object and is valid until the text changes.
     const char* GetAscii() const;
-    operator const char*() const;  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    operator const char*() const;  // NOLINT(google-explicit-constructor)
 
     /// The UTF-16 form. It belongs to this object and is valid until the text changes.
     const wchar_t* GetUnicode() const;
-    operator const wchar_t*()  // NOLINT(google-explicit-constructor,hicpp-explicit-conversions)
+    operator const wchar_t*()  // NOLINT(google-explicit-constructor)
         const;
 
     /// Compare the 8-bit forms, as unsigned bytes, up to the first zero: case-sensitive and without

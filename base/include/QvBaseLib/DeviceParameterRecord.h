@@ -70,8 +70,8 @@ typedef struct QV_PARAMETER_RECORD {
     uint32_t id;                                      /**< Unique within the driver. */
     wchar_t name[QV_PARAMETER_NAME_UNITS];            /**< UTF-16, unique within the driver. */
     char description[QV_PARAMETER_DESCRIPTION_BYTES]; /**< ANSI code page. */
-    char unit[QV_PARAMETER_UNIT_BYTES];               /**< ANSI code page; of an integer, or empty. */
-    uint32_t minimum;      /**< Of an integer, inclusive; 0 for an enumeration. */
+    char unit[QV_PARAMETER_UNIT_BYTES]; /**< ANSI code page; of an integer, or empty. */
+    uint32_t minimum;                   /**< Of an integer, inclusive; 0 for an enumeration. */
     uint32_t maximum;      /**< Of an integer, inclusive; the last index of an enumeration. */
     uint32_t defaultValue; /**< Of an integer; an index of an enumeration. */
     uint32_t value;        /**< As `defaultValue`. */

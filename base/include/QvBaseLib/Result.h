@@ -64,7 +64,7 @@ public:
     Result() noexcept : code_(NotSet), description_(nullptr) {}
 
     /// Holds `aCode` without a description. Implicit, so that an operation can return a code.
-    // NOLINTNEXTLINE(google-explicit-constructor,hicpp-explicit-conversions)
+    // NOLINTNEXTLINE(google-explicit-constructor)
     Result(unsigned long aCode) noexcept : code_(aCode), description_(nullptr) {}
 
     /// Copies the code and the description. When there is no memory for the description, the copy

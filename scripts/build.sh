@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Installs what is missing and builds everything into build/PRESET.
+# Usage: scripts/build.sh [PRESET]      (default: mingw)
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+preset=${1:-mingw}
+scripts/install-packages.sh --quiet
+mkdir -p "build/$preset"
+step "Building build/$preset"
+run_quietly "build/$preset/configure.log" cmake --preset "$preset"
+run_quietly "build/$preset/build.log" cmake --build --preset "$preset"

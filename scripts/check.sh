@@ -1,0 +1,49 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Checks the sources: layout with clang-format, code with clang-tidy. A file that passed clang-tidy
+# is looked at again only when it, a header or the rules have changed.
+# Usage: scripts/check.sh [PRESET]      (default: mingw; built before)
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+preset=${1:-mingw}
+build=build/$preset
+mkdir -p "$build/tidy"
+
+sources() {
+    git ls-files -z --cached --others --exclude-standard -- "$@"
+}
+
+step "Checking the layout of the sources"
+sources '*.cpp' '*.c' '*.h' | xargs -0 clang-format-19 --dry-run --Werror
+
+step "Checking the sources with clang-tidy"
+common=$(sources '*.h' .clang-tidy scripts/check.sh | sort -z | xargs -0 sha256sum | sha256sum)
+
+# check_file FILE: one line of output at least when the file does not pass.
+check_file() {
+    local key log
+    key=$( (sha256sum "$1"; echo "$common") | sha256sum | cut -c1-32)
+    log=$build/tidy/$key
+    [[ -e "$log.passed" ]] && return 0
+    # The compile commands are GCC's, which knows its target by its name.
+    if clang-tidy-19 -p "$build" --quiet --extra-arg-before=--target=x86_64-w64-mingw32 "$1" \
+        >"$log.log" 2>&1; then
+        rm "$log.log"
+        touch "$log.passed"
+    else
+        grep -v 'warnings generated' "$log.log"
+        return 1
+    fi
+}
+export -f check_file
+export build common
+
+# Only what is compiled with the preset has compile commands.
+sources '*.cpp' '*.c' | while IFS= read -r -d '' file; do
+    if grep -qF "\"$PWD/$file\"" "$build/compile_commands.json"; then printf '%s\0' "$file"; fi
+done | xargs -0 -r -n 1 -P "$(nproc)" bash -c 'check_file "$1"' check_file

@@ -1,0 +1,24 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Builds everything, checks the sources, and runs all tests in Wine, against the sample driver too.
+# Usage: scripts/test.sh [CTEST OPTION…]      (such as -L unit, or -R Parameter)
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+source scripts/wine-environment.sh
+
+scripts/build.sh mingw
+scripts/check.sh mingw
+
+use_wine "$PWD/build/mingw"
+trap stop_wine EXIT
+stop_wine
+start_wine
+step "Installing the sample driver with two devices"
+run_quietly build/mingw/setup.log wine build/mingw/bin/QvSampleSetup.exe install --devices 2
+
+step "Testing"
+ctest --preset mingw --progress "$@" </dev/null

@@ -1,0 +1,175 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "DeviceParameterConversion.h"
+
+#include <algorithm>
+#include <string>
+
+namespace QvUserLib {
+
+using QvBaseLib::DeviceParameter;
+
+namespace {
+
+// The longest description that is sent, unit included.
+constexpr std::size_t kMaxDescriptionLength = QV_PARAMETER_DESCRIPTION_BYTES - 1;
+
+// A new text from the 8-bit form of a record's UTF-16 one.
+String AnsiText(const std::wstring& aText) { return String(String(aText.c_str()).GetAscii()); }
+
+std::unique_ptr<Parameter> MakeNamed(const DeviceParameter& aRecord) {
+    return std::make_unique<Parameter>(AnsiText(aRecord.GetName()), aRecord.GetId());
+}
+
+std::unique_ptr<Parameter> MakeInteger(const DeviceParameter& aRecord, Result& aCombined) {
+    std::unique_ptr<Parameter> parameter = MakeNamed(aRecord);
+    parameter->InitInteger(aRecord.GetDefaultDWord(), aRecord.GetMin(), aRecord.GetMax());
+
+    std::string description = aRecord.GetDescription();
+    const std::string unit = aRecord.GetUnit();
+    if (!unit.empty()) description.append(" (").append(unit).append(")");
+    aCombined |= parameter->SetDescription(String(description.c_str()));
+    aCombined |= parameter->SetInt(aRecord.GetValueDWord());
+    return parameter;
+}
+
+std::unique_ptr<Parameter> MakeEnumeration(const DeviceParameter& aRecord, Result& aCombined) {
+    std::unique_ptr<Parameter> parameter = MakeNamed(aRecord);
+    parameter->InitEnum();
+    aCombined |= parameter->SetDescription(String(aRecord.GetDescription().c_str()));
+
+    // A maximum beyond what a record holds is damaged, and may be so large that there is no end to
+    // adding entries.
+    constexpr unsigned long kLast = QV_PARAMETER_MAX_VALUE_NAMES - 1;
+    if (aRecord.GetMax() > kLast) aCombined |= Result(Code::UnexpectedSize);
+    const unsigned long last = std::min(aRecord.GetMax(), kLast);
+    for (unsigned long index = 0; index <= last; ++index) {
+        aCombined |= parameter->AddEnumValue(AnsiText(aRecord.GetValueName(index)));
+    }
+    aCombined |= parameter->SetDefaultInt(aRecord.GetDefaultDWord());
+    aCombined |= parameter->SetInt(aRecord.GetValueDWord());
+    return parameter;
+}
+
+std::unique_ptr<Parameter> MakeString(const DeviceParameter& aRecord, Result& aCombined) {
+    std::unique_ptr<Parameter> parameter = MakeNamed(aRecord);
+    parameter->InitString(AnsiText(aRecord.GetDefaultString()).GetAscii());
+    aCombined |= parameter->SetDescription(String(aRecord.GetDescription().c_str()));
+    aCombined |= parameter->SetString(String(aRecord.GetValueString().c_str()));
+    return parameter;
+}
+
+bool HasFlag(const DeviceParameter& aRecord, unsigned long aFlag) {
+    return (aRecord.GetFlags() & aFlag) != 0;
+}
+
+// Cuts the unit in parentheses off the end of a description, together with the one character before
+// it, which is the space of "description (unit)", and returns the unit. A description that does not
+// end so stays whole and has no unit.
+std::string SplitUnit(std::string& aDescription) {
+    if (aDescription.size() < 2 || aDescription.back() != ')') return std::string();
+    const std::size_t open = aDescription.rfind('(', aDescription.size() - 2);
+    if (open == std::string::npos) return std::string();
+
+    const std::string unit = aDescription.substr(open + 1, aDescription.size() - open - 2);
+    aDescription.resize(open > 0 ? open - 1 : 0);
+    return unit;
+}
+
+// The names one after another, each with its terminator, and one more zero.
+std::wstring PackEnumValueNames(const Parameter& aParameter, unsigned long& aCount) {
+    aCount = 0;
+    (void)aParameter.GetEnumValueCount(aCount);  // It is an enumeration.
+    std::wstring names;
+    for (unsigned long index = 0; index < aCount; ++index) {
+        names.append(aParameter.GetEnumValueString(index).GetUnicode());
+        names.push_back(L'\0');
+    }
+    names.push_back(L'\0');
+    return names;
+}
+
+unsigned long FlagsOf(const Parameter& aParameter) {
+    unsigned long flags = QV_PARAMETER_SENT;
+    if (aParameter.IsAdvanced()) flags |= QV_PARAMETER_ADVANCED;
+    if (aParameter.IsHidden()) flags |= QV_PARAMETER_HIDDEN;
+    if (aParameter.IsPersistent()) flags |= QV_PARAMETER_PERSISTENT;
+    if (aParameter.IsRestartRequired()) flags |= QV_PARAMETER_RESTART_REQUIRED;
+    return flags;
+}
+
+// Records hold 32 bits of a number.
+unsigned long Low32(long long aValue) { return static_cast<unsigned long>(aValue); }
+
+void FillInteger(const Parameter& aParameter, const std::string& aUnit, DeviceParameter& aRecord) {
+    long long min = 0;
+    long long max = 0;
+    (void)aParameter.GetRangeInt(min, max);  // It is an integer.
+    aRecord.InitDWord(Low32(min), Low32(max), Low32(aParameter.GetDefaultInt()), aUnit.c_str());
+    (void)aRecord.SetValue(Low32(aParameter.GetInt()));  // An integer record takes any number.
+}
+
+void FillEnumeration(const Parameter& aParameter, DeviceParameter& aRecord) {
+    unsigned long count = 0;
+    const std::wstring names = PackEnumValueNames(aParameter, count);
+    aRecord.InitEnum(count, names.c_str(), Low32(aParameter.GetDefaultInt()));
+    (void)aRecord.SetValue(Low32(aParameter.GetInt()));  // Neither does this check the number.
+}
+
+void FillString(const Parameter& aParameter, DeviceParameter& aRecord) {
+    aRecord.InitString(aParameter.GetDefaultString().GetUnicode());
+    // A text that the record cannot hold is refused; the record is sent as it stands.
+    (void)aRecord.SetValue(aParameter.GetString().GetUnicode());
+}
+
+}  // namespace
+
+bool HasKnownType(const DeviceParameter& aRecord) {
+    const DeviceParameter::Type type = aRecord.GetType();
+    return type == DeviceParameter::Integer || type == DeviceParameter::Enumeration ||
+           type == DeviceParameter::String;
+}
+
+std::unique_ptr<Parameter> MakeParameter(const DeviceParameter& aRecord, Result& aCombined) {
+    if (aRecord.GetType() == DeviceParameter::Integer) return MakeInteger(aRecord, aCombined);
+    if (aRecord.GetType() == DeviceParameter::String) return MakeString(aRecord, aCombined);
+    return MakeEnumeration(aRecord, aCombined);
+}
+
+Result SetMarks(Parameter* aParameter, const DeviceParameter& aRecord) {
+    Result combined = aParameter->SetAdvanced(HasFlag(aRecord, QV_PARAMETER_ADVANCED));
+    combined |= aParameter->SetHidden(HasFlag(aRecord, QV_PARAMETER_HIDDEN));
+    combined |= aParameter->SetPersistent(HasFlag(aRecord, QV_PARAMETER_PERSISTENT));
+    combined |= aParameter->SetReadOnly(HasFlag(aRecord, QV_PARAMETER_READ_ONLY));
+    combined |= aParameter->SetRestartRequired(HasFlag(aRecord, QV_PARAMETER_RESTART_REQUIRED));
+    combined |= aParameter->SetVolatile(HasFlag(aRecord, QV_PARAMETER_VOLATILE));
+    return combined;
+}
+
+void MarkUnchanged(const Parameter* aParameter) { (void)aParameter->HasChanged(/*aReset=*/true); }
+
+void FillRecord(const Parameter& aParameter, DeviceParameter& aRecord) {
+    std::string description =
+        std::string(aParameter.GetDescription().GetAscii()).substr(0, kMaxDescriptionLength);
+    const bool isInteger = aParameter.GetType() == Parameter::TypeInteger;
+    const std::string unit = isInteger ? SplitUnit(description) : std::string();
+
+    aRecord.InitCommon(aParameter.GetID(), aParameter.GetName().GetUnicode(), description.c_str());
+    aRecord.SetFlags(FlagsOf(aParameter));
+    switch (aParameter.GetType()) {
+        case Parameter::TypeInteger:
+            FillInteger(aParameter, unit, aRecord);
+            break;
+        case Parameter::TypeString:
+            FillString(aParameter, aRecord);
+            break;
+        case Parameter::TypeEnumeration:
+            FillEnumeration(aParameter, aRecord);
+            break;
+        default:
+            break;
+    }
+}
+
+}  // namespace QvUserLib

@@ -1,0 +1,148 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/DeviceParameterRepository.h"
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include "DeviceParameterConversion.h"
+#include "QvBaseLib/DeviceParameter.h"
+#include "QvUserLib/DeviceConnection.h"
+#include "QvUserLib/Parameter.h"
+#include "ReportError.h"
+
+namespace QvUserLib {
+
+using QvBaseLib::DeviceParameter;
+
+namespace {
+
+constexpr char kSource[] = ".\\DeviceParameterRepository";
+
+Result FailForMemory(unsigned long aLine) {
+    return ReportError(Result(Code::OutOfMemory), kSource, aLine, "Not enough memory");
+}
+
+// Room for records, all zero as default-constructed ones are. The system hands out large blocks
+// cleared, so a driver that claims a huge size costs no time here.
+class RecordBuffer {
+public:
+    explicit RecordBuffer(std::size_t aSize)
+        : records_(static_cast<DeviceParameter*>(std::calloc(aSize > 0 ? aSize : 1, 1))) {}
+    ~RecordBuffer() { std::free(records_); }
+
+    RecordBuffer(const RecordBuffer&) = delete;
+    RecordBuffer& operator=(const RecordBuffer&) = delete;
+
+    bool IsValid() const { return records_ != nullptr; }
+    DeviceParameter* Get() const { return records_; }
+
+private:
+    DeviceParameter* records_;
+};
+
+Result AddDeviceParameters(ParameterRepository& aRepository, const DeviceParameter* aRecords,
+                           std::size_t aCount) {
+    Result combined(Code::Success);
+    Parameter* current = nullptr;
+    // Owns the current parameter as long as the repository has refused it.
+    std::unique_ptr<Parameter> refused;
+
+    for (const DeviceParameter* record = aRecords; record != aRecords + aCount; ++record) {
+        try {
+            if (HasKnownType(*record)) {
+                refused = MakeParameter(*record, combined);
+                current = refused.get();
+            }
+            // A record of unknown type acts on the parameter of the one before it.
+            const Result added = aRepository.Add(current);
+            if (added.IsSuccess()) (void)refused.release();
+            combined |= added;
+        } catch (const std::bad_alloc&) {
+            return FailForMemory(__LINE__);
+        }
+        combined |= SetMarks(current, *record);
+        MarkUnchanged(current);
+    }
+    return combined;
+}
+
+Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConnection) {
+    unsigned long size = 0;
+    const Result sized =
+        aConnection.IoControl(IOCTL_PARAMETERS_GET_SIZE, nullptr, 0, nullptr, 0, &size, nullptr);
+    if (sized.IsFailure()) return sized;
+
+    // The driver is promised all the bytes that it asked for, whole records or not.
+    const RecordBuffer records(size);
+    if (!records.IsValid()) return FailForMemory(__LINE__);
+
+    unsigned long returned = 0;
+    const Result loaded = aConnection.IoControl(IOCTL_PARAMETERS_GET, nullptr, 0, records.Get(),
+                                                size, &returned, nullptr);
+    if (loaded.IsFailure()) return loaded;
+    return AddDeviceParameters(aRepository, records.Get(), size / sizeof(DeviceParameter));
+}
+
+void FillDeviceParameters(const ParameterRepository& aRepository, DeviceParameter* aRecords,
+                          std::size_t aCount) {
+    std::size_t filled = 0;
+    for (unsigned long index = 0; index < aRepository.GetCount() && filled < aCount; ++index) {
+        const Parameter* const parameter = aRepository.GetByIndex(index);
+        if (parameter->HasChanged(/*aReset=*/true)) FillRecord(*parameter, aRecords[filled++]);
+    }
+}
+
+}  // namespace
+
+DeviceParameterRepository::DeviceParameterRepository()
+    : ParameterRepository("DeviceParameterRepository", 0xFFFFFFFF), connection_(nullptr) {}
+
+DeviceParameterRepository::~DeviceParameterRepository() = default;
+
+Result DeviceParameterRepository::Apply() {
+    if (!IsConnected()) return Result(Code::NotConnected);
+    const unsigned int count = GetChangeCount();
+    if (count == 0) return Result(Code::Success);
+
+    const std::size_t size = count * sizeof(DeviceParameter);
+    const RecordBuffer records(size);
+    if (!records.IsValid()) return FailForMemory(__LINE__);
+    try {
+        FillDeviceParameters(*this, records.Get(), count);
+    } catch (const std::bad_alloc&) {
+        return FailForMemory(__LINE__);
+    }
+
+    unsigned long returned = 0;
+    return connection_->IoControl(IOCTL_PARAMETERS_SET, records.Get(),
+                                  static_cast<unsigned int>(size), nullptr, 0, &returned, nullptr);
+}
+
+Result DeviceParameterRepository::Connect(DeviceConnection* aConnection) {
+    if (aConnection == nullptr) return Result(Code::InvalidArgument);
+    connection_ = aConnection;
+    return LoadFromDriver(*this, *connection_);
+}
+
+Result DeviceParameterRepository::Refresh() {
+    if (!IsConnected()) return Result(Code::NotConnected);
+    for (unsigned long index = GetCount(); index > 0; --index) {
+        (void)RemoveByIndex(index - 1);  // It is there.
+    }
+    return LoadFromDriver(*this, *connection_);
+}
+
+bool DeviceParameterRepository::IsConnected() const { return connection_ != nullptr; }
+
+unsigned int DeviceParameterRepository::GetChangeCount() const {
+    unsigned int count = 0;
+    for (unsigned long index = 0; index < GetCount(); ++index) {
+        if (GetByIndex(index)->HasChanged(/*aReset=*/false)) ++count;
+    }
+    return count;
+}
+
+}  // namespace QvUserLib

@@ -1,0 +1,247 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/ErrorLog.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "ExpandText.h"
+#include "QvUserLib/System.h"
+#include "ReportError.h"
+#include "WindowsApi.h"
+
+namespace QvUserLib {
+
+namespace {
+
+constexpr std::size_t kLineSize = 1024;
+constexpr std::size_t kMaxBackupLength = 259;
+constexpr int kTimeStampSize = 26;
+
+constexpr char kErrorTag[] = "ERR ";
+constexpr char kInfoTag[] = "INFO";
+
+// Marks an error on its way to the caller: what went wrong was reported before.
+constexpr char kPropagation[] = "~Error propagation";
+
+// What a line tells beside its message.
+struct Origin {
+    const Result& result;
+    const char* file;
+    unsigned long line;
+    const char* tag;
+    unsigned long thread;
+};
+
+bool IsEmptyFormat(const char* aFormat) { return aFormat == nullptr || *aFormat == '\0'; }
+
+// Copies as much of the text as fits, and returns how many characters that is.
+std::size_t CopyText(char* aOut, std::size_t aSize, const char* aText) {
+    const std::size_t length = ::strnlen(aText, aSize - 1);
+    std::memcpy(aOut, aText, length);
+    aOut[length] = '\0';
+    return length;
+}
+
+unsigned long PrintedCode(const Result& aResult) {
+    const unsigned long code = aResult.GetCode();
+    return code == ERROR_NO_MORE_ITEMS ? 0xFFFF : code & 0xFFFF;
+}
+
+// Writes everything that comes before the message, and returns where the message begins.
+char* StartLine(char (&aLine)[kLineSize], const Origin& aOrigin) {
+    char time[kTimeStampSize];
+    GetDateTime(time, sizeof time);
+    const int length = std::snprintf(
+        aLine, kLineSize, "%s [0x%lx] [0x%lx] %s(%lu) %s - ", time, PrintedCode(aOrigin.result),
+        aOrigin.thread, aOrigin.file != nullptr ? aOrigin.file : "", aOrigin.line, aOrigin.tag);
+    return aLine +
+           std::min<std::size_t>(static_cast<std::size_t>(std::max(length, 0)), kLineSize - 1);
+}
+
+// Composes a line with an expanded message. Returns where the message begins.
+const char* ComposeLine(char (&aLine)[kLineSize], const Origin& aOrigin, const char* aFormat,
+                        va_list aArguments) {
+    char* const message = StartLine(aLine, aOrigin);
+    ExpandText(message, static_cast<std::size_t>(aLine + kLineSize - message), aFormat, aArguments);
+    return message;
+}
+
+// Composes a line with a message that was expanded before.
+void ComposeLine(char (&aLine)[kLineSize], const Origin& aOrigin, const char* aMessage) {
+    aLine[0] = '\0';
+    if (*aMessage == '\0') return;
+    char* const message = StartLine(aLine, aOrigin);
+    CopyText(message, static_cast<std::size_t>(aLine + kLineSize - message), aMessage);
+}
+
+// Built when the library loads, so that it is there before anything can fail.
+ErrorLog theErrorLog;
+
+}  // namespace
+
+ErrorLog& ErrorLog::GetErrorLog() { return theErrorLog; }
+
+ErrorLog::ErrorLog() : newest_(0), hasEntries_(false) {
+    for (Record& record : records_) {
+        record.result = Result(Code::Success);
+        record.message[0] = '\0';
+        record.file[0] = '\0';
+        record.line = 0;
+        record.thread = 0;
+    }
+}
+
+ErrorLog::~ErrorLog() = default;
+
+Result ErrorLog::Close() {
+    const GateGuard guard(gate_);
+    return Log::Close();
+}
+
+Result ErrorLog::Open(const char* aPath) {
+    const GateGuard guard(gate_);
+    if (IsOpened()) return Result(Code::AlreadyOpen);
+    if (aPath == nullptr) return Result(Code::CannotOpenFile);
+
+    char backup[kMaxBackupLength + 1];
+    std::snprintf(backup, sizeof backup, "%s.bak", aPath);
+    // There may be no earlier file, and a log that starts anew is worth more than none.
+    ::CopyFileA(aPath, backup, /*bFailIfExists=*/FALSE);
+    ::DeleteFileA(aPath);
+    return Log::Open(aPath, "w", 0);
+}
+
+// NOLINTBEGIN(performance-unnecessary-value-param): the interface passes results by value.
+
+Result ErrorLog::WriteError(Result aResult, const char* aFile, unsigned long aLine,
+                            const char* aFormat, ...) {
+    va_list arguments;
+    va_start(arguments, aFormat);
+    const Result written = WriteErrorArg(aResult, aFile, aLine, aFormat, arguments);
+    va_end(arguments);
+    return written;
+}
+
+Result ErrorLog::WriteErrorArg(Result aResult, const char* aFile, unsigned long aLine,
+                               const char* aFormat, char*& aArguments) {
+    if (IsEmptyFormat(aFormat)) return Result(Code::Success);
+
+    char text[kLineSize];
+    if (IsOpened()) {
+        const Origin origin = {aResult, aFile, aLine, kErrorTag, ::GetCurrentThreadId()};
+        const char* const message = ComposeLine(text, origin, aFormat, aArguments);
+        const GateGuard guard(gate_);
+        const Result written = WriteLine(text);
+        AddRecord(aResult, aFile, aLine, message);
+        return written;
+    }
+
+    ExpandText(text, sizeof text, aFormat, aArguments);
+    const GateGuard guard(gate_);
+    AddRecord(aResult, aFile, aLine, text);
+    return Result(Code::NotSet);
+}
+
+Result ErrorLog::WriteInfo(Result aResult, const char* aFile, unsigned long aLine,
+                           const char* aFormat, ...) {
+    if (!IsOpened()) return Result(Code::Success);
+    va_list arguments;
+    va_start(arguments, aFormat);
+    const Result written = WriteInfoArg(aResult, aFile, aLine, aFormat, arguments);
+    va_end(arguments);
+    return written;
+}
+
+Result ErrorLog::WriteInfoArg(Result aResult, const char* aFile, unsigned long aLine,
+                              const char* aFormat, char*& aArguments) {
+    if (IsEmptyFormat(aFormat)) return Result(Code::Success);
+    if (!IsOpened()) return Result(Code::FileNotOpen);
+
+    char text[kLineSize];
+    const Origin origin = {aResult, aFile, aLine, kInfoTag, ::GetCurrentThreadId()};
+    ComposeLine(text, origin, aFormat, aArguments);
+    const GateGuard guard(gate_);
+    return WriteLine(text);
+}
+
+// NOLINTEND(performance-unnecessary-value-param)
+
+Result ErrorLog::GetLastError(String& aText) {
+    const GateGuard guard(gate_);
+    if (!hasEntries_) {
+        aText = String("");
+        return Result(Code::Success);
+    }
+
+    const unsigned long thread = ::GetCurrentThreadId();
+    const Record* answer = nullptr;
+    for (unsigned long age = 0; age < kRecordCount; ++age) {
+        const Record& record = records_[(newest_ + kRecordCount - age) % kRecordCount];
+        if (record.thread != thread) continue;
+        answer = &record;
+        if (std::strcmp(record.message, kPropagation) != 0) break;
+    }
+    if (answer == nullptr) answer = &records_[newest_];
+
+    aText = String(answer->message);
+    return answer->result;
+}
+
+Result ErrorLog::DumpLastError() {
+    const GateGuard guard(gate_);
+    if (!IsOpened() || !hasEntries_) return Result(Code::Success);
+
+    Result written(Code::Success);
+    for (unsigned long age = 0; age < kRecordCount && written.IsSuccess(); ++age) {
+        const Record& record = records_[(newest_ + kRecordCount - age) % kRecordCount];
+        if (record.thread == 0) break;
+        char text[kLineSize];
+        const Origin origin = {record.result, record.file, record.line, kErrorTag, record.thread};
+        ComposeLine(text, origin, record.message);
+        written = WriteLine(text);
+    }
+    return written;
+}
+
+// The line passes Log::Write as a format, which makes `%%` one percent sign. There are no arguments
+// for any other conversion: each of those is escaped, so that it stays as it is written.
+Result ErrorLog::WriteLine(const char* aLine) {
+    char format[2 * kLineSize];
+    char* out = format;
+    for (const char* in = aLine; *in != '\0'; ++in) {
+        *out++ = *in;
+        if (*in != '%') continue;
+        *out++ = '%';
+        if (in[1] == '%') ++in;
+    }
+    *out = '\0';
+    return Log::Write(format, /*unused=*/"");
+}
+
+void ErrorLog::AddRecord(const Result& aResult, const char* aFile, unsigned long aLine,
+                         const char* aMessage) {
+    hasEntries_ = true;
+    newest_ = (newest_ + 1) % kRecordCount;
+    Record& record = records_[newest_];
+    record.result = aResult;
+    CopyText(record.message, sizeof record.message, aMessage);
+    CopyText(record.file, sizeof record.file, aFile != nullptr ? aFile : "");
+    record.line = aLine;
+    record.thread = ::GetCurrentThreadId();
+}
+
+Result ReportError(const Result& aResult, const char* aFile, unsigned long aLine,
+                   const char* aFormat, ...) {
+    va_list arguments;
+    va_start(arguments, aFormat);
+    // The failure itself is what the caller has to know, not how logging it went.
+    (void)ErrorLog::GetErrorLog().WriteErrorArg(aResult, aFile, aLine, aFormat, arguments);
+    va_end(arguments);
+    return Result(aResult.GetCode());
+}
+
+}  // namespace QvUserLib

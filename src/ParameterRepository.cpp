@@ -1,0 +1,240 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/ParameterRepository.h"
+
+#include <cstdlib>
+#include <memory>
+#include <new>
+
+#include "QvUserLib/Parameter.h"
+#include "ReportError.h"
+
+namespace QvUserLib {
+
+namespace {
+
+constexpr char kSource[] = ".\\ParameterRepository";
+
+// The lines that stand in the error log for the checks of Add. Tools recognise them, so they stay
+// when the code moves.
+constexpr unsigned long kLineMissing = 479;
+constexpr unsigned long kLineEmptyName = 481;
+constexpr unsigned long kLineNoType = 483;
+constexpr unsigned long kLineNameExists = 486;
+constexpr unsigned long kLineIdExists = 488;
+
+Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
+    return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
+}
+
+// Names compare in their 8-bit form.
+String NameKey(const String& aName) { return String(aName.GetAscii()); }
+
+// A caller that breaks the contract of an index or a key is stopped here rather than given a
+// made-up answer.
+void Require(bool aHolds) {
+    if (!aHolds) std::abort();
+}
+
+// Null when there is no memory for the copy.
+std::unique_ptr<Parameter> CopyOf(const Parameter& aSource) {
+    try {
+        return std::make_unique<Parameter>(aSource);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+}  // namespace
+
+ParameterRepository::ParameterRepository(const String& aName, unsigned long aID)
+    : name_(aName), id_(aID) {}
+
+// The object is complete once the other constructor has run: should memory run out on the way, the
+// destructor cleans up.
+ParameterRepository::ParameterRepository(const ParameterRepository& aSource)
+    : ParameterRepository(aSource.GetName(), aSource.GetID()) {
+    for (unsigned long index = 0; index < aSource.GetCount(); ++index) {
+        std::unique_ptr<Parameter> copy = CopyOf(*aSource.GetByIndex(index));
+        // Add reports a copy that there was no memory for; the others are copied all the same.
+        if (Add(copy.get()).IsSuccess()) (void)copy.release();
+    }
+}
+
+ParameterRepository::~ParameterRepository() { DeleteParameters(); }
+
+const ParameterRepository& ParameterRepository::operator=(const ParameterRepository& aSource) {
+    for (unsigned long index = 0; index < aSource.GetCount(); ++index) {
+        const Parameter* const source = aSource.GetByIndex(index);
+        Parameter* const own = GetByID(source->GetID());
+        if (own != nullptr) *own = *source;
+    }
+    return *this;
+}
+
+const String& ParameterRepository::GetName() const { return name_; }
+
+unsigned long ParameterRepository::GetID() const { return id_; }
+
+Parameter* ParameterRepository::GetByID(unsigned long aID) {
+    const auto found = byId_.find(aID);
+    return found != byId_.end() ? found->second : nullptr;
+}
+
+const Parameter* ParameterRepository::GetByID(unsigned long aID) const {
+    const auto found = byId_.find(aID);
+    return found != byId_.end() ? found->second : nullptr;
+}
+
+Parameter* ParameterRepository::GetByIndex(unsigned long aIndex) {
+    return aIndex < byIndex_.size() ? byIndex_[aIndex] : nullptr;
+}
+
+const Parameter* ParameterRepository::GetByIndex(unsigned long aIndex) const {
+    Require(aIndex < byIndex_.size());
+    return byIndex_[aIndex];
+}
+
+unsigned long ParameterRepository::GetCount() const {
+    return static_cast<unsigned long>(byIndex_.size());
+}
+
+unsigned long ParameterRepository::GetIndexByID(unsigned long aID) {
+    const auto found = byId_.find(aID);
+    Require(found != byId_.end());
+    return found->second->GetIndex();
+}
+
+unsigned long ParameterRepository::GetIndexByName(const String& aName) {
+    const auto found = byName_.find(NameKey(aName));
+    Require(found != byName_.end());
+    return found->second->GetIndex();
+}
+
+bool ParameterRepository::HasByID(unsigned long aID) const {
+    return byId_.find(aID) != byId_.end();
+}
+
+bool ParameterRepository::HasByName(const String& aName) const {
+    return byName_.find(NameKey(aName)) != byName_.end();
+}
+
+Result ParameterRepository::ResetDefaults() {
+    for (Parameter* const parameter : byIndex_) {
+        // What cannot be reset stays as it is; the parameter has logged why.
+        if (!parameter->IsReadOnly()) (void)parameter->ResetDefault();
+    }
+    return Result(Code::Success);
+}
+
+Result ParameterRepository::Add(Parameter* aParameter) {
+    if (aParameter == nullptr) {
+        return Fail(Code::InvalidArgument, kLineMissing,
+                    "Error allocating memory for the parameter");
+    }
+    if (aParameter->GetName().IsEmpty()) {
+        return Fail(Code::InvalidArgument, kLineEmptyName, "Invalid name, it must be non-empty!");
+    }
+    if (aParameter->GetType() == Parameter::TypeNone) {
+        return Fail(Code::InvalidArgument, kLineNoType, "Invalid property type!");
+    }
+    if (HasByName(aParameter->GetName())) {
+        return Fail(Code::NotAllowed, kLineNameExists, "Parameter already exists!");
+    }
+    if (HasByID(aParameter->GetID())) {
+        return Fail(Code::NotAllowed, kLineIdExists,
+                    "Parameter with the specified identifier already exists!");
+    }
+
+    Insert(aParameter);
+    return Result(Code::Success);
+}
+
+// Leaves the three containers as they were when there is no memory for all of them.
+void ParameterRepository::Insert(Parameter* aParameter) {
+    const unsigned long index = GetCount();
+    byIndex_.push_back(aParameter);
+    try {
+        const auto byId = byId_.emplace(aParameter->GetID(), aParameter).first;
+        try {
+            byName_.emplace(NameKey(aParameter->GetName()), aParameter);
+        } catch (...) {
+            byId_.erase(byId);
+            throw;
+        }
+    } catch (...) {
+        byIndex_.pop_back();
+        throw;
+    }
+    aParameter->SetIndex(index);
+}
+
+Result ParameterRepository::RemoveByIndex(unsigned long aIndex) {
+    if (aIndex == byIndex_.size()) return Result(Code::NotFound);
+    Require(aIndex < byIndex_.size());
+
+    const std::unique_ptr<Parameter> removed(byIndex_[aIndex]);
+    byId_.erase(removed->GetID());
+    byName_.erase(NameKey(removed->GetName()));
+    byIndex_.erase(byIndex_.begin() + static_cast<std::ptrdiff_t>(aIndex));
+    for (unsigned long index = aIndex; index < byIndex_.size(); ++index) {
+        byIndex_[index]->SetIndex(index);
+    }
+    return Result(Code::Success);
+}
+
+Result ParameterRepository::RemoveByID(unsigned long aID) {
+    if (!HasByID(aID)) return Result(Code::NotFound);
+    return RemoveByIndex(GetIndexByID(aID));
+}
+
+Result ParameterRepository::RemoveByName(const String& aName) {
+    if (!HasByName(aName)) return Result(Code::NotFound);
+    return RemoveByIndex(GetIndexByName(NameKey(aName)));
+}
+
+Result ParameterRepository::CopyValueByID(const ParameterRepository& aSource, unsigned long aID) {
+    const Parameter* const source = aSource.GetByID(aID);
+    if (source == nullptr) return Result(Code::NotFound);
+    Parameter* const own = GetByID(aID);
+    if (own == nullptr) return Result(Code::NotFound);
+    if (source->GetType() != own->GetType()) return Result(Code::NotSupported);
+
+    // A refused value counts as copied: the parameter has logged why it kept its own.
+    switch (own->GetType()) {
+        case Parameter::TypeEnumeration:
+        case Parameter::TypeInteger:
+            (void)own->SetInt(source->GetInt());
+            break;
+        case Parameter::TypeDouble:
+            (void)own->SetDouble(source->GetDouble());
+            break;
+        case Parameter::TypeString:
+            (void)own->SetString(source->GetString());
+            break;
+        default:
+            return Result(Code::NotSupported);
+    }
+    return Result(Code::Success);
+}
+
+Result ParameterRepository::Reset() {
+    DeleteParameters();
+    return Result(Code::Success);
+}
+
+void ParameterRepository::SetName(const String& aName) { name_ = aName; }
+
+void ParameterRepository::SetID(unsigned long aID) { id_ = aID; }
+
+void ParameterRepository::DeleteParameters() {
+    byId_.clear();
+    byName_.clear();
+    while (!byIndex_.empty()) {
+        delete byIndex_.back();
+        byIndex_.pop_back();
+    }
+}
+
+}  // namespace QvUserLib

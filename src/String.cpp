@@ -1,0 +1,220 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/String.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstring>
+
+#include "Environment.h"
+#include "WindowsApi.h"
+
+namespace QvUserLib {
+
+namespace {
+
+// Bits of a String's marks: which of its forms is current.
+constexpr unsigned long kAsciiCurrent = 1;
+constexpr unsigned long kUnicodeCurrent = 2;
+
+// The longest text that is carried from one form to the other.
+constexpr int kMaxConverted = 4095;
+
+// No character takes more than this many units of the other form, in whatever code page.
+constexpr int kMaxUnitsPerCharacter = 4;
+
+int ToWide(const char* aText, int aLength, wchar_t* aOut, int aOutSize) {
+    return ::MultiByteToWideChar(CP_ACP, 0, aText, aLength, aOut, aOutSize);
+}
+
+int ToAnsi(const wchar_t* aText, int aLength, char* aOut, int aOutSize) {
+    return ::WideCharToMultiByte(CP_ACP, 0, aText, aLength, aOut, aOutSize, nullptr, nullptr);
+}
+
+// Converts the text up to its first zero, at most kMaxConverted units of the result.
+template <typename Target, typename Source>
+void ConvertText(const std::basic_string<Source>& aSource, std::basic_string<Target>& aTarget,
+                 int (*aConvert)(const Source*, int, Target*, int)) {
+    Target buffer[kMaxConverted + 1];
+    const int size = aConvert(aSource.c_str(), /*aLength=*/-1, buffer, kMaxConverted + 1);
+    if (size > 0) {
+        aTarget.assign(buffer, static_cast<std::size_t>(size) - 1);
+        return;
+    }
+
+    // The text is too long. What this many source units give holds all that is kept.
+    const auto length = static_cast<int>(
+        std::min<std::size_t>(aSource.find(Source()), kMaxConverted * kMaxUnitsPerCharacter));
+    std::basic_string<Target> whole(static_cast<std::size_t>(length) * kMaxUnitsPerCharacter,
+                                    Target());
+    const int converted =
+        aConvert(aSource.c_str(), length, &whole[0], static_cast<int>(whole.size()));
+    whole.resize(static_cast<std::size_t>(std::min(converted, kMaxConverted)));
+    aTarget = whole;
+}
+
+template <typename Unit>
+const Unit* OrEmpty(const Unit* aText) {
+    static const Unit kEmpty = Unit();
+    return aText != nullptr ? aText : &kEmpty;
+}
+
+// The zero-terminated text, cut or padded with zeros. Nothing behind aLength is read.
+template <typename Unit>
+std::basic_string<Unit> Resized(const Unit* aText, unsigned int aLength) {
+    const Unit* const text = OrEmpty(aText);
+    std::size_t length = 0;
+    while (length < aLength && text[length] != Unit()) ++length;
+    std::basic_string<Unit> resized(text, length);
+    resized.resize(aLength);
+    return resized;
+}
+
+template <typename Unit>
+const Unit* From(const std::basic_string<Unit>& aText, unsigned int aStart) {
+    return aText.c_str() + std::min<std::size_t>(aStart, aText.size());
+}
+
+// Bytes from 0x80 stay, whatever locale the client has set.
+std::string MapAscii(const char* aText, std::size_t aLength, int (*aMap)(int)) {
+    std::string mapped(aText, aLength);
+    for (char& character : mapped) {
+        if (static_cast<signed char>(character) >= 0) {
+            character = static_cast<char>(aMap(character));
+        }
+    }
+    return mapped;
+}
+
+}  // namespace
+
+String::String() : marks_(0) {}
+
+String::String(const char* aText) : marks_(kAsciiCurrent), ascii_(OrEmpty(aText)) {}
+
+String::String(const char* aText, unsigned int aLength)
+    : marks_(kAsciiCurrent), ascii_(Resized(aText, aLength)) {}
+
+String::String(const wchar_t* aText) : marks_(kUnicodeCurrent), unicode_(OrEmpty(aText)) {}
+
+String::String(const wchar_t* aText, unsigned int aLength)
+    : marks_(kUnicodeCurrent), unicode_(Resized(aText, aLength)) {}
+
+String::String(char aCharacter) : marks_(kAsciiCurrent), ascii_(1, aCharacter) {}
+
+String::String(wchar_t aCharacter) : marks_(kUnicodeCurrent), unicode_(1, aCharacter) {}
+
+String::String(const String& aOther) : marks_(kUnicodeCurrent) {
+    aOther.BuildUnicode();
+    unicode_ = aOther.unicode_;
+}
+
+String::String(const String& aOther, unsigned int aStart) : marks_(kUnicodeCurrent) {
+    aOther.BuildUnicode();
+    unicode_ = From(aOther.unicode_, aStart);
+}
+
+String::String(const String& aOther, unsigned int aStart, unsigned int aCount)
+    : marks_(kUnicodeCurrent) {
+    aOther.BuildUnicode();
+    unicode_ = Resized(From(aOther.unicode_, aStart), aCount);
+}
+
+String::~String() = default;
+
+String& String::operator=(const String& aOther) {
+    aOther.BuildUnicode();
+    unicode_ = aOther.unicode_;
+    marks_ = kUnicodeCurrent;
+    return *this;
+}
+
+String& String::operator+=(const String& aOther) {
+    BuildUnicode();
+    aOther.BuildUnicode();
+    unicode_ += aOther.unicode_;
+    marks_ = kUnicodeCurrent;
+    return *this;
+}
+
+unsigned long String::GetLength() const {
+    if ((marks_ & kAsciiCurrent) != 0) return static_cast<unsigned long>(ascii_.size());
+    if ((marks_ & kUnicodeCurrent) != 0) return static_cast<unsigned long>(unicode_.size());
+    return 0;
+}
+
+bool String::IsEmpty() const {
+    if ((marks_ & kAsciiCurrent) != 0 && !ascii_.empty()) return false;
+    return (marks_ & kUnicodeCurrent) == 0 || unicode_.empty();
+}
+
+void String::Clear() {
+    ascii_.clear();
+    unicode_.clear();
+    marks_ = kAsciiCurrent | kUnicodeCurrent;
+}
+
+const char* String::GetAscii() const {
+    BuildAscii();
+    return ascii_.c_str();
+}
+
+String::operator const char*() const { return GetAscii(); }
+
+const wchar_t* String::GetUnicode() const {
+    BuildUnicode();
+    return unicode_.c_str();
+}
+
+String::operator const wchar_t*() const { return GetUnicode(); }
+
+bool String::operator==(const String& aOther) const {
+    return std::strcmp(GetAscii(), aOther.GetAscii()) == 0;
+}
+
+bool String::operator!=(const String& aOther) const { return !(*this == aOther); }
+
+bool String::operator<(const String& aOther) const {
+    return std::strcmp(GetAscii(), aOther.GetAscii()) < 0;
+}
+
+std::string String::ToUpper() const {
+    BuildAscii();
+    return MapAscii(ascii_.data(), ascii_.size(), std::toupper);
+}
+
+std::string String::ToLower() const {
+    BuildAscii();
+    return MapAscii(ascii_.data(), ascii_.size(), std::tolower);
+}
+
+std::string String::ExpandEnvironmentVariables() const {
+    BuildAscii();
+    std::string expanded = ascii_;
+
+    const std::size_t first = expanded.find('%');
+    if (first == std::string::npos) return std::string();
+    const std::size_t second = expanded.find('%', first + 1);
+    if (second == std::string::npos) return std::string();
+
+    std::string value;
+    if (ReadEnvironment(expanded.substr(first + 1, second - first - 1).c_str(), &value)) {
+        expanded.replace(first, second - first + 1, value);
+    }
+    return expanded;
+}
+
+void String::BuildAscii() const {
+    if (marks_ != kUnicodeCurrent) return;
+    ConvertText(unicode_, ascii_, ToAnsi);
+    marks_ |= kAsciiCurrent;
+}
+
+void String::BuildUnicode() const {
+    if (marks_ != kAsciiCurrent) return;
+    ConvertText(ascii_, unicode_, ToWide);
+    marks_ |= kUnicodeCurrent;
+}
+
+}  // namespace QvUserLib
