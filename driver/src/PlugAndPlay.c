@@ -1,0 +1,180 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// The life of a device, from AddDevice to its removal. All of it runs at PASSIVE_LEVEL, and the
+// plug-and-play manager sends one request at a time.
+
+#include "Device.h"
+
+static void SetState(QV_DEVICE* device, QV_DEVICE_STATE state) {
+    KIRQL irql;
+    KeAcquireSpinLock(&device->lock, &irql);
+    device->state = state;
+    KeReleaseSpinLock(&device->lock, irql);
+}
+
+static void SetRemovePending(QV_DEVICE* device, BOOLEAN pending) {
+    KIRQL irql;
+    KeAcquireSpinLock(&device->lock, &irql);
+    device->removePending = pending;
+    KeReleaseSpinLock(&device->lock, irql);
+}
+
+static void InitializeDevice(QV_DEVICE* device, DEVICE_OBJECT* self, DEVICE_OBJECT* physical) {
+    RtlZeroMemory(device, sizeof(*device));
+    device->self = self;
+    device->physicalDevice = physical;
+    device->state = QvAdded;
+    KeInitializeSpinLock(&device->lock);
+    InitializeListHead(&device->pendingReads);
+    IoInitializeRemoveLock(&device->removeLock, QV_POOL_TAG, 0, 0);
+}
+
+NTSTATUS NTAPI QvSampleAddDevice(DRIVER_OBJECT* driver, DEVICE_OBJECT* physicalDevice) {
+    DEVICE_OBJECT* self = NULL;
+    QV_DEVICE* device;
+    NTSTATUS status = IoCreateDevice(driver, sizeof(QV_DEVICE), NULL, FILE_DEVICE_UNKNOWN,
+                                     FILE_DEVICE_SECURE_OPEN, /*Exclusive=*/FALSE, &self);
+    if (!NT_SUCCESS(status)) return status;
+
+    device = self->DeviceExtension;
+    InitializeDevice(device, self, physicalDevice);
+
+    status = IoRegisterDeviceInterface(physicalDevice, &GUID_DEVINTERFACE_QVSAMPLE, NULL,
+                                       &device->interfaceName);
+    if (!NT_SUCCESS(status)) {
+        IoDeleteDevice(self);
+        return status;
+    }
+    InitializeParameters(device);
+
+    device->lowerDevice = IoAttachDeviceToDeviceStack(self, physicalDevice);
+    if (device->lowerDevice == NULL) {
+        RtlFreeUnicodeString(&device->interfaceName);
+        IoDeleteDevice(self);
+        return STATUS_NO_SUCH_DEVICE;
+    }
+
+    self->Flags |= DO_BUFFERED_IO | DO_POWER_PAGABLE;
+    self->Flags &= ~DO_DEVICE_INITIALIZING;
+    return STATUS_SUCCESS;
+}
+
+// What stop, surprise removal and removal have in common. The state changes first, so that nothing
+// new begins while what is pending is ended.
+static void StopDevice(QV_DEVICE* device, QV_DEVICE_STATE state) {
+    SetState(device, state);
+    StopReadWrite(device);
+}
+
+// Runs at any IRQL up to DISPATCH_LEVEL, on any thread.
+static NTSTATUS NTAPI SignalCompletion(DEVICE_OBJECT* deviceObject, IRP* irp, void* event) {
+    UNREFERENCED_PARAMETER(deviceObject);
+
+    if (irp->PendingReturned) KeSetEvent(event, IO_NO_INCREMENT, /*Wait=*/FALSE);
+    // Stops the completion here, so that the IRP comes back to the one who waits.
+    return STATUS_MORE_PROCESSING_REQUIRED;
+}
+
+// Sends an IRP down the stack and waits until all drivers below have handled it. The IRP is ours
+// again afterwards, and still has to be completed.
+static NTSTATUS PassIrpDownAndWait(QV_DEVICE* device, IRP* irp) {
+    KEVENT event;
+    KeInitializeEvent(&event, NotificationEvent, FALSE);
+    IoCopyCurrentIrpStackLocationToNext(irp);
+    IoSetCompletionRoutine(irp, SignalCompletion, &event, TRUE, TRUE, TRUE);
+    if (IoCallDriver(device->lowerDevice, irp) == STATUS_PENDING) {
+        (void)KeWaitForSingleObject(&event, Executive, KernelMode, /*Alertable=*/FALSE, NULL);
+    }
+    return irp->IoStatus.Status;
+}
+
+// The drivers below start first. The interface comes last: from then on programs come in.
+static NTSTATUS StartDevice(QV_DEVICE* device, IRP* irp) {
+    NTSTATUS status = PassIrpDownAndWait(device, irp);
+    if (!NT_SUCCESS(status)) return status;
+
+    status = StartReadWrite(device);
+    if (!NT_SUCCESS(status)) return status;
+
+    SetState(device, QvStarted);
+    status = IoSetDeviceInterfaceState(&device->interfaceName, TRUE);
+    // Success, too, when it is on already because the device was only stopped.
+    if (NT_SUCCESS(status)) return STATUS_SUCCESS;
+
+    StopDevice(device, QvStopped);
+    return status;
+}
+
+// Fails when the interface is off already, as it is after a surprise removal.
+static void DisableInterface(QV_DEVICE* device) {
+    (void)IoSetDeviceInterfaceState(&device->interfaceName, FALSE);
+}
+
+// The plug-and-play request itself holds the device, and gives it up here for good: after the wait
+// no other request is inside the driver.
+static NTSTATUS RemoveDevice(QV_DEVICE* device, IRP* irp) {
+    NTSTATUS status;
+
+    StopDevice(device, QvRemoved);
+    DisableInterface(device);
+    IoReleaseRemoveLockAndWait(&device->removeLock, irp);
+
+    irp->IoStatus.Status = STATUS_SUCCESS;
+    status = PassIrpDown(device, irp);
+
+    IoDetachDevice(device->lowerDevice);
+    RtlFreeUnicodeString(&device->interfaceName);
+    IoDeleteDevice(device->self);
+    return status;
+}
+
+// Agrees to a request before the drivers below get it. One that this driver does not know keeps the
+// status it came with.
+//
+// Queries are agreed to without holding requests back: none of them uses a resource that would have
+// to be given up, and all can be ended at any time.
+static NTSTATUS HandleOnTheWayDown(QV_DEVICE* device, IRP* irp) {
+    switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction) {
+        case IRP_MN_QUERY_STOP_DEVICE:
+        case IRP_MN_CANCEL_STOP_DEVICE:
+            break;
+        case IRP_MN_STOP_DEVICE:
+            StopDevice(device, QvStopped);
+            break;
+        case IRP_MN_QUERY_REMOVE_DEVICE:
+            SetRemovePending(device, TRUE);
+            break;
+        case IRP_MN_CANCEL_REMOVE_DEVICE:
+            SetRemovePending(device, FALSE);
+            break;
+        case IRP_MN_SURPRISE_REMOVAL:
+            StopDevice(device, QvSurpriseRemoved);
+            DisableInterface(device);
+            break;
+        default:
+            return PassIrpDown(device, irp);
+    }
+    irp->IoStatus.Status = STATUS_SUCCESS;
+    return PassIrpDown(device, irp);
+}
+
+NTSTATUS NTAPI QvSamplePnp(DEVICE_OBJECT* deviceObject, IRP* irp) {
+    QV_DEVICE* device = deviceObject->DeviceExtension;
+    NTSTATUS status = HoldDevice(device, irp);
+    if (!NT_SUCCESS(status)) return CompleteIrp(irp, status, 0);
+
+    switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction) {
+        case IRP_MN_START_DEVICE:
+            status = StartDevice(device, irp);
+            CompleteIrp(irp, status, 0);
+            break;
+        case IRP_MN_REMOVE_DEVICE:
+            return RemoveDevice(device, irp);
+        default:
+            status = HandleOnTheWayDown(device, irp);
+            break;
+    }
+    LeaveDevice(device, irp);
+    return status;
+}
