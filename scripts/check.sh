@@ -44,6 +44,6 @@ export -f check_file
 export build common
 
 # Only what is compiled with the preset has compile commands.
-sources '*.cpp' '*.c' | while IFS= read -r -d '' file; do
+sources '*.cpp' '*.c' ':!tests' | while IFS= read -r -d '' file; do
     if grep -qF "\"$PWD/$file\"" "$build/compile_commands.json"; then printf '%s\0' "$file"; fi
 done | xargs -0 -r -n 1 -P "$(nproc)" bash -c 'check_file "$1"' check_file

@@ -73,11 +73,23 @@ private:
     OVERLAPPED own_;
 };
 
+// A request that the system refused at once leaves its OVERLAPPED reading as pending, and nothing
+// will ever complete it. This makes a later GetOverlappedResult, such as a request queue's, report
+// the refusal instead of waiting forever.
+void MarkRefused(OVERLAPPED& aOverlapped, DWORD aError) {
+    if (aOverlapped.Internal != STATUS_PENDING) return;
+    aOverlapped.Internal = static_cast<ULONG>(HRESULT_FROM_WIN32(aError));
+    aOverlapped.InternalHigh = 0;
+}
+
 // Turns the outcome of a read or write that was issued into a result, after waiting for it if it is
 // pending and not the caller's to complete.
 Result FinishTransfer(DeviceConnection& aConnection, DWORD aError, RequestOverlapped& aRequest,
                       unsigned long* aInfo) {
-    if ((aError & 0xFFFF) != ERROR_IO_PENDING) return Result(aError);
+    if ((aError & 0xFFFF) != ERROR_IO_PENDING) {
+        MarkRefused(*aRequest.Get(), aError);
+        return Result(aError);
+    }
     if (aRequest.IsCallers()) return Result(Code::Pending);
     return aConnection.GetOverlappedResult(aRequest.Get(), aInfo, /*aWait=*/true);
 }
@@ -167,6 +179,7 @@ Result DeviceConnection::IoControl(unsigned long aCode, const void* aIn, unsigne
     }
     const DWORD error = ::GetLastError();
     if (error == ERROR_IO_PENDING) return Result(Code::Pending);
+    if (aOverlapped != nullptr) MarkRefused(*aOverlapped, error);
     return ReportError(Result(error), kSource, __LINE__, "DeviceIoControl failed", error);
 }
 

@@ -115,8 +115,6 @@ Result ErrorLog::Open(const char* aPath) {
     return Log::Open(aPath, "w", 0);
 }
 
-// NOLINTBEGIN(performance-unnecessary-value-param): the interface passes results by value.
-
 Result ErrorLog::WriteError(Result aResult, const char* aFile, unsigned long aLine,
                             const char* aFormat, ...) {
     va_list arguments;
@@ -167,8 +165,6 @@ Result ErrorLog::WriteInfoArg(Result aResult, const char* aFile, unsigned long a
     const GateGuard guard(gate_);
     return WriteLine(text);
 }
-
-// NOLINTEND(performance-unnecessary-value-param)
 
 Result ErrorLog::GetLastError(String& aText) {
     const GateGuard guard(gate_);

@@ -1,0 +1,57 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUSERLIB_SYNCHRO_H
+#define QVUSERLIB_SYNCHRO_H
+
+#include "QvUserLib/BaseTypes.h"
+#include "QvUserLib/Export.h"
+
+namespace QvUserLib {
+
+/// A base for what owns one Win32 handle that can be waited for: an event, a mutex, a thread.
+///
+/// Failures go to the error log as `.\Synchro`.
+class QVUSERLIB_API Synchro {
+public:
+    Synchro(const Synchro&) = delete;
+    Synchro& operator=(const Synchro&) = delete;
+
+    // The order of the virtual functions is part of the binary interface. MSVC lays out the
+    // overloads of one name in reverse order of declaration, GCC and Clang do not: to give all of
+    // them the same order, overloads stand together and are declared in reverse for MSVC.
+
+#ifndef _MSC_VER
+    /// Waits until the handle is signalled.
+    ///
+    /// A wait that the system refuses, for a handle that is none, say, counts as a success.
+    ///
+    /// @param aTimeout  The longest wait in milliseconds; 0 only asks.
+    /// @retval InvalidHandle     "The constructor of object failed or application try to access
+    ///                           deleted object": there is no handle yet.
+    /// @retval SystemCallFailed  "Wait returned because the object was abandonned": the thread that
+    ///                           held the mutex has ended. The mutex is the caller's now.
+    /// @retval TimedOut          "Wait returned because of a time-out".
+    virtual Result WaitUntilSignaled(unsigned long aTimeout);
+
+    /// As the other form, without a limit.
+    virtual Result WaitUntilSignaled();
+#else
+    virtual Result WaitUntilSignaled();
+    virtual Result WaitUntilSignaled(unsigned long aTimeout);
+#endif
+
+protected:
+    Synchro();
+
+    /// Closes the handle, if there is one.
+    virtual ~Synchro();
+
+    // This field is part of the binary interface. A derived class stores a handle in it, which is
+    // this object's from then on; null until then.
+    void* handle_;
+};
+
+}  // namespace QvUserLib
+
+#endif

@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Builds everything, installs the sample driver in a Wine prefix of the build directory, and shows
+# the library's main use on it with the command-line tool.
+# Usage: scripts/demo.sh
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+source scripts/wine-environment.sh
+
+# qvctl ARGUMENT…: shows the command, then runs it. Each run is a process of its own, so what it
+# reads comes from the driver.
+qvctl() {
+    printf '\n$ qvctl'
+    printf ' %q' "$@"
+    printf '\n'
+    wine build/mingw/bin/qvctl.exe "$@" </dev/null
+}
+
+# expect_refusal ARGUMENT…: as qvctl, for a command that has to fail.
+expect_refusal() {
+    local code=0
+    qvctl "$@" 2>&1 || code=$?
+    if ((code != 1)); then
+        echo "error: exit code $code instead of a refusal" >&2
+        exit 1
+    fi
+    echo "(exit code $code)"
+}
+
+scripts/build.sh mingw
+
+use_wine "$PWD/build/mingw"
+trap stop_wine EXIT
+stop_wine
+step "Starting Wine in build/mingw/wine"
+start_wine
+step "Installing the sample kernel driver with two devices"
+wine build/mingw/bin/QvSampleSetup.exe install --devices 2 </dev/null
+
+step "The devices that are present"
+qvctl list
+
+step "The first device's parameters, loaded from the driver"
+qvctl reset
+qvctl show
+
+step "A value out of range is refused by the library, and nothing is sent"
+expect_refusal set SamplingInterval=-5 Gain=20
+
+step "Several values, checked one by one and sent in one request"
+qvctl set SamplingInterval=250 Gain=12 OperatingMode=Triggered "Label=Prüfstand 7"
+
+step "Shown again by a new process: the driver has kept them"
+qvctl show SamplingInterval Gain OperatingMode Label
+
+step "Done. Everything is in build/mingw; the tests are run by scripts/test.sh"

@@ -1,0 +1,176 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/Thread.h"
+
+#include <process.h>
+
+#include <atomic>
+
+#include "ReportError.h"
+#include "WindowsApi.h"
+
+namespace QvUserLib {
+
+// Written by the controlling thread and the one it started, read by any. Released and acquired, so
+// that what was written before a stop request is seen by the work that honours it.
+struct ThreadState {
+    explicit ThreadState(unsigned int aPriority)
+        : priority(aPriority), isRunning(false), isStopping(false), id(0) {}
+
+    std::atomic<unsigned int> priority;
+    std::atomic<bool> isRunning;
+    std::atomic<bool> isStopping;
+    std::atomic<unsigned int> id;
+};
+
+namespace {
+
+constexpr char kSource[] = ".\\Thread";
+
+// The lines that stand in the error log. Tools recognise them, so they stay when the code moves.
+constexpr unsigned long kLineStart = 316;
+constexpr unsigned long kLinePriority = 488;
+constexpr unsigned long kLineHasIdentifier = 539;
+constexpr unsigned long kLineIsRunning = 540;
+constexpr unsigned long kLineExitCode = 552;
+
+Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
+    const DWORD error = ::GetLastError();
+    return ReportError(Result(aCode), kSource, aLine, aMessage, error);
+}
+
+unsigned __stdcall ThreadEntry(void* aThread) {
+    return static_cast<Thread*>(aThread)->ThreadFunction().GetCode() & 0xFFFF;
+}
+
+int SystemPriority(unsigned int aLevel) {
+    switch (aLevel) {
+        case Thread::PriorityLowest:
+            return THREAD_PRIORITY_LOWEST;
+        case Thread::PriorityBelowNormal:
+            return THREAD_PRIORITY_BELOW_NORMAL;
+        case Thread::PriorityIdle:
+            return THREAD_PRIORITY_IDLE;
+        case Thread::PriorityAboveNormal:
+            return THREAD_PRIORITY_ABOVE_NORMAL;
+        case Thread::PriorityHighest:
+            return THREAD_PRIORITY_HIGHEST;
+        case Thread::PriorityTimeCritical:
+            return THREAD_PRIORITY_TIME_CRITICAL;
+        default:
+            return THREAD_PRIORITY_NORMAL;
+    }
+}
+
+// The exception by which Windows debuggers learn the name of a thread, and what it carries.
+constexpr DWORD kThreadNaming = 0x406D1388;
+struct ThreadNaming {
+    DWORD type;  // Always 0x1000.
+    const char* name;
+    DWORD thread;
+    DWORD flags;  // Always 0.
+};
+static_assert(sizeof(ThreadNaming) == 3 * sizeof(ULONG_PTR), "debuggers read three words");
+
+// A debugger sees the exception before this does. Without one it goes no further.
+LONG CALLBACK IgnoreThreadNaming(EXCEPTION_POINTERS* aException) {
+    return aException->ExceptionRecord->ExceptionCode == kThreadNaming
+               ? EXCEPTION_CONTINUE_EXECUTION
+               : EXCEPTION_CONTINUE_SEARCH;
+}
+
+}  // namespace
+
+Thread::Thread(unsigned int aPriority) : state_(new ThreadState(aPriority)) {}
+
+Thread::~Thread() {
+    // However the wait ends, there is nothing more to be waited for.
+    if (handle_ != nullptr) (void)Thread::WaitUntilSignaled();
+    delete state_;
+}
+
+Result Thread::GetExitCode() const {
+    if (state_->id.load(std::memory_order_acquire) != 0) {
+        return Fail(Code::NotAllowed, kLineHasIdentifier, "Thread does not exist!");
+    }
+    if (IsRunning()) return Fail(Code::NotAllowed, kLineIsRunning, "Thread is still running!");
+
+    DWORD exitCode = 0;
+    if (!::GetExitCodeThread(handle_, &exitCode)) {
+        return Fail(Code::NotAllowed, kLineExitCode, "Could not obtain thread exit code!");
+    }
+    return Result(exitCode);
+}
+
+unsigned int Thread::GetPriority() const {
+    return state_->priority.load(std::memory_order_acquire);
+}
+
+unsigned long Thread::GetThreadID() const { return state_->id.load(std::memory_order_acquire); }
+
+bool Thread::IsRunning() const { return state_->isRunning.load(std::memory_order_acquire); }
+
+bool Thread::IsStopping() const { return state_->isStopping.load(std::memory_order_acquire); }
+
+Result Thread::SetPriority(unsigned int aLevel) {
+    if (handle_ != nullptr && !::SetThreadPriority(handle_, SystemPriority(aLevel))) {
+        return Fail(Code::SystemCallFailed, kLinePriority, "Cannot set the thread priority");
+    }
+    state_->priority.store(aLevel, std::memory_order_release);
+    return Result(Code::Success);
+}
+
+Result Thread::StartThread() {
+    static_assert(sizeof(state_->id) == sizeof(unsigned int), "an atomic number is just a number");
+    state_->isStopping.store(false, std::memory_order_release);
+    // The system stores the identifier before the thread runs. Storing it here afterwards could
+    // undo what the thread has made of it.
+    const auto handle = _beginthreadex(nullptr, /*stack_size=*/0, ThreadEntry, this, /*initflag=*/0,
+                                       reinterpret_cast<unsigned int*>(&state_->id));
+    if (handle == 0) return Fail(Code::SystemCallFailed, kLineStart, "Cannot start system thread");
+    handle_ =
+        reinterpret_cast<HANDLE>(handle);  // NOLINT(performance-no-int-to-ptr): as documented.
+    return Result(Code::Success);
+}
+
+Result Thread::StopThread() {
+    if (handle_ == nullptr) return Result(Code::SystemCallFailed);
+    if (WaitUntilSignaled(0).GetCode() != Code::TimedOut) return Result(Code::SystemCallFailed);
+    state_->isStopping.store(true, std::memory_order_release);
+    return Result(Code::Success);
+}
+
+Result Thread::ThreadFunction() {
+    state_->isRunning.store(true, std::memory_order_release);
+    try {
+        const Result result = Execute();
+        state_->isRunning.store(false, std::memory_order_release);
+        state_->isStopping.store(false, std::memory_order_release);
+        return result;
+    } catch (...) {
+        state_->isRunning.store(false, std::memory_order_release);
+        state_->id.store(0, std::memory_order_release);
+        return Result(Code::SystemCallFailed);
+    }
+}
+
+void Thread::SetThreadName(const char* aName) {
+    const ThreadNaming naming = {0x1000, aName != nullptr ? aName : "",
+                                 state_->id.load(std::memory_order_acquire), 0};
+    void* const handler = ::AddVectoredExceptionHandler(/*First=*/1, IgnoreThreadNaming);
+    if (handler == nullptr) return;
+    ::RaiseException(kThreadNaming, /*dwExceptionFlags=*/0, sizeof naming / sizeof(ULONG_PTR),
+                     reinterpret_cast<const ULONG_PTR*>(&naming));
+    ::RemoveVectoredExceptionHandler(handler);
+}
+
+void* Thread::GetCurrentThreadHandle() { return ::GetCurrentThread(); }
+
+unsigned long Thread::GetCurrentThreadID() { return ::GetCurrentThreadId(); }
+
+void Thread::Sleep(unsigned long aTime) { ::Sleep(aTime); }
+
+long long Thread::GetTickCount() { return ::GetTickCount(); }
+
+}  // namespace QvUserLib

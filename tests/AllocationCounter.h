@@ -1,0 +1,75 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// What the library takes from the heap and gives back.
+
+#ifndef QVTESTS_ALLOCATIONCOUNTER_H
+#define QVTESTS_ALLOCATIONCOUNTER_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+
+#include "ImportPatch.h"
+
+namespace QvTests {
+
+/// Counts, as long as the object lives, the heap blocks that our DLLs take and give back, by
+/// themselves and through the C++ runtime's DLL, on whatever thread. What the test takes through
+/// the C++ runtime in the meantime counts too.
+class AllocationCounter {
+public:
+    AllocationCounter() {
+        taken_ = 0;
+        freed_ = 0;
+    }
+
+    /// Blocks taken since the object was made.
+    long Count() const { return taken_; }
+
+    /// Blocks taken and not given back yet.
+    long Live() const { return taken_ - freed_; }
+
+private:
+    static void* Taken(void* aBlock) {
+        if (aBlock != nullptr) ++taken_;
+        return aBlock;
+    }
+    static void* Malloc(std::size_t aSize) { return Taken(std::malloc(aSize)); }
+    static void* Calloc(std::size_t aCount, std::size_t aSize) {
+        return Taken(std::calloc(aCount, aSize));
+    }
+    static void* Realloc(void* aBlock, std::size_t aSize) {
+        if (aBlock != nullptr) ++freed_;
+        return Taken(std::realloc(aBlock, aSize));
+    }
+    static void Free(void* aBlock) {
+        if (aBlock != nullptr) ++freed_;
+        std::free(aBlock);
+    }
+
+    // The heap functions that one DLL imports.
+    struct Patches {
+        explicit Patches(const char* aDll)
+            : malloc("malloc", &Malloc, aDll),
+              calloc("calloc", &Calloc, aDll),
+              realloc("realloc", &Realloc, aDll),
+              free("free", &Free, aDll) {}
+
+        ImportPatch malloc;
+        ImportPatch calloc;
+        ImportPatch realloc;
+        ImportPatch free;
+    };
+
+    inline static std::atomic<long> taken_{0};
+    inline static std::atomic<long> freed_{0};
+
+    Patches library_{"QvUserLib64.dll"};
+    Patches base_{"QvBaseLib64.dll"};
+    Patches runtime_{"libstdc++-6.dll"};
+};
+
+}  // namespace QvTests
+
+#endif

@@ -1,0 +1,54 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Kernel objects that belong to a test.
+
+#ifndef QVTESTS_KERNELOBJECTS_H
+#define QVTESTS_KERNELOBJECTS_H
+
+#include <utility>
+
+#include "WindowsApi.h"
+
+namespace QvTests {
+
+/// A handle, closed in the end.
+class Handle {
+public:
+    explicit Handle(HANDLE aHandle) : handle_(aHandle) {}
+    ~Handle() { Close(); }
+
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    HANDLE Get() const { return handle_; }
+    HANDLE Release() { return std::exchange(handle_, nullptr); }
+    bool IsValid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
+    void Close() {
+        if (IsValid()) ::CloseHandle(handle_);
+        handle_ = nullptr;
+    }
+
+private:
+    HANDLE handle_;
+};
+
+/// An event that stays set. A wait for it ends with the test's time limit at the latest.
+class Event {
+public:
+    Event()
+        : handle_(
+              ::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr)) {}
+
+    void Set() const { ::SetEvent(handle_.Get()); }
+    void Wait() const { ::WaitForSingleObject(handle_.Get(), INFINITE); }
+    bool IsSet() const { return ::WaitForSingleObject(handle_.Get(), 0) == WAIT_OBJECT_0; }
+    HANDLE Get() const { return handle_.Get(); }
+
+private:
+    Handle handle_;
+};
+
+}  // namespace QvTests
+
+#endif

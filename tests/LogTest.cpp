@@ -1,0 +1,502 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/Log.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "FailingAllocations.h"
+#include "ImportPatch.h"
+#include "TestSupport.h"
+#include "WindowsApi.h"
+
+namespace {
+
+using QvTests::FailingAllocations;
+using QvTests::FileExists;
+using QvTests::ImportPatch;
+using QvTests::IsBareCode;
+using QvTests::ReadBytes;
+using QvTests::TemporaryDirectory;
+using QvTests::VirtualSlot;
+using QvTests::WriteBytes;
+using QvUserLib::Code;
+using QvUserLib::Log;
+using QvUserLib::Result;
+
+// Keeps compilers from checking a format that is null or empty on purpose.
+const char* Text(const char* aText) { return aText; }
+
+// Every byte value, line ends and 0x1A among them, at places that do not repeat soon.
+std::string BinaryContent(std::size_t aSize) {
+    std::string content(aSize, '\0');
+    for (std::size_t i = 0; i < aSize; ++i) content[i] = static_cast<char>(i * 131 + i / 256 * 7);
+    return content;
+}
+
+// Keeps a file from being deleted.
+class FileHold {
+public:
+    explicit FileHold(const std::string& aPath)
+        : file_(::CreateFileA(aPath.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                              nullptr, OPEN_EXISTING, 0, nullptr)) {
+        if (file_ == INVALID_HANDLE_VALUE) ADD_FAILURE() << "cannot hold " << aPath;
+    }
+    ~FileHold() { ::CloseHandle(file_); }
+
+    FileHold(const FileHold&) = delete;
+    FileHold& operator=(const FileHold&) = delete;
+
+private:
+    HANDLE file_;
+};
+
+// Counts how often the library flushes a stream.
+class FlushCounter {
+public:
+    FlushCounter() { count_ = 0; }
+    bool IsActive() const { return patch_.IsActive(); }
+    int Count() const { return count_; }
+
+private:
+    static int Flush(std::FILE* aFile) {
+        ++count_;
+        return std::fflush(aFile);
+    }
+    inline static int count_ = 0;
+    ImportPatch patch_{"fflush", &Flush};
+};
+
+// A disk that takes only some characters of every line.
+class FullDisk {
+public:
+    explicit FullDisk(std::size_t aRoom) { room_ = aRoom; }
+    bool IsActive() const { return patch_.IsActive(); }
+
+private:
+    static std::size_t Write(const void* aBytes, std::size_t aSize, std::size_t aCount,
+                             std::FILE* aFile) {
+        return std::fwrite(aBytes, aSize, aCount < room_ ? aCount : room_, aFile);
+    }
+    inline static std::size_t room_ = 0;
+    ImportPatch patch_{"fwrite", &Write};
+};
+
+// Opens a file in one mode once only.
+class OneOpening {
+public:
+    explicit OneOpening(const char* aMode) {
+        mode_ = aMode;
+        count_ = 0;
+    }
+    bool IsActive() const { return patch_.IsActive(); }
+
+private:
+    static std::FILE* Open(const char* aPath, const char* aMode) {
+        if (std::strcmp(aMode, mode_) == 0 && count_++ > 0) return nullptr;
+        return std::fopen(aPath, aMode);
+    }
+    inline static const char* mode_ = nullptr;
+    inline static int count_ = 0;
+    ImportPatch patch_{"fopen", &Open};
+};
+
+class LogTest : public testing::Test {
+protected:
+    // Opens the file, closes it again, and gives its bytes.
+    std::string OpenCapped(const char* aMode, int aMaxSize) {
+        EXPECT_THAT(log_.Open(path_.c_str(), aMode, aMaxSize), IsBareCode(Code::Success));
+        EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
+        return ReadBytes(path_);
+    }
+
+    TemporaryDirectory directory_;
+    const std::string path_ = directory_.File("test.log");
+    Log log_;
+};
+
+TEST_F(LogTest, StartsClosedAndWithoutAutoFlush) {
+    EXPECT_FALSE(log_.IsOpened());
+    EXPECT_FALSE(log_.IsAutoFlush());
+}
+
+TEST_F(LogTest, OpenAndCloseShowInIsOpened) {
+    EXPECT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    EXPECT_TRUE(log_.IsOpened());
+
+    EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
+    EXPECT_FALSE(log_.IsOpened());
+}
+
+TEST_F(LogTest, CloseSucceedsWithoutAnOpenFile) {
+    EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
+}
+
+TEST_F(LogTest, FileThatCannotBeOpenedIsReported) {
+    const std::string missing = directory_.File("missing\\test.log");
+    const struct {
+        const char* name;
+        const char* path;
+        const char* mode;
+    } cases[] = {
+        {"null path", nullptr, "w"},
+        {"empty path", "", "w"},
+        {"null mode", path_.c_str(), nullptr},
+        {"empty mode", path_.c_str(), ""},
+        {"unknown mode", path_.c_str(), "q"},
+        {"directory", directory_.Path().c_str(), "w"},
+        {"directory, appending", directory_.Path().c_str(), "a"},
+        {"directory, reading", directory_.Path().c_str(), "r"},
+        {"file in a missing directory", missing.c_str(), "w"},
+        {"missing file, reading", path_.c_str(), "r"},
+        {"characters no name may have", "?*", "w"},
+    };
+    for (const auto& entry : cases) {
+        for (const int maxSize : {0, 1000}) {
+            SCOPED_TRACE(testing::Message() << entry.name << ", cap " << maxSize);
+            EXPECT_THAT(log_.Open(entry.path, entry.mode, maxSize),
+                        IsBareCode(Code::CannotOpenFile));
+            EXPECT_FALSE(log_.IsOpened());
+        }
+    }
+    EXPECT_FALSE(FileExists(path_));
+}
+
+TEST_F(LogTest, ModeDecidesWhetherEarlierContentStays) {
+    WriteBytes(path_, "earlier\n");
+    EXPECT_EQ("earlier\n", OpenCapped("a", 0));
+    EXPECT_EQ("earlier\n", OpenCapped("r", 0));
+    EXPECT_EQ("", OpenCapped("w", 0));
+}
+
+TEST_F(LogTest, WriteExpandsTheFormatAndEndsTheLine) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("%s %d of %lu, %c%%", "step", -3, 7ul, 'x'), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("step -3 of 7, x%\nsecond\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, TextModeTranslatesLineEnds) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("one\ntwo"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("one\r\ntwo\r\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, TextThatExpandsToNothingIsAnEmptyLine) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("%s", ""), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, NullOrEmptyFormatWritesNothing) {
+    EXPECT_THAT(log_.Write(Text(nullptr)), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write(Text("")), IsBareCode(Code::Success));
+
+    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write(Text(nullptr)), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write(Text("")), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("", ReadBytes(path_));
+}
+
+TEST_F(LogTest, WriteNeedsAnOpenFile) {
+    EXPECT_THAT(log_.Write("line"), IsBareCode(Code::FileNotOpen));
+
+    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+    EXPECT_THAT(log_.Write("line"), IsBareCode(Code::FileNotOpen));
+}
+
+TEST_F(LogTest, LineIsCutAfter511Characters) {
+    for (const std::size_t length : {510, 511, 512, 600, 5000}) {
+        SCOPED_TRACE(length);
+        const std::string text = std::string(length - 1, 'x') + "y";
+        ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+        EXPECT_THAT(log_.Write("%s", text.c_str()), IsBareCode(Code::Success));
+        (void)log_.Close();  // It cannot fail.
+
+        EXPECT_EQ(text.substr(0, 511) + "\n", ReadBytes(path_));
+    }
+}
+
+TEST_F(LogTest, FileThatTakesNoCharactersGivesAShortWrite) {
+    WriteBytes(path_, "earlier\n");
+    ASSERT_THAT(log_.Open(path_.c_str(), "r", 0), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("line"), IsBareCode(Code::ShortWrite));
+    (void)log_.SetAutoFlush(true);  // What was chosen before is known.
+    EXPECT_THAT(log_.Write("line"), IsBareCode(Code::ShortWrite));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("earlier\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, LineFeedFollowsAShortWrite) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    {
+        const FullDisk disk(/*aRoom=*/3);
+        ASSERT_TRUE(disk.IsActive());
+        EXPECT_THAT(log_.Write("%s", "12345"), IsBareCode(Code::ShortWrite));
+        EXPECT_THAT(log_.Write("%s", "123"), IsBareCode(Code::Success));
+    }
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("123\n123\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, SetAutoFlushReturnsTheEarlierChoice) {
+    EXPECT_FALSE(log_.SetAutoFlush(true));
+    EXPECT_TRUE(log_.IsAutoFlush());
+    EXPECT_TRUE(log_.SetAutoFlush(true));
+    EXPECT_TRUE(log_.SetAutoFlush(false));
+    EXPECT_FALSE(log_.IsAutoFlush());
+}
+
+TEST_F(LogTest, AutoFlushOutlastsTheFile) {
+    (void)log_.SetAutoFlush(true);  // What was chosen before is known.
+    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_TRUE(log_.IsAutoFlush());
+}
+
+TEST_F(LogTest, AutoFlushShowsEveryLineAtOnce) {
+    (void)log_.SetAutoFlush(true);  // What was chosen before is known.
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("one"), IsBareCode(Code::Success));
+    EXPECT_EQ("one\n", ReadBytes(path_));
+
+    EXPECT_THAT(log_.Write("two"), IsBareCode(Code::Success));
+    EXPECT_EQ("one\ntwo\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, OnlyAutoFlushFlushesEveryLine) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    const FlushCounter flushes;
+    ASSERT_TRUE(flushes.IsActive());
+
+    EXPECT_THAT(log_.Write("one"), IsBareCode(Code::Success));
+    EXPECT_EQ(0, flushes.Count());
+
+    (void)log_.SetAutoFlush(true);  // What was chosen before is known.
+    EXPECT_THAT(log_.Write("two"), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("three"), IsBareCode(Code::Success));
+    EXPECT_EQ(2, flushes.Count());
+}
+
+TEST_F(LogTest, CapKeepsTheLastQuarter) {
+    const struct {
+        std::size_t size;
+        int maxSize;
+        std::size_t from;
+        std::size_t kept;
+    } cases[] = {
+        {4000, 1000, 3000, 1000},
+        {4000, 4000, 3000, 1000},
+        {4000, 1, 3000, 1000},
+        {4001, 4001, 3000, 1000},
+        {4002, 4000, 3001, 1000},
+        {4003, 4000, 3002, 1000},
+        {10, 10, 7, 2},
+        {7, 1, 5, 1},
+        {4, 4, 3, 1},
+        {3, 3, 2, 0},
+        {1, 1, 0, 0},
+        {100000, 4096, 75000, 25000},
+    };
+    for (const auto& entry : cases) {
+        for (const char* const mode : {"a", "ab", "a+"}) {
+            SCOPED_TRACE(testing::Message()
+                         << entry.size << " bytes, cap " << entry.maxSize << ", mode " << mode);
+            const std::string content = BinaryContent(entry.size);
+            WriteBytes(path_, content);
+            EXPECT_EQ(content.substr(entry.from, entry.kept), OpenCapped(mode, entry.maxSize));
+        }
+    }
+}
+
+TEST_F(LogTest, FileBelowTheCapStaysWhole) {
+    const struct {
+        std::size_t size;
+        int maxSize;
+    } cases[] = {{3999, 4000}, {0, 1}, {1, 2}, {4000, 0}, {4000, -1}, {4000, -4000}};
+    for (const auto& entry : cases) {
+        SCOPED_TRACE(testing::Message() << entry.size << " bytes, cap " << entry.maxSize);
+        const std::string content = BinaryContent(entry.size);
+        WriteBytes(path_, content);
+        EXPECT_EQ(content, OpenCapped("a", entry.maxSize));
+    }
+}
+
+TEST_F(LogTest, CapKeepsLineEndsAndEndOfFileMarksAsTheyAre) {
+    const std::string tail = "\r\n\n\r\x1A|\x1A\r\n\x1A";
+    for (const char* const mode : {"a", "at", "ab"}) {
+        SCOPED_TRACE(mode);
+        WriteBytes(path_, std::string(3 * tail.size(), 'x') + tail);
+        EXPECT_EQ(tail, OpenCapped(mode, 1));
+    }
+}
+
+TEST_F(LogTest, WritingGoesOnAtTheEndOfACappedFile) {
+    const std::string content = BinaryContent(4000);
+    const std::string tail = content.substr(3000);
+    for (const char* const mode : {"ab", "a"}) {
+        SCOPED_TRACE(mode);
+        WriteBytes(path_, content);
+        ASSERT_THAT(log_.Open(path_.c_str(), mode, 1000), IsBareCode(Code::Success));
+
+        EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
+        (void)log_.Close();  // It cannot fail.
+
+        const std::string lineEnd = std::string(mode) == "ab" ? "\n" : "\r\n";
+        EXPECT_EQ(tail + "appended" + lineEnd, ReadBytes(path_));
+    }
+}
+
+TEST_F(LogTest, WritingGoesOnAtTheEndOfAFileBelowTheCap) {
+    WriteBytes(path_, "earlier\n");
+    ASSERT_THAT(log_.Open(path_.c_str(), "ab", 1000), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("earlier\nappended\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, CapWorksOnOpeningOnly) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 10), IsBareCode(Code::Success));
+    for (int i = 0; i < 100; ++i) EXPECT_THAT(log_.Write("line"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ(500u, ReadBytes(path_).size());
+}
+
+TEST_F(LogTest, NewFileIsNeverCapped) {
+    WriteBytes(path_, BinaryContent(4000));
+
+    EXPECT_EQ("", OpenCapped("w", 1));
+}
+
+TEST_F(LogTest, FileThatCannotBeReplacedStaysWhole) {
+    const std::string content = BinaryContent(4000);
+    WriteBytes(path_, content);
+    const FileHold hold(path_);
+    ASSERT_THAT(log_.Open(path_.c_str(), "ab", 1000), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ(content + "appended\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, FileStaysWholeWhenThereIsNoMemoryForItsTail) {
+    const std::string content = BinaryContent(40000);
+    WriteBytes(path_, content);
+    const FailingAllocations noMemory(/*aMin=*/10000);
+
+    EXPECT_EQ(content, OpenCapped("a", 1000));
+
+    EXPECT_LT(0, noMemory.Count());
+}
+
+TEST_F(LogTest, CappedFileThatCannotBeOpenedAgainIsReported) {
+    WriteBytes(path_, BinaryContent(4000));
+    const OneOpening once("a");
+    ASSERT_TRUE(once.IsActive());
+
+    EXPECT_THAT(log_.Open(path_.c_str(), "a", 1000), IsBareCode(Code::CannotOpenFile));
+
+    EXPECT_FALSE(log_.IsOpened());
+}
+
+TEST_F(LogTest, OpeningAnotherFileClosesTheFirst) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("first"), IsBareCode(Code::Success));
+    const std::string second = directory_.File("second.log");
+
+    EXPECT_THAT(log_.Open(second.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
+
+    EXPECT_EQ("first\n", ReadBytes(path_));
+    EXPECT_TRUE(::DeleteFileA(path_.c_str())) << "the first file is still open";
+    (void)log_.Close();  // It cannot fail.
+    EXPECT_EQ("second\n", ReadBytes(second));
+}
+
+TEST_F(LogTest, OpeningTheSameFileAgainGoesOnAfterItsLines) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "ab", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("first"), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Open(path_.c_str(), "ab", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ("first\nsecond\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, FailedOpeningLeavesThePresentFileOpen) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("first"), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Open(directory_.Path().c_str(), "wb", 0), IsBareCode(Code::CannotOpenFile));
+
+    EXPECT_TRUE(log_.IsOpened());
+    EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+    EXPECT_EQ("first\nsecond\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, DestructorFlushesAndClosesTheFile) {
+    auto log = std::make_unique<Log>();
+    ASSERT_THAT(log->Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log->Write("line"), IsBareCode(Code::Success));
+
+    log.reset();
+
+    EXPECT_EQ("line\n", ReadBytes(path_));
+    EXPECT_TRUE(::DeleteFileA(path_.c_str())) << "the file is still open";
+}
+
+TEST_F(LogTest, DestructorComesFirstInTheVirtualTable) {
+    auto* const log = new Log;
+    ASSERT_THAT(log->Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+    const auto destroyAndFree = reinterpret_cast<void (*)(void*)>(VirtualSlot(log, 1));
+    destroyAndFree(log);
+
+    EXPECT_TRUE(::DeleteFileA(path_.c_str())) << "the file is still open";
+}
+
+TEST_F(LogTest, OpenCloseAndWriteFollowTheDestructorInTheVirtualTable) {
+    using Open = Result (*)(Log*, const char*, const char*, int);
+    using Close = Result (*)(Log*);
+    using Write = Result (*)(Log*, const char*, ...);
+    const auto open = reinterpret_cast<Open>(VirtualSlot(&log_, 2));
+    const auto close = reinterpret_cast<Close>(VirtualSlot(&log_, 3));
+    const auto write = reinterpret_cast<Write>(VirtualSlot(&log_, 4));
+
+    EXPECT_THAT(open(&log_, path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(write(&log_, "%d", 5), IsBareCode(Code::Success));
+    EXPECT_THAT(close(&log_), IsBareCode(Code::Success));
+
+    EXPECT_FALSE(log_.IsOpened());
+    EXPECT_EQ("5\n", ReadBytes(path_));
+}
+
+}  // namespace

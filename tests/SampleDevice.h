@@ -1,0 +1,47 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// The sample driver's devices, as the tests use them. scripts/test.sh installs two.
+
+#ifndef QVTESTS_SAMPLEDEVICE_H
+#define QVTESTS_SAMPLEDEVICE_H
+
+#include <string>
+
+#include "TestSupport.h"
+#include "WindowsApi.h"
+
+#include "QvSample/QvSampleDevice.h"
+#include "QvUserLib/DeviceConnection.h"
+#include "QvUserLib/DeviceParameterRepository.h"
+#include "QvUserLib/Parameter.h"
+
+namespace QvTests {
+
+/// Opens the first device, and gives it back with all parameters at their defaults.
+class SampleDeviceTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_THAT(connection_.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0),
+                    HasCode(QvUserLib::Code::Success))
+            << "the sample driver is not installed: run scripts/test.sh";
+        RestoreDefaults();
+    }
+
+    void TearDown() override {
+        if (connection_.IsConnected()) RestoreDefaults();
+    }
+
+    void RestoreDefaults() {
+        QvUserLib::DeviceParameterRepository parameters;
+        ASSERT_THAT(parameters.Connect(&connection_), HasCode(QvUserLib::Code::Success));
+        ASSERT_THAT(parameters.ResetDefaults(), HasCode(QvUserLib::Code::Success));
+        ASSERT_THAT(parameters.Apply(), HasCode(QvUserLib::Code::Success));
+    }
+
+    QvUserLib::DeviceConnection connection_;
+};
+
+}  // namespace QvTests
+
+#endif

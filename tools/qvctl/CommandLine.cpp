@@ -1,0 +1,120 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+
+#include "Failure.h"
+#include "InterfaceId.h"
+
+namespace Qvctl {
+namespace {
+
+constexpr char kDetails[] =
+    "\"qvctl VERB --help\" tells the options of a verb. Messages go to standard error.\n"
+    "\n"
+    "Exit codes:\n"
+    "  0  done\n"
+    "  1  refused or failed\n"
+    "  2  wrong usage\n"
+    "  3  no such device";
+
+// The options as they are written, before they are understood.
+struct OptionTexts {
+    std::string device = "0";
+    std::string interfaceClass = InterfaceText(SampleInterface());
+    std::string errorLog;
+    bool json = false;
+    bool verbose = false;
+};
+
+void AddSharedOptions(CLI::App& aCommand, OptionTexts& aTexts) {
+    aCommand
+        .add_option("--device", aTexts.device,
+                    "The device: its number in the list (by default\n0), or its path")
+        ->option_text("N|PATH");
+    aCommand
+        .add_option("--interface", aTexts.interfaceClass,
+                    "The interface class of the devices; the\nsample driver's by default")
+        ->option_text("GUID");
+    aCommand.add_flag("--json", aTexts.json, "Print JSON, failures included");
+    aCommand.add_flag("--verbose", aTexts.verbose, "Tell on standard error what is done");
+    aCommand
+        .add_option(
+            "--error-log", aTexts.errorLog,
+            "Write the library's error log to this file; an\nearlier one is kept as FILE.bak")
+        ->option_text("FILE");
+}
+
+void AddVerb(CLI::App& aProgram, Verb& aVerb, OptionTexts& aTexts) {
+    CLI::App* const command = aProgram.add_subcommand(aVerb.GetName(), aVerb.GetSummary());
+    command->group("Verbs");
+    command->footer(aVerb.GetDetails());
+    aVerb.AddArguments(*command);
+    AddSharedOptions(*command, aTexts);
+}
+
+Options Understand(const OptionTexts& aTexts) {
+    return Options{ParseDeviceChoice(aTexts.device), ParseInterface(aTexts.interfaceClass),
+                   aTexts.errorLog, aTexts.json, aTexts.verbose};
+}
+
+// The parser's words where the mistake is in a verb's arguments, ours where there is no verb.
+Failure WrongUsage(const CLI::App& aProgram, const std::vector<std::string>& aArguments,
+                   const CLI::ParseError& aError) {
+    const std::vector<CLI::App*> commands = aProgram.get_subcommands();
+    std::string message;
+    if (aArguments.empty()) {
+        message = "a verb is missing";
+    } else if (aArguments.front().rfind('-', 0) == 0) {
+        message = "options follow the verb, but '" + aArguments.front() + "' comes first";
+    } else if (commands.empty()) {
+        message = "there is no verb '" + aArguments.front() + "'";
+    } else {
+        message = aError.what();
+        std::replace(message.begin(), message.end(), '\n', ' ');
+    }
+    const std::string verb = commands.empty() ? std::string() : commands.front()->get_name() + " ";
+    return Failure(ExitCode::WrongUsage, message + "; see \"qvctl " + verb + "--help\"");
+}
+
+}  // namespace
+
+Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs) {
+    CLI::App program("Lists devices, and shows and changes their parameters.", "qvctl");
+    // An argument that begins with a slash is a name or a value like any other.
+    program.allow_windows_style_options(false);
+    program.require_subcommand(1);
+    program.set_version_flag("--version", "qvctl " QVCTL_VERSION);
+    program.footer(kDetails);
+    program.get_formatter()->column_width(26);
+    program.get_formatter()->label("SUBCOMMAND", "VERB ...");
+
+    OptionTexts texts;
+    for (const std::unique_ptr<Verb>& verb : aVerbs) AddVerb(program, *verb, texts);
+
+    try {
+        program.parse(std::vector<std::string>(aArguments.rbegin(), aArguments.rend()));
+    } catch (const CLI::CallForHelp&) {
+        return Command{nullptr, program.help(), Options()};
+    } catch (const CLI::CallForVersion& version) {
+        return Command{nullptr, std::string(version.what()) + "\n", Options()};
+    } catch (const CLI::ParseError& error) {
+        throw WrongUsage(program, aArguments, error);
+    }
+
+    const std::string name = program.get_subcommands().front()->get_name();
+    const auto verb =
+        std::find_if(aVerbs.begin(), aVerbs.end(),
+                     [&](const std::unique_ptr<Verb>& aVerb) { return aVerb->GetName() == name; });
+    return Command{verb->get(), std::string(), Understand(texts)};
+}
+
+bool AsksForJson(const std::vector<std::string>& aArguments) {
+    return std::find(aArguments.begin(), aArguments.end(), "--json") != aArguments.end();
+}
+
+}  // namespace Qvctl

@@ -1,0 +1,26 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Interface classes as the user writes and reads them.
+
+#ifndef QVCTL_INTERFACEID_H
+#define QVCTL_INTERFACEID_H
+
+#include <string>
+
+#include "WindowsApi.h"
+
+namespace Qvctl {
+
+// The interface class of the sample driver's devices.
+const GUID& SampleInterface();
+
+// Reads a GUID, with or without braces. Throws `Failure` for wrong usage.
+GUID ParseInterface(const std::string& aText);
+
+// With braces and lower-case digits.
+std::string InterfaceText(const GUID& aInterface);
+
+}  // namespace Qvctl
+
+#endif

@@ -1,0 +1,42 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Columns of text that fit a given width.
+
+#ifndef QVCTL_TEXTTABLE_H
+#define QVCTL_TEXTTABLE_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace Qvctl {
+
+// Nothing is cut: a cell that is too wide for its column goes on in further lines, broken between
+// words where it can be.
+class TextTable {
+public:
+    explicit TextTable(std::vector<std::string> aHeadings);
+
+    // As many cells as there are headings, in UTF-8 without control characters. The note, if there
+    // is one, stands in lines of its own below them.
+    void AddRow(std::vector<std::string> aCells, std::string aNote = std::string());
+
+    // The table in lines of at most `aWidth` columns of a terminal, if there is room for a few
+    // characters in each column.
+    std::string Format(std::size_t aWidth) const;
+
+private:
+    struct Row {
+        std::vector<std::string> cells;
+        std::string note;
+    };
+
+    std::vector<std::size_t> FitColumns(std::size_t aWidth) const;
+
+    std::vector<Row> rows_;  // The headings first.
+};
+
+}  // namespace Qvctl
+
+#endif

@@ -1,0 +1,25 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "Verbs/GetVerb.h"
+#include "Verbs/ListVerb.h"
+#include "Verbs/ResetVerb.h"
+#include "Verbs/SetVerb.h"
+#include "Verbs/ShowVerb.h"
+#include "Verbs/Verb.h"
+
+namespace Qvctl {
+
+void Verb::AddArguments(CLI::App&) {}
+
+Verbs MakeAllVerbs() {
+    Verbs verbs;
+    verbs.push_back(std::make_unique<ListVerb>());
+    verbs.push_back(std::make_unique<ShowVerb>());
+    verbs.push_back(std::make_unique<GetVerb>());
+    verbs.push_back(std::make_unique<SetVerb>());
+    verbs.push_back(std::make_unique<ResetVerb>());
+    return verbs;
+}
+
+}  // namespace Qvctl
