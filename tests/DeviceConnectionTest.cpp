@@ -43,6 +43,7 @@ using QvUserLib::String;
 using testing::ElementsAre;
 
 constexpr char kConnectFirst[] = "Connect first";
+constexpr char kNoInfo[] = "aInfo cannot be NULL";
 constexpr char kCannotOpen[] = "CreateFile failed";
 constexpr char kShortAnswer[] = "The driver did not return the expected size of data";
 
@@ -395,7 +396,6 @@ std::vector<Check> Checks() {
     static char buffer[8];
     static unsigned long info;
     static OVERLAPPED overlapped;
-    constexpr char kNoInfo[] = "aInfo cannot be NULL";
     return {
         {"control: all",
          [](auto& c) { return c.IoControl(1, nullptr, 4, nullptr, 4, nullptr, nullptr); }, 0x12,
