@@ -17,7 +17,9 @@ bool ReadEnvironment(const char* aName, std::string* aValue) {
     // harm. The value may grow between the two calls: then measure again.
     for (;;) {
         size_t size = 0;
-        if (getenv_s(&size, nullptr, 0, aName) != 0 || size == 0) return false;
+        // Without a buffer some C libraries call the value too long for it: only the size counts.
+        (void)getenv_s(&size, nullptr, 0, aName);
+        if (size == 0) return false;
         std::vector<char> value(size);
         const errno_t error = getenv_s(&size, value.data(), value.size(), aName);
         if (error == ERANGE) continue;

@@ -174,9 +174,12 @@ Result ParameterRepository::RemoveByIndex(unsigned long aIndex) {
     if (aIndex == byIndex_.size()) return Result(Code::NotFound);
     Require(aIndex < byIndex_.size());
 
-    const std::unique_ptr<Parameter> removed(byIndex_[aIndex]);
+    Parameter* const removed = byIndex_[aIndex];
+    // Made before anything is erased, because it may need memory.
+    const String key = NameKey(removed->GetName());
     byId_.erase(removed->GetID());
-    byName_.erase(NameKey(removed->GetName()));
+    byName_.erase(key);
+    delete removed;
     byIndex_.erase(byIndex_.begin() + static_cast<std::ptrdiff_t>(aIndex));
     for (unsigned long index = aIndex; index < byIndex_.size(); ++index) {
         byIndex_[index]->SetIndex(index);

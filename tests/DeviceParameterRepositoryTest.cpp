@@ -35,8 +35,6 @@ using QvTests::LoggedErrorsWithoutLines;
 using QvTests::Record;
 using QvTests::Request;
 using QvTests::ScriptedConnection;
-using QvTests::StringParameter;
-using QvTests::UntypedParameter;
 using QvUserLib::Code;
 using QvUserLib::DeviceConnection;
 using QvUserLib::DeviceParameterRepository;
@@ -45,7 +43,6 @@ using QvUserLib::ParameterRepository;
 using QvUserLib::Result;
 using QvUserLib::String;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr unsigned long kGet = 0x222000;
 constexpr unsigned long kGetSize = 0x222004;

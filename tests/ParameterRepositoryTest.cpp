@@ -29,7 +29,6 @@ using QvTests::IntegerParameter;
 using QvTests::IsBareCode;
 using QvTests::LastErrorText;
 using QvTests::LoggedErrors;
-using QvTests::OneOfEachType;
 using QvTests::StringParameter;
 using QvTests::UntypedParameter;
 using QvTests::WatchedParameter;

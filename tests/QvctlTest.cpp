@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "ProgramRun.h"
 #include "QvSample/QvSampleDevice.h"
 #include "QvUserLib/DeviceConnection.h"
 #include "QvUserLib/DeviceParameterRepository.h"
@@ -23,6 +24,7 @@
 namespace {
 
 using nlohmann::json;
+using QvTests::Widen;
 using QvUserLib::DeviceConnection;
 using QvUserLib::DeviceParameterRepository;
 using testing::AllOf;
@@ -33,98 +35,13 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-std::wstring Widen(const std::string& aUtf8) {
-    const int size = ::MultiByteToWideChar(CP_UTF8, 0, aUtf8.c_str(), -1, nullptr, 0);
-    std::wstring text(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, aUtf8.c_str(), -1, text.data(), size);
-    text.pop_back();
-    return text;
-}
-
-// The tool beside this program.
-std::wstring ToolPath() {
-    wchar_t path[MAX_PATH];
-    const std::wstring self(path, ::GetModuleFileNameW(nullptr, path, MAX_PATH));
-    return self.substr(0, self.rfind(L'\\') + 1) + L"qvctl.exe";
-}
-
-// One end for the tool, the other one for the test.
-class Pipe {
-public:
-    Pipe() {
-        SECURITY_ATTRIBUTES inheritable = {sizeof inheritable, nullptr, TRUE};
-        EXPECT_TRUE(::CreatePipe(&read_, &write_, &inheritable, 0));
-        EXPECT_TRUE(::SetHandleInformation(read_, HANDLE_FLAG_INHERIT, 0));
-    }
-    ~Pipe() {
-        CloseWriteEnd();
-        ::CloseHandle(read_);
-    }
-
-    Pipe(const Pipe&) = delete;
-    Pipe& operator=(const Pipe&) = delete;
-
-    HANDLE WriteEnd() const { return write_; }
-
-    void CloseWriteEnd() {
-        if (write_ != nullptr) ::CloseHandle(write_);
-        write_ = nullptr;
-    }
-
-    std::string ReadToEnd() const {
-        std::string all;
-        char buffer[4096];
-        DWORD size = 0;
-        while (::ReadFile(read_, buffer, sizeof buffer, &size, nullptr) && size > 0) {
-            all.append(buffer, size);
-        }
-        return all;
-    }
-
-private:
-    HANDLE read_ = nullptr;
-    HANDLE write_ = nullptr;
-};
-
-struct Outcome {
-    unsigned long exitCode = 0xFFFFFFFF;
-    std::string out;
-    std::string err;
-
+// Runs the tool, which lies beside this program.
+struct ToolOutcome : QvTests::Outcome {
     json Json() const { return json::parse(out); }
 };
 
-// Runs the tool with these arguments, in UTF-8 and without quotation marks.
-Outcome Qvctl(const std::vector<std::string>& aArguments) {
-    const std::wstring tool = ToolPath();
-    std::wstring commandLine = L"\"" + tool + L"\"";
-    for (const std::string& argument : aArguments) commandLine += L" \"" + Widen(argument) + L"\"";
-
-    Pipe out;
-    Pipe err;
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    startup.dwFlags = STARTF_USESTDHANDLES;
-    startup.hStdOutput = out.WriteEnd();
-    startup.hStdError = err.WriteEnd();
-    PROCESS_INFORMATION process = {};
-    Outcome outcome;
-    if (!::CreateProcessW(tool.c_str(), commandLine.data(), nullptr, nullptr,
-                          /*bInheritHandles=*/TRUE, 0, nullptr, nullptr, &startup, &process)) {
-        ADD_FAILURE() << "qvctl.exe does not start: " << ::GetLastError();
-        return outcome;
-    }
-    out.CloseWriteEnd();
-    err.CloseWriteEnd();
-    std::future<std::string> errors =
-        std::async(std::launch::async, [&] { return err.ReadToEnd(); });
-    outcome.out = out.ReadToEnd();
-    outcome.err = errors.get();
-    ::WaitForSingleObject(process.hProcess, INFINITE);
-    ::GetExitCodeProcess(process.hProcess, &outcome.exitCode);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
-    return outcome;
+ToolOutcome Qvctl(const std::vector<std::string>& aArguments) {
+    return {QvTests::RunProgram(L"qvctl.exe", aArguments)};
 }
 
 std::vector<std::string> LinesOf(const std::string& aText) {
@@ -187,7 +104,7 @@ constexpr char kUnknownInterface[] = "{0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
 // list
 
 TEST_F(QvctlTest, ListPrintsNumberAndPathOfEachDevice) {
-    const Outcome outcome = Qvctl({"list"});
+    const ToolOutcome outcome = Qvctl({"list"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_THAT(LinesOf(outcome.out),
@@ -211,7 +128,7 @@ TEST_F(QvctlTest, ListAsJsonHasTheSamePaths) {
 TEST_F(QvctlTest, ShowPrintsValueRangeDefaultAndMarksInOneRow) {
     ASSERT_EQ(0u, Qvctl({"set", "BufferSize=128"}).exitCode);
 
-    const Outcome outcome = Qvctl({"show"});
+    const ToolOutcome outcome = Qvctl({"show"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     std::istringstream row(RowOf(outcome.out, "BufferSize"));
@@ -287,7 +204,7 @@ TEST_F(QvctlTest, ShowAsJsonNamesAnEnumerationsEntries) {
 }
 
 TEST_F(QvctlTest, ShowOfAnUnknownNameIsRefusedWithTheNameThatWasMeant) {
-    const Outcome outcome = Qvctl({"show", "gain"});
+    const ToolOutcome outcome = Qvctl({"show", "gain"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: gain: The specified parameter doesn't exist (did you mean Gain?)\n",
@@ -298,7 +215,7 @@ TEST_F(QvctlTest, ShowOfAnUnknownNameIsRefusedWithTheNameThatWasMeant) {
 // get
 
 TEST_F(QvctlTest, GetPrintsLinesThatSetTakes) {
-    const Outcome outcome = Qvctl({"get", "Resolution", "Gain"});
+    const ToolOutcome outcome = Qvctl({"get", "Resolution", "Gain"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_EQ("Resolution=16 bit\nGain=6\n", outcome.out);
@@ -317,7 +234,7 @@ TEST_F(QvctlTest, GetAsJsonGivesNumbersAndTexts) {
 }
 
 TEST_F(QvctlTest, GetWithOneUnknownNamePrintsNoValue) {
-    const Outcome outcome = Qvctl({"get", "Gain", "NoSuch"});
+    const ToolOutcome outcome = Qvctl({"get", "Gain", "NoSuch"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: NoSuch: The specified parameter doesn't exist\n", outcome.err);
@@ -327,7 +244,7 @@ TEST_F(QvctlTest, GetWithOneUnknownNamePrintsNoValue) {
 // set
 
 TEST_F(QvctlTest, SetChangesSeveralParametersAtOnce) {
-    const Outcome outcome =
+    const ToolOutcome outcome =
         Qvctl({"set", "SamplingInterval=250", "OperatingMode=Triggered", "Label=Bench 2"});
 
     EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
@@ -407,7 +324,7 @@ TEST_F(QvctlTest, SetRefusesWhatDoesNotFitWithOneLineThatSaysWhy) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.assignment);
-        const Outcome outcome = Qvctl({"set", oneCase.assignment});
+        const ToolOutcome outcome = Qvctl({"set", oneCase.assignment});
 
         EXPECT_EQ(1u, outcome.exitCode);
         EXPECT_EQ(
@@ -432,7 +349,7 @@ TEST_F(QvctlTest, SetNamesEveryRefusalOnALineOfItsOwn) {
 }
 
 TEST_F(QvctlTest, RefusalsAsJsonNameParameterValueAndReason) {
-    const Outcome outcome = Qvctl({"set", "Gain=61", "--json"});
+    const ToolOutcome outcome = Qvctl({"set", "Gain=61", "--json"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     const json error = outcome.Json()["error"];
@@ -446,7 +363,7 @@ TEST_F(QvctlTest, RefusalsAsJsonNameParameterValueAndReason) {
 
 // The library does not know the limit of this label; the driver does.
 TEST_F(QvctlTest, ARefusalByTheDriverIsTheToolsFailure) {
-    const Outcome outcome = Qvctl({"set", "Gain=7", "Label=" + std::string(65, 'l'), "--json"});
+    const ToolOutcome outcome = Qvctl({"set", "Gain=7", "Label=" + std::string(65, 'l'), "--json"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_THAT(outcome.err, StartsWith("qvctl: the device refused the change: DeviceIoControl "
@@ -469,7 +386,7 @@ TEST_F(QvctlTest, ResetOfNamedParametersLeavesTheOthers) {
 TEST_F(QvctlTest, ResetWithoutNamesResetsHiddenAndAdvancedOnesToo) {
     ASSERT_EQ(0u, Qvctl({"set", "Gain=7", "SelfTestCount=9", "FilterOrder=8"}).exitCode);
 
-    const Outcome outcome = Qvctl({"reset"});
+    const ToolOutcome outcome = Qvctl({"reset"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_THAT(LinesOf(outcome.out),
@@ -483,7 +400,7 @@ TEST_F(QvctlTest, ResetWithNothingToChangeSaysSo) {
 TEST_F(QvctlTest, ResetOfAReadOnlyParameterIsRefused) {
     ASSERT_EQ(0u, Qvctl({"set", "Gain=7"}).exitCode);
 
-    const Outcome outcome = Qvctl({"reset", "Gain", "SerialNumber"});
+    const ToolOutcome outcome = Qvctl({"reset", "Gain", "SerialNumber"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: SerialNumber: Parameter is read-only; nothing was sent\n", outcome.err);
@@ -510,7 +427,7 @@ TEST_F(QvctlTest, ErrorLogThatCannotBeOpenedStopsBeforeAnythingIsDone) {
     const QvTests::TemporaryDirectory directory;
     const std::string log = directory.File("missing") + "\\errors.log";
 
-    const Outcome outcome = Qvctl({"set", "Gain=7", "--error-log", log});
+    const ToolOutcome outcome = Qvctl({"set", "Gain=7", "--error-log", log});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: cannot open the error log '" + log + "'\n", outcome.err);
@@ -521,7 +438,7 @@ TEST_F(QvctlTest, ErrorLogWhosePathTheCodePageLacksIsRefused) {
     const QvTests::TemporaryDirectory directory;
     const std::string log = directory.File(kJapanese);
 
-    const Outcome outcome = Qvctl({"get", "Gain", "--error-log", log});
+    const ToolOutcome outcome = Qvctl({"get", "Gain", "--error-log", log});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_THAT(outcome.err, StartsWith("qvctl: cannot open the error log '" + log + "': "));
@@ -563,7 +480,7 @@ TEST_F(QvctlTest, NoSuchDeviceIsOneLineAndAnExitCodeOfItsOwn) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.message);
-        const Outcome outcome = Qvctl(oneCase.arguments);
+        const ToolOutcome outcome = Qvctl(oneCase.arguments);
 
         EXPECT_EQ(3u, outcome.exitCode);
         EXPECT_EQ("qvctl: " + oneCase.message + "\n", outcome.err);
@@ -584,7 +501,7 @@ TEST_F(QvctlTest, InterfaceIsTakenWithoutBracesAndInUpperCase) {
 }
 
 TEST_F(QvctlTest, AnOpenedFileThatIsNoDeviceWithParametersIsAFailure) {
-    const Outcome outcome = Qvctl({"show", "--device", "\\\\.\\NUL"});
+    const ToolOutcome outcome = Qvctl({"show", "--device", "\\\\.\\NUL"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_THAT(outcome.err, StartsWith("qvctl: cannot load the device's parameters: "
@@ -617,7 +534,7 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.message);
-        const Outcome outcome = Qvctl(oneCase.arguments);
+        const ToolOutcome outcome = Qvctl(oneCase.arguments);
 
         EXPECT_EQ(2u, outcome.exitCode);
         EXPECT_THAT(outcome.out, testing::AnyOf(IsEmpty(), HasSubstr("\"usage\"")));
@@ -626,7 +543,7 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
 }
 
 TEST_F(QvctlTest, WrongUsageAsJson) {
-    const Outcome outcome = Qvctl({"show", "--frobnicate", "--json"});
+    const ToolOutcome outcome = Qvctl({"show", "--frobnicate", "--json"});
 
     EXPECT_EQ(2u, outcome.exitCode);
     EXPECT_EQ("usage", outcome.Json()["error"]["kind"]);
@@ -634,7 +551,7 @@ TEST_F(QvctlTest, WrongUsageAsJson) {
 }
 
 TEST_F(QvctlTest, HelpListsTheVerbsAndTheExitCodes) {
-    const Outcome outcome = Qvctl({"--help"});
+    const ToolOutcome outcome = Qvctl({"--help"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     for (const char* verb : {"list", "show", "get", "set", "reset"}) {
@@ -647,7 +564,7 @@ TEST_F(QvctlTest, HelpListsTheVerbsAndTheExitCodes) {
 TEST_F(QvctlTest, HelpOfEachVerbShowsAnExampleAndTheSharedOptions) {
     for (const std::string verb : {"list", "show", "get", "set", "reset"}) {
         SCOPED_TRACE(verb);
-        const Outcome outcome = Qvctl({verb, "--help"});
+        const ToolOutcome outcome = Qvctl({verb, "--help"});
 
         EXPECT_EQ(0u, outcome.exitCode);
         EXPECT_THAT(outcome.out, HasSubstr("\n  qvctl " + verb));
@@ -671,7 +588,7 @@ TEST_F(QvctlTest, VersionIsTheProjects) {
 }
 
 TEST_F(QvctlTest, VerboseTellsOnStandardErrorWhatIsDone) {
-    const Outcome outcome = Qvctl({"set", "Gain=7", "--verbose"});
+    const ToolOutcome outcome = Qvctl({"set", "Gain=7", "--verbose"});
 
     EXPECT_EQ("Gain: 6 dB -> 7 dB\n", outcome.out);
     EXPECT_THAT(

@@ -22,7 +22,6 @@ using QvUserLib::DeviceParameterRepository;
 using QvUserLib::Parameter;
 using QvUserLib::ParameterRepository;
 using QvUserLib::Result;
-using QvUserLib::String;
 
 class SampleParametersTest : public SampleDeviceTest {
 protected:

@@ -11,12 +11,16 @@
 #include "QvUserLib/DeviceConnection.h"
 #include "QvUserLib/DeviceEnumerator.h"
 #include "QvUserLib/DeviceParameterRepository.h"
+#include "QvUserLib/DeviceRequestQueue.h"
 #include "QvUserLib/ErrorLog.h"
 #include "QvUserLib/Log.h"
 #include "QvUserLib/Parameter.h"
 #include "QvUserLib/ParameterRepository.h"
+#include "QvUserLib/Progress.h"
 #include "QvUserLib/SingleInstance.h"
 #include "QvUserLib/String.h"
+#include "QvUserLib/Synchro.h"
 #include "QvUserLib/System.h"
+#include "QvUserLib/Thread.h"
 
 #endif

@@ -90,6 +90,7 @@ typedef struct QV_PARAMETER_RECORD {
 #ifdef __cplusplus
 #define QV_PARAMETER_ASSERT(aName, aCondition) static_assert(aCondition, #aName)
 #else
+/* NOLINTNEXTLINE(bugprone-macro-parentheses): the name is declared here. */
 #define QV_PARAMETER_ASSERT(aName, aCondition) typedef char aName[(aCondition) ? 1 : -1]
 #endif
 

@@ -17,7 +17,9 @@
 /// @def QVBASELIB_PRINTF
 /// Lets the compiler check a printf-style call: positions (from 1, `this` included) of the format
 /// and of the first argument, 0 when the arguments come as a list.
-#if defined(__GNUC__)
+#if defined(__clang__)
+#define QVBASELIB_PRINTF(aFormat, aFirst) __attribute__((format(printf, aFormat, aFirst)))
+#elif defined(__GNUC__)
 #define QVBASELIB_PRINTF(aFormat, aFirst) __attribute__((format(gnu_printf, aFormat, aFirst)))
 #else
 #define QVBASELIB_PRINTF(aFormat, aFirst)

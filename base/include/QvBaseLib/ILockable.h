@@ -10,6 +10,13 @@ namespace QvBaseLib {
 
 /// What can be held by a caller and given back.
 class QVBASELIB_API ILockable {
+protected:
+    ILockable();
+
+    // First, because it has the first slot of the virtual tables, those of derived classes
+    // included.
+    virtual ~ILockable();
+
 public:
     ILockable(const ILockable&) = delete;
     ILockable& operator=(const ILockable&) = delete;
@@ -19,10 +26,6 @@ public:
 
     /// Gives one hold back.
     virtual void Unlock() = 0;
-
-protected:
-    ILockable();
-    virtual ~ILockable();
 };
 
 }  // namespace QvBaseLib

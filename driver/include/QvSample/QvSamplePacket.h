@@ -3,8 +3,8 @@
 
 /**
  * @file
- * The packets that a sample device's reads return while its StreamMode is Packets. Plain C, for user
- * mode and kernel mode alike. All integers are little-endian.
+ * The packets that a sample device's reads return while its StreamMode is Packets. Plain C, for
+ * user mode and kernel mode alike. All integers are little-endian.
  */
 
 #ifndef QVSAMPLE_QVSAMPLEPACKET_H
