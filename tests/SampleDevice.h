@@ -39,7 +39,24 @@ protected:
         ASSERT_THAT(parameters.Apply(), HasCode(QvUserLib::Code::Success));
     }
 
+    /// Has the driver take the value of an integer or the index of an enumeration.
+    void Set(unsigned long aID, long long aValue) {
+        QvUserLib::DeviceParameterRepository parameters;
+        ASSERT_THAT(parameters.Connect(&connection_), HasCode(QvUserLib::Code::Success));
+        ASSERT_THAT(parameters.GetByID(aID)->SetInt(aValue), HasCode(QvUserLib::Code::Success));
+        ASSERT_THAT(parameters.Apply(), HasCode(QvUserLib::Code::Success));
+    }
+
     QvUserLib::DeviceConnection connection_;
+};
+
+/// The first device in the mode in which it returns what was written to it.
+class SampleLoopBackTest : public SampleDeviceTest {
+protected:
+    void SetUp() override {
+        SampleDeviceTest::SetUp();
+        if (!HasFatalFailure()) Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
+    }
 };
 
 }  // namespace QvTests

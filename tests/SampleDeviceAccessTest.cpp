@@ -138,7 +138,7 @@ TEST(SampleConnectionTest, MissingIndexOrClassIsNoSuchDevice) {
     EXPECT_FALSE(connection.IsConnected());
 }
 
-using SampleRequestTest = SampleDeviceTest;
+using SampleRequestTest = SampleLoopBackTest;
 
 TEST_F(SampleRequestTest, WaitedIoControlPassesAnAnswerOfTheExpectedSize) {
     std::vector<unsigned char> block(QV_SAMPLE_PARAMETER_COUNT * QV_PARAMETER_RECORD_SIZE);

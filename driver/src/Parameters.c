@@ -56,6 +56,9 @@ typedef struct QV_PARAMETER {
 
 // NOLINTEND(bugprone-macro-parentheses)
 
+// For the parameters that ask for faults: not in any user's way.
+#define QV_FAULT (QV_PARAMETER_HIDDEN | QV_PARAMETER_ADVANCED)
+
 static QV_REFRESH RefreshTemperature;
 
 static const QV_PARAMETER kParameters[] = {
@@ -88,6 +91,23 @@ static const QV_PARAMETER kParameters[] = {
              QV_PARAMETER_PERSISTENT | QV_PARAMETER_RESTART_REQUIRED)},
     {INTEGER(QV_SAMPLE_ID_MARKER, L"Marker", "A number of the user's choice", "", 0, 0xFFFFFFFFu, 0,
              0)},
+    {ENUMERATION(QV_SAMPLE_ID_STREAM_MODE, L"StreamMode", "What reads return",
+                 L"Packets\0LoopBack\0", QV_SAMPLE_MODE_LOOP_BACK, QV_SAMPLE_MODE_PACKETS, 0)},
+    {INTEGER(QV_SAMPLE_ID_PACKET_SIZE, L"PacketSize", "Size of a packet with its header", "B", 64,
+             65536, 4096, 0)},
+    {INTEGER(QV_SAMPLE_ID_PACKET_RATE, L"PacketRate",
+             "Packets per second, 0 for one with each read", "1/s", 0, 100000, 1000, 0)},
+    {INTEGER(QV_SAMPLE_ID_FAULT_FAIL_READS, L"FaultFailReads", "How many of the next reads fail",
+             "", 0, 1000000, 0, QV_FAULT)},
+    // Only codes of severity error: with any other a read would not count as failed.
+    {INTEGER(QV_SAMPLE_ID_FAULT_STATUS, L"FaultStatus", "The NTSTATUS that they fail with", "",
+             0xC0000000u, 0xEFFFFFFFu, (uint32_t)STATUS_IO_DEVICE_ERROR, QV_FAULT)},
+    {INTEGER(QV_SAMPLE_ID_FAULT_DELAY, L"FaultDelay", "How much later reads complete", "ms", 0,
+             10000, 0, QV_FAULT)},
+    {INTEGER(QV_SAMPLE_ID_FAULT_SHORT_READS, L"FaultShortReads",
+             "How many of the next packets are cut to half", "", 0, 1000000, 0, QV_FAULT)},
+    {ENUMERATION(QV_SAMPLE_ID_FAULT_HOLD, L"FaultHold", "Whether reads wait whatever there is",
+                 L"Off\0On\0", 1, 0, QV_FAULT)},
 };
 
 C_ASSERT(RTL_NUMBER_OF(kParameters) == QV_SAMPLE_PARAMETER_COUNT);
@@ -260,16 +280,25 @@ NTSTATUS WriteParameters(QV_DEVICE* device, const QV_PARAMETER_RECORD* records, 
     if (!NT_SUCCESS(status)) return status;
 
     KeAcquireSpinLock(&device->lock, &irql);
+    // Up to this moment the old values hold.
+    SettleReads(device);
     for (i = 0; i < count; ++i) ApplyRecord(device, &records[i]);
+    FollowPacketRate(device);
+    SettleReads(device);
     KeReleaseSpinLock(&device->lock, irql);
+    CompleteServedReads(device);
     return STATUS_SUCCESS;
+}
+
+ULONG* NumberInPlace(QV_DEVICE* device, ULONG id) {
+    return &device->values[FindParameter(id)].number;
 }
 
 ULONG ParameterNumber(QV_DEVICE* device, ULONG id) {
     KIRQL irql;
     ULONG number;
     KeAcquireSpinLock(&device->lock, &irql);
-    number = device->values[FindParameter(id)].number;
+    number = *NumberInPlace(device, id);
     KeReleaseSpinLock(&device->lock, irql);
     return number;
 }

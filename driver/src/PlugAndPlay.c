@@ -26,7 +26,9 @@ static void InitializeDevice(QV_DEVICE* device, DEVICE_OBJECT* self, DEVICE_OBJE
     device->physicalDevice = physical;
     device->state = QvAdded;
     KeInitializeSpinLock(&device->lock);
-    InitializeListHead(&device->pendingReads);
+    InitializeListHead(&device->waitingReads);
+    InitializeListHead(&device->servedReads);
+    KeInitializeEvent(&device->clock.wake, SynchronizationEvent, FALSE);
     IoInitializeRemoveLock(&device->removeLock, QV_POOL_TAG, 0, 0);
 }
 
@@ -64,7 +66,7 @@ NTSTATUS NTAPI QvSampleAddDevice(DRIVER_OBJECT* driver, DEVICE_OBJECT* physicalD
 // new begins while what is pending is ended.
 static void StopDevice(QV_DEVICE* device, QV_DEVICE_STATE state) {
     SetState(device, state);
-    StopReadWrite(device);
+    StopReadWrite(device, state == QvStopped ? STATUS_CANCELLED : STATUS_DEVICE_REMOVED);
 }
 
 // Runs at any IRQL up to DISPATCH_LEVEL, on any thread.

@@ -23,11 +23,49 @@
  *   record says about them is ignored. All records are checked before the first one takes effect:
  *   a refused request changes nothing.
  *
- * `ReadFile` and `WriteFile` are a loop-back: a device's reads return, in order and as one stream
- * of bytes, what was written to it. A read gets as many bytes as there are, up to its size; it
- * stays pending while there are none, and pending reads complete in the order in which they were
- * sent. A write completes at once: its bytes go to the pending reads, and what they do not take is
- * kept for later ones.
+ * ## The stream
+ *
+ * What `ReadFile` returns depends on the parameter StreamMode. Reads of all handles stay pending
+ * until there is something for them, and complete in the order in which they were sent. Each can be
+ * cancelled.
+ *
+ * In mode Packets a read returns exactly one packet, as `QvSamplePacket.h` describes it, of the
+ * size PacketSize. A read that is shorter is refused when its turn comes, which uses no packet up.
+ * With PacketRate 0 there is a packet for every read. Otherwise packets become due as time passes,
+ * the first one a period after the stream began or the rate was changed, and each goes to the
+ * oldest pending read; when none is pending it is dropped: its sequence number is used up, and
+ * `dropped` counts it. Neither drops nor failing reads stop the stream.
+ *
+ * A device's stream, with sequence numbers and drops from 0, begins with the first read on a handle
+ * while no other open handle has read, and ends when the last handle that has read is closed.
+ *
+ * In mode LoopBack reads return, in order and as one stream of bytes, what was written. A read gets
+ * as many bytes as there are, up to its size, and waits while there are none. No packet becomes due
+ * meanwhile; sequence numbers go on where they were when the mode is Packets again.
+ *
+ * `WriteFile` completes at once, in both modes: the bytes go to a buffer that reads empty in mode
+ * LoopBack. A request for 0 bytes succeeds at once.
+ *
+ * A change of parameters takes effect between two packets. Pending reads are served by the new
+ * values, as if they had been sent after the change: in the new mode, by the new size and rate.
+ * Packets that were due before it are those of the old rate.
+ *
+ * ## Faults
+ *
+ * Hidden parameters ask for what goes wrong with hardware. They work in both modes but for
+ * FaultShortReads, and never change the order of completions. Counts fall as they are used up; to
+ * set one to 0 ends the fault.
+ *
+ * - FaultFailReads: so many reads fail with the status FaultStatus, beginning with the oldest
+ *   pending one. They do not wait for a packet and use none up.
+ * - FaultShortReads: of so many packets the read returns only the first half, rounded down. The
+ *   header is whole, and tells the full size.
+ * - FaultDelay: every read completes that much later than it would, also one that fails, but not
+ *   one that is cancelled. A delay that is changed holds for reads that are served afterwards. A
+ *   delayed read that is cancelled takes what it was given with it: a packet counts as dropped,
+ *   bytes of the loop-back are lost.
+ * - FaultHold: while it is On, reads are not served at all, and can only be cancelled; packets that
+ *   become due are dropped. With Off they go on.
  *
  * ## Refusals
  *
@@ -47,10 +85,12 @@
  * | any other I/O-control code                            | STATUS_INVALID_DEVICE_REQUEST |    1 |
  * | write: larger than the loop-back buffer               | STATUS_INVALID_BUFFER_SIZE   |  1784 |
  * | write: too little room in the loop-back buffer now    | STATUS_DEVICE_BUSY           |   170 |
- * | read: cancelled, its handle closed, the device stopped or removed | STATUS_CANCELLED |   995 |
+ * | read: shorter than a packet, in mode Packets          | STATUS_BUFFER_TOO_SMALL      |   122 |
+ * | read: FaultFailReads                                  | the value of FaultStatus     |       |
+ * | read: cancelled, its handle closed, the device stopped | STATUS_CANCELLED            |   995 |
+ * | read: pending when the device was removed             | STATUS_DEVICE_REMOVED        |  1617 |
  * | anything: the device is not started                   | STATUS_DEVICE_NOT_READY      |    21 |
- * | anything: the device is being removed                 | STATUS_DELETE_PENDING        | 303, or
- * 5 |
+ * | anything: the device is being removed                 | STATUS_DELETE_PENDING        |   303 |
  *
  * For each record the checks run in the order of the table.
  */
@@ -75,7 +115,7 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 #define QV_SAMPLE_HARDWARE_ID L"ROOT\\QVSAMPLE"
 
 /** How many records `IOCTL_PARAMETERS_GET` answers, in the order of the identifiers below. */
-#define QV_SAMPLE_PARAMETER_COUNT 12u
+#define QV_SAMPLE_PARAMETER_COUNT 20u
 
 /** Integer, in us: the time between two samples. */
 #define QV_SAMPLE_ID_SAMPLING_INTERVAL 1u
@@ -102,10 +142,27 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 /** Integer of any 32-bit value, not worth saving. */
 #define QV_SAMPLE_ID_MARKER 12u
 
-/*
- * 0x100 to 0x1FF are kept for the parameters of the packet stream, 0x200 to 0x2FF for those that
- * ask for faults.
- */
+/** Enumeration: what reads return. */
+#define QV_SAMPLE_ID_STREAM_MODE 0x100u
+/** Integer, in bytes: the size of a packet, with its header. */
+#define QV_SAMPLE_ID_PACKET_SIZE 0x101u
+/** Integer, in packets per second; 0 for as many as there are reads. */
+#define QV_SAMPLE_ID_PACKET_RATE 0x102u
+
+/** Integer, hidden: how many of the next reads fail. */
+#define QV_SAMPLE_ID_FAULT_FAIL_READS 0x200u
+/** Integer, hidden: the NTSTATUS that they fail with, of severity error. */
+#define QV_SAMPLE_ID_FAULT_STATUS 0x201u
+/** Integer, in ms, hidden: how much later reads complete. */
+#define QV_SAMPLE_ID_FAULT_DELAY 0x202u
+/** Integer, hidden: how many of the next packets are cut to half. */
+#define QV_SAMPLE_ID_FAULT_SHORT_READS 0x203u
+/** Enumeration, hidden: Off, or On for reads that wait whatever there is. */
+#define QV_SAMPLE_ID_FAULT_HOLD 0x204u
+
+/** The values of StreamMode. */
+#define QV_SAMPLE_MODE_PACKETS 0u
+#define QV_SAMPLE_MODE_LOOP_BACK 1u
 
 /** The longest label. */
 #define QV_SAMPLE_LABEL_UNITS 64u

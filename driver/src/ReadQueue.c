@@ -1,0 +1,154 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// The pending reads. Each waits in `waitingReads` until there is something for it, and goes from
+// there to `servedReads`, with its outcome, to be completed in its turn. It holds the device all
+// the time.
+//
+// Whoever takes a read out of its list completes it. Two might want to, and the exchange of the
+// cancel routine decides between them: a read whose routine the system has cleared belongs to that
+// routine, and stays in its list for it. A served read that completes at once has no cancel routine
+// any more; one that is delayed keeps it until it completes.
+//
+// Reads are completed without the lock, so only one thread at a time may do it, or they would
+// overtake each other. A thread that finds another at work leaves its reads to that one.
+
+#include "Device.h"
+
+static DRIVER_CANCEL QvSampleCancelRead;
+
+IRP* ReadOfEntry(LIST_ENTRY* entry) {
+    return CONTAINING_RECORD(entry, IRP, Tail.Overlay.ListEntry);
+}
+
+QV_READ* NotesOfRead(IRP* irp) { return (QV_READ*)irp->Tail.Overlay.DriverContext; }
+
+ULONG ReadLength(IRP* irp) { return IoGetCurrentIrpStackLocation(irp)->Parameters.Read.Length; }
+
+// Called at DISPATCH_LEVEL with the system's cancel lock held.
+static void NTAPI QvSampleCancelRead(DEVICE_OBJECT* deviceObject, IRP* irp) {
+    QV_DEVICE* device = deviceObject->DeviceExtension;
+    KIRQL irql;
+
+    IoReleaseCancelSpinLock(irp->CancelIrql);
+
+    KeAcquireSpinLock(&device->lock, &irql);
+    DropPacketOfRead(device, irp);
+    RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+    KeReleaseSpinLock(&device->lock, irql);
+
+    CompleteIrp(irp, STATUS_CANCELLED, 0);
+    LeaveDevice(device, irp);
+}
+
+NTSTATUS QueueRead(QV_DEVICE* device, IRP* irp) {
+    const NTSTATUS status = HoldDevice(device, irp);
+    if (!NT_SUCCESS(status)) return status;
+
+    // Marked before it can be seen in the list: others may complete it at once.
+    IoMarkIrpPending(irp);
+    *NotesOfRead(irp) = (QV_READ){.due = 0};
+    (void)IoSetCancelRoutine(irp, QvSampleCancelRead);
+    if (irp->Cancel && IoSetCancelRoutine(irp, NULL) != NULL) {
+        LeaveDevice(device, irp);
+        return STATUS_CANCELLED;
+    }
+    // When the cancel routine is being called already, it waits for the lock and finds the read.
+    InsertTailList(&device->waitingReads, &irp->Tail.Overlay.ListEntry);
+    return STATUS_PENDING;
+}
+
+// When a read that is served now may complete: not before one that was served earlier.
+static LONGLONG CompletionTime(QV_DEVICE* device, LONGLONG now) {
+    const ULONG delayMs = *NumberInPlace(device, QV_SAMPLE_ID_FAULT_DELAY);
+    const LONGLONG due = now + (LONGLONG)delayMs * (QV_SECOND / 1000);
+    if (IsListEmpty(&device->servedReads)) return due;
+    return max(due, NotesOfRead(ReadOfEntry(device->servedReads.Blink))->due);
+}
+
+BOOLEAN MoveToServed(QV_DEVICE* device, IRP* irp, LONGLONG now) {
+    QV_READ* notes = NotesOfRead(irp);
+    notes->due = CompletionTime(device, now);
+    notes->isDelayed = notes->due > now;
+    if (!notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) return FALSE;
+
+    RemoveEntryList(&irp->Tail.Overlay.ListEntry);
+    InsertTailList(&device->servedReads, &irp->Tail.Overlay.ListEntry);
+    return TRUE;
+}
+
+// Takes the oldest served read if it is to be completed now, and null if there is none. One that is
+// being cancelled holds up nobody. The lock is held.
+static IRP* TakeServedRead(QV_DEVICE* device, LONGLONG now) {
+    LIST_ENTRY* entry;
+    for (entry = device->servedReads.Flink; entry != &device->servedReads; entry = entry->Flink) {
+        IRP* irp = ReadOfEntry(entry);
+        const QV_READ* notes = NotesOfRead(irp);
+        if (notes->due > now) return NULL;
+        if (notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) continue;
+        RemoveEntryList(entry);
+        return irp;
+    }
+    return NULL;
+}
+
+static void CompleteRead(QV_DEVICE* device, IRP* irp) {
+    const ULONG_PTR bytes = irp->IoStatus.Information;
+    if (NotesOfRead(irp)->holdsPacket) FillPayload(irp->AssociatedIrp.SystemBuffer, (ULONG)bytes);
+    CompleteIrp(irp, irp->IoStatus.Status, bytes);
+    LeaveDevice(device, irp);
+}
+
+void CompleteServedReads(QV_DEVICE* device) {
+    KIRQL irql;
+    BOOLEAN wakeClock = FALSE;
+
+    KeAcquireSpinLock(&device->lock, &irql);
+    if (!device->isCompleting) {
+        IRP* irp;
+        device->isCompleting = TRUE;
+        while ((irp = TakeServedRead(device, CurrentTime())) != NULL) {
+            KeReleaseSpinLock(&device->lock, irql);
+            CompleteRead(device, irp);
+            KeAcquireSpinLock(&device->lock, &irql);
+        }
+        device->isCompleting = FALSE;
+        wakeClock = ClockHasToWake(device);
+    }
+    KeReleaseSpinLock(&device->lock, irql);
+    if (wakeClock) (void)KeSetEvent(&device->clock.wake, IO_NO_INCREMENT, /*Wait=*/FALSE);
+}
+
+// Moves the reads of one open handle, or all when `file` is null, from a list to `taken`, except
+// for those that are being cancelled, or completed in a moment. The lock is held.
+static void TakeReads(QV_DEVICE* device, LIST_ENTRY* reads, const FILE_OBJECT* file,
+                      LIST_ENTRY* taken) {
+    LIST_ENTRY* entry;
+    LIST_ENTRY* next;
+    for (entry = reads->Flink; entry != reads; entry = next) {
+        IRP* irp = ReadOfEntry(entry);
+        next = entry->Flink;
+        if (file != NULL && IoGetCurrentIrpStackLocation(irp)->FileObject != file) continue;
+        if (IoSetCancelRoutine(irp, NULL) == NULL) continue;
+        DropPacketOfRead(device, irp);
+        RemoveEntryList(entry);
+        InsertTailList(taken, entry);
+    }
+}
+
+void EndReads(QV_DEVICE* device, const FILE_OBJECT* file, NTSTATUS status) {
+    LIST_ENTRY taken;
+    KIRQL irql;
+
+    InitializeListHead(&taken);
+    KeAcquireSpinLock(&device->lock, &irql);
+    TakeReads(device, &device->servedReads, file, &taken);
+    TakeReads(device, &device->waitingReads, file, &taken);
+    KeReleaseSpinLock(&device->lock, irql);
+
+    while (!IsListEmpty(&taken)) {
+        IRP* irp = ReadOfEntry(RemoveHeadList(&taken));
+        CompleteIrp(irp, status, 0);
+        LeaveDevice(device, irp);
+    }
+}
