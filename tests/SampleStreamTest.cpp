@@ -12,6 +12,7 @@
 #include <random>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "HandleLedger.h"
@@ -454,7 +455,7 @@ TEST_F(SampleCancelTest, PacketOfACancelledDelayedReadCountsAsDropped) {
 TEST_F(SampleCancelTest, PacketsBehindACancelledDelayedReadTellOfIt) {
     RawRead first;
     RawRead second;
-    Set(QV_SAMPLE_ID_FAULT_DELAY, 100);
+    Set(QV_SAMPLE_ID_FAULT_DELAY, 500);
     Send(first);
     Send(second);
     CancelAndFinish(first);
@@ -462,6 +463,30 @@ TEST_F(SampleCancelTest, PacketsBehindACancelledDelayedReadTellOfIt) {
     EXPECT_EQ(static_cast<DWORD>(ERROR_SUCCESS), Finish(second));
     EXPECT_EQ(1U, second.buffer.Header().sequence);
     EXPECT_EQ(1U, second.buffer.Header().dropped);
+}
+
+// The driver's clock completes reads, one right after the other, while they are being cancelled.
+TEST_F(SampleCancelTest, EveryPacketIsReturnedOrCountedWhoeverIsFaster) {
+    std::uint64_t received = 0;
+    Set(QV_SAMPLE_ID_FAULT_DELAY, 1);
+    for (int round = 0; round < 300; ++round) {
+        RawRead reads[4];
+        for (RawRead& read : reads) Send(read);
+        reads[0].event.Wait();
+        for (RawRead& read : reads) (void)::CancelIoEx(handle_->Get(), &read.overlapped);
+        for (RawRead& read : reads) {
+            const DWORD code = Finish(read);
+            if (code == ERROR_SUCCESS) {
+                const QV_SAMPLE_PACKET_HEADER header = read.buffer.Header();
+                ASSERT_EQ(received++, header.sequence - header.dropped);
+            } else {
+                ASSERT_EQ(static_cast<DWORD>(ERROR_OPERATION_ABORTED), code);
+            }
+        }
+    }
+    const QV_SAMPLE_PACKET_HEADER last = ReadHeader();
+    EXPECT_EQ(received, last.sequence - last.dropped);
+    EXPECT_EQ(300U * 4, last.sequence);
 }
 
 TEST_F(SampleCancelTest, ClosingEndsReadsThatAreHeldOrDelayed) {
@@ -572,7 +597,7 @@ TEST_F(SampleOrderTest, ReadsCompleteInOrderWithFailingAndShortReadsAmongThem) {
         for (int round = 0; round < 10; ++round) {
             Set(QV_SAMPLE_ID_FAULT_FAIL_READS, 100);
             Set(QV_SAMPLE_ID_FAULT_SHORT_READS, 100);
-            Stream(depth, 700);
+            Stream(depth, 500);
         }
     }
     EXPECT_EQ(3000, failures_);
@@ -681,7 +706,7 @@ TEST_F(SampleWriteTest, BytesWrittenInPacketModeAreKeptForTheLoopBack) {
     EXPECT_EQ("kept", Read(100));
 }
 
-TEST_F(SampleWriteTest, NoPacketIsDueInLoopBackMode) {
+TEST_F(SampleWriteTest, PendingReadAndSequenceGoOnWhenTheModeChanges) {
     const auto sequenceOf = [](const std::string& aPacket) {
         QV_SAMPLE_PACKET_HEADER header = {};
         std::memcpy(&header, aPacket.data(), kHeaderSize);
@@ -723,6 +748,138 @@ TEST_F(SampleStreamTest, ThousandConnectStreamCloseCyclesLeaveNoHandle) {
         EXPECT_EQ(0, ledger.Unbalanced());
     }
     ASSERT_THAT(connection_.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), HasCode(Code::Success));
+}
+
+// A device that comes and goes with the test.
+class SampleRemovalTest : public SampleStreamTest {
+protected:
+    void SetUp() override {
+        const std::set<std::string> before = Links();
+        ASSERT_EQ(0U, Setup("install --devices " + std::to_string(before.size() + 1)));
+        for (const std::string& link : Links()) {
+            if (before.count(link) == 0) link_ = link;
+        }
+        ASSERT_FALSE(link_.empty());
+        ASSERT_THAT(connection_.Connect(link_.c_str()), HasCode(Code::Success));
+        Set(QV_SAMPLE_ID_PACKET_RATE, 0);
+    }
+
+    void TearDown() override {
+        (void)connection_.Close();  // Whether it is open still depends on the test.
+        if (Links().count(link_) != 0) Remove();
+    }
+
+    static std::set<std::string> Links() {
+        DeviceEnumerator enumerator;
+        EXPECT_THAT(enumerator.Enumerate(&GUID_DEVINTERFACE_QVSAMPLE), HasCode(Code::Success));
+        std::set<std::string> links;
+        String link;
+        while (enumerator.GetSymLink(static_cast<unsigned int>(links.size()), &link).IsSuccess()) {
+            links.insert(reinterpret_cast<const char*>(link.GetUnicode()));
+        }
+        return links;
+    }
+
+    // Its link names the device: \\?\root#qvsample#0002#{…} is ROOT\QVSAMPLE\0002.
+    void Remove() {
+        std::string id = link_.substr(4, link_.rfind('#') - 4);
+        std::replace(id.begin(), id.end(), '#', '\\');
+        EXPECT_EQ(0U, Setup("remove --device " + id));
+    }
+
+    // Runs the setup program, which lies beside the test. Returns its exit code.
+    static DWORD Setup(const std::string& aArguments) {
+        char path[MAX_PATH] = {};
+        ::GetModuleFileNameA(nullptr, path, MAX_PATH);
+        std::string command(path);
+        command.resize(command.rfind('\\') + 1);
+        command = '"' + command + "QvSampleSetup.exe\" " + aArguments;
+
+        STARTUPINFOA startup = {};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION process = {};
+        if (!::CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
+                              &startup, &process)) {
+            return ::GetLastError();
+        }
+        const Handle thread(process.hThread);
+        const Handle owner(process.hProcess);
+        DWORD exitCode = 0;
+        ::WaitForSingleObject(owner.Get(), INFINITE);
+        ::GetExitCodeProcess(owner.Get(), &exitCode);
+        return exitCode;
+    }
+
+    std::string link_;
+};
+
+TEST_F(SampleRemovalTest, PendingReadsEndWithTheirDevice) {
+    constexpr int kPending = 63;
+    Buffer buffer;
+    DeviceRequestQueue queue;
+    ASSERT_THAT(queue.Allocate(kPending + 1, &connection_), HasCode(Code::Success));
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+    for (int request = 0; request < kPending; ++request) {
+        ASSERT_THAT(connection_.Read(buffer.bytes.data(), kLargest, &buffer.size,
+                                     queue.GetNextAvailableRequest()),
+                    HasCode(Code::Pending));
+    }
+
+    Remove();
+
+    for (int request = 0; request < kPending; ++request) {
+        EXPECT_THAT(queue.GetNextResult(&buffer.size), HasCode(ERROR_DEVICE_REMOVED));
+    }
+    EXPECT_THAT(queue.GetNextResult(&buffer.size), HasCode(Code::NotAllowed));
+}
+
+TEST_F(SampleRemovalTest, DelayedReadsEndWithTheirDevice) {
+    Set(QV_SAMPLE_ID_FAULT_DELAY, 10000);
+    PendingReads reads = SendReads(8);
+
+    Remove();
+
+    for (const auto& read : reads) {
+        EXPECT_EQ(static_cast<unsigned long>(ERROR_DEVICE_REMOVED), read->Finish());
+    }
+}
+
+TEST_F(SampleRemovalTest, RunningStreamEndsWithItsDeviceAndLosesNoRequest) {
+    int sent = 0;
+    int collected = 0;
+    int failed = 0;
+    Buffer buffer;
+    DeviceRequestQueue queue;
+    ASSERT_THAT(queue.Allocate(8, &connection_), HasCode(Code::Success));
+    Set(QV_SAMPLE_ID_FAULT_DELAY, 1);
+    std::thread remover([this] { Remove(); });
+
+    for (; failed == 0 || collected < sent; ++collected) {
+        for (; failed == 0 && sent - collected < 7; ++sent) {
+            // A refusal is told again when the request is collected.
+            (void)connection_.Read(buffer.bytes.data(), kLargest, &buffer.size,
+                                   queue.GetNextAvailableRequest());
+        }
+        const unsigned long code = queue.GetNextResult(&buffer.size).GetCode();
+        if (code == Code::Success) continue;
+        ++failed;
+        // Those that were pending, and those that came while the device was going.
+        EXPECT_THAT(code, AnyOf(ERROR_DEVICE_REMOVED, ERROR_DELETE_PENDING, ERROR_ACCESS_DENIED,
+                                ERROR_INVALID_FUNCTION))
+            << "request " << collected << " of " << sent;
+    }
+    remover.join();
+
+    EXPECT_THAT(queue.GetNextResult(&buffer.size), HasCode(Code::NotAllowed));
+    EXPECT_THAT(connection_.Close(), HasCode(Code::Success));
+}
+
+TEST_F(SampleRemovalTest, DeviceComesBackWithAStreamOfItsOwn) {
+    EXPECT_EQ(0U, ReadHeader().sequence);
+    Remove();
+    ASSERT_THAT(connection_.Close(), HasCode(Code::Success));
+    SetUp();
+    EXPECT_EQ(0U, ReadHeader().sequence);
 }
 
 }  // namespace

@@ -67,6 +67,7 @@ typedef struct QV_CLOCK {
 typedef struct QV_READ {
     LONGLONG due;       // When a served read may be completed.
     BOOLEAN isDelayed;  // A served read that waits for that time, and can be cancelled until then.
+    BOOLEAN isAtOnce;   // A read that never waits: it is in no list, and cannot be cancelled.
     BOOLEAN holdsPacket;  // Its buffer begins with the header of a packet without payload as yet.
 } QV_READ;
 
@@ -177,6 +178,18 @@ ULONG ReadLength(IRP* irp);
 // Answers STATUS_PENDING then, and the read must not be touched any more; otherwise the reason why
 // not. A read with STATUS_CANCELLED has been marked all the same. The lock is held.
 NTSTATUS QueueRead(QV_DEVICE* device, IRP* irp);
+
+// Whether a read that comes now may be served and completed without waiting: no other is before it,
+// and no fault keeps it. It has to be completed with `FinishReadAtOnce`. The lock is held.
+BOOLEAN BeginReadAtOnce(QV_DEVICE* device, IRP* irp);
+
+// Ends what `BeginReadAtOnce` began when there is nothing for the read. The lock is held.
+void CallOffReadAtOnce(QV_DEVICE* device);
+
+// Completes a served read for which `BeginReadAtOnce` answered true, and returns its status. Others
+// may have come up behind it meanwhile, for `CompleteServedReads`. IRQL <= DISPATCH_LEVEL, no lock
+// held. The caller holds the device.
+NTSTATUS FinishReadAtOnce(QV_DEVICE* device, IRP* irp);
 
 // Moves a waiting read to the served ones, with a delay if that fault was asked for. Answers false,
 // and leaves it alone, when it is being cancelled. The caller sets its outcome at once. The lock is

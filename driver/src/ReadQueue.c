@@ -10,6 +10,9 @@
 // routine, and stays in its list for it. A served read that completes at once has no cancel routine
 // any more; one that is delayed keeps it until it completes.
 //
+// A read that finds nobody before it and something for it takes a short cut past both lists: it is
+// completed in the dispatch routine without ever having been pending.
+//
 // Reads are completed without the lock, so only one thread at a time may do it, or they would
 // overtake each other. A thread that finds another at work leaves its reads to that one.
 
@@ -58,6 +61,19 @@ NTSTATUS QueueRead(QV_DEVICE* device, IRP* irp) {
     return STATUS_PENDING;
 }
 
+BOOLEAN BeginReadAtOnce(QV_DEVICE* device, IRP* irp) {
+    if (device->isCompleting || AreReadsHeld(device) ||
+        *NumberInPlace(device, QV_SAMPLE_ID_FAULT_DELAY) > 0 ||
+        !IsListEmpty(&device->waitingReads) || !IsListEmpty(&device->servedReads)) {
+        return FALSE;
+    }
+    *NotesOfRead(irp) = (QV_READ){.isAtOnce = TRUE};
+    device->isCompleting = TRUE;
+    return TRUE;
+}
+
+void CallOffReadAtOnce(QV_DEVICE* device) { device->isCompleting = FALSE; }
+
 // When a read that is served now may complete: not before one that was served earlier.
 static LONGLONG CompletionTime(QV_DEVICE* device, LONGLONG now) {
     const ULONG delayMs = *NumberInPlace(device, QV_SAMPLE_ID_FAULT_DELAY);
@@ -68,6 +84,8 @@ static LONGLONG CompletionTime(QV_DEVICE* device, LONGLONG now) {
 
 BOOLEAN MoveToServed(QV_DEVICE* device, IRP* irp, LONGLONG now) {
     QV_READ* notes = NotesOfRead(irp);
+    if (notes->isAtOnce) return TRUE;
+
     notes->due = CompletionTime(device, now);
     notes->isDelayed = notes->due > now;
     if (!notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) return FALSE;
@@ -92,11 +110,20 @@ static IRP* TakeServedRead(QV_DEVICE* device, LONGLONG now) {
     return NULL;
 }
 
-static void CompleteRead(QV_DEVICE* device, IRP* irp) {
+static NTSTATUS CompleteRead(IRP* irp) {
     const ULONG_PTR bytes = irp->IoStatus.Information;
     if (NotesOfRead(irp)->holdsPacket) FillPayload(irp->AssociatedIrp.SystemBuffer, (ULONG)bytes);
-    CompleteIrp(irp, irp->IoStatus.Status, bytes);
-    LeaveDevice(device, irp);
+    return CompleteIrp(irp, irp->IoStatus.Status, bytes);
+}
+
+NTSTATUS FinishReadAtOnce(QV_DEVICE* device, IRP* irp) {
+    const NTSTATUS status = CompleteRead(irp);
+    KIRQL irql;
+
+    KeAcquireSpinLock(&device->lock, &irql);
+    device->isCompleting = FALSE;
+    KeReleaseSpinLock(&device->lock, irql);
+    return status;
 }
 
 void CompleteServedReads(QV_DEVICE* device) {
@@ -109,7 +136,8 @@ void CompleteServedReads(QV_DEVICE* device) {
         device->isCompleting = TRUE;
         while ((irp = TakeServedRead(device, CurrentTime())) != NULL) {
             KeReleaseSpinLock(&device->lock, irql);
-            CompleteRead(device, irp);
+            (void)CompleteRead(irp);
+            LeaveDevice(device, irp);
             KeAcquireSpinLock(&device->lock, &irql);
         }
         device->isCompleting = FALSE;

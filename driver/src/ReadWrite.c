@@ -87,8 +87,18 @@ void SettleReads(QV_DEVICE* device) {
     DropDuePackets(device, now);
 }
 
-// Lets a read wait, and serves it if there is something for it. Answers as `QueueRead` does.
-static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp) {
+// Serves a read that need not wait. Answers false when it has to. The lock is held.
+static BOOLEAN ServeReadAtOnce(QV_DEVICE* device, IRP* irp) {
+    if (!BeginReadAtOnce(device, irp)) return FALSE;
+    if (ServeRead(device, irp, CurrentTime()) == QvServed) return TRUE;
+
+    CallOffReadAtOnce(device);
+    return FALSE;
+}
+
+// Serves a read at once, or lets it wait until there is something for it. Answers as `QueueRead`
+// does for a read that was not served at once.
+static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp, BOOLEAN* isServedAtOnce) {
     KIRQL irql;
     NTSTATUS status;
 
@@ -100,8 +110,11 @@ static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp) {
         // What was due before this read is not for it.
         SettleReads(device);
         BeginReading(device, IoGetCurrentIrpStackLocation(irp)->FileObject);
-        status = QueueRead(device, irp);
-        SettleReads(device);
+        *isServedAtOnce = ServeReadAtOnce(device, irp);
+        if (!*isServedAtOnce) {
+            status = QueueRead(device, irp);
+            SettleReads(device);
+        }
     }
     KeReleaseSpinLock(&device->lock, irql);
     return status;
@@ -110,6 +123,7 @@ static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp) {
 // Runs at PASSIVE_LEVEL. Buffered: the system buffer is as long as the read, and null for length 0.
 NTSTATUS NTAPI QvSampleRead(DEVICE_OBJECT* deviceObject, IRP* irp) {
     QV_DEVICE* device = deviceObject->DeviceExtension;
+    BOOLEAN isServedAtOnce = FALSE;
     NTSTATUS status = EnterDevice(device, irp);
     if (!NT_SUCCESS(status)) return CompleteIrp(irp, status, 0);
 
@@ -121,15 +135,19 @@ NTSTATUS NTAPI QvSampleRead(DEVICE_OBJECT* deviceObject, IRP* irp) {
         // Another driver sent it without opening the device; a stream belongs to open handles.
         status = STATUS_INVALID_HANDLE;
     } else {
-        status = AcceptRead(device, irp);
+        status = AcceptRead(device, irp, &isServedAtOnce);
     }
 
-    // A read that waits has a hold of its own on the device, and may be gone by now.
-    if (status != STATUS_PENDING) CompleteIrp(irp, status, 0);
+    if (isServedAtOnce) {
+        status = FinishReadAtOnce(device, irp);
+    } else if (status != STATUS_PENDING) {
+        // A read that waits has a hold of its own on the device, and may be gone by now.
+        CompleteIrp(irp, status, 0);
+    }
     CompleteServedReads(device);
     LeaveDevice(device, irp);
     // A read that was marked as pending has to be answered so, though it has been completed.
-    return status == STATUS_CANCELLED ? STATUS_PENDING : status;
+    return status == STATUS_CANCELLED && !isServedAtOnce ? STATUS_PENDING : status;
 }
 
 // Takes a write as a whole or not at all. Pending reads are not counted as room: any of them may be

@@ -92,6 +92,8 @@
  * | anything: the device is not started                   | STATUS_DEVICE_NOT_READY      |    21 |
  * | anything: the device is being removed                 | STATUS_DELETE_PENDING        |   303 |
  *
+ * Systems translate STATUS_DELETE_PENDING either to 303 or, older ones and Wine, to 5.
+ *
  * For each record the checks run in the order of the table.
  */
 
