@@ -17,10 +17,11 @@ constexpr char kDetails[] =
     "\"qvctl VERB --help\" tells the options of a verb. Messages go to standard error.\n"
     "\n"
     "Exit codes:\n"
-    "  0  done\n"
-    "  1  refused or failed\n"
-    "  2  wrong usage\n"
-    "  3  no such device";
+    "  0    done\n"
+    "  1    refused, failed or, with --verify, lost\n"
+    "  2    wrong usage\n"
+    "  3    no such device\n"
+    "  130  stopped by Ctrl-C";
 
 // The options as they are written, before they are understood.
 struct OptionTexts {
@@ -84,7 +85,8 @@ Failure WrongUsage(const CLI::App& aProgram, const std::vector<std::string>& aAr
 }  // namespace
 
 Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs) {
-    CLI::App program("Lists devices, and shows and changes their parameters.", "qvctl");
+    CLI::App program("Lists devices, shows and changes their parameters, and moves their data.",
+                     "qvctl");
     // An argument that begins with a slash is a name or a value like any other.
     program.allow_windows_style_options(false);
     program.require_subcommand(1);

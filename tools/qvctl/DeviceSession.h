@@ -19,6 +19,7 @@ public:
     explicit DeviceSession(const Context& aContext);
 
     const Device& GetDevice() const { return device_; }
+    QvUserLib::DeviceConnection& GetConnection() { return connection_; }
     QvUserLib::DeviceParameterRepository& GetParameters() { return parameters_; }
 
 private:

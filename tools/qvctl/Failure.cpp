@@ -69,12 +69,20 @@ nlohmann::ordered_json Failure::ToJson() const {
     return json;
 }
 
+Failure Failure::InReport() const {
+    Failure failure = *this;
+    failure.isInReport_ = true;
+    return failure;
+}
+
 const char* Failure::GetKind() const {
     switch (exitCode_) {
         case ExitCode::WrongUsage:
             return "usage";
         case ExitCode::NoSuchDevice:
             return "no-device";
+        case ExitCode::Interrupted:
+            return "interrupted";
         default:
             return refusals_.empty() ? "failed" : "refused";
     }

@@ -15,7 +15,7 @@
 namespace Qvctl {
 
 // What the process returns.
-enum class ExitCode { Done = 0, Failed = 1, WrongUsage = 2, NoSuchDevice = 3 };
+enum class ExitCode { Done = 0, Failed = 1, WrongUsage = 2, NoSuchDevice = 3, Interrupted = 130 };
 
 // One parameter that could not be found or did not take its value.
 struct Refusal {
@@ -48,6 +48,10 @@ public:
     // The member "error" of the JSON output.
     nlohmann::ordered_json ToJson() const;
 
+    // This failure as one whose JSON stands in the verb's own output already.
+    Failure InReport() const;
+    bool IsInReport() const { return isInReport_; }
+
 private:
     const char* GetKind() const;
 
@@ -56,6 +60,7 @@ private:
     std::string message_;
     std::optional<unsigned long> code_;
     std::vector<Refusal> refusals_;
+    bool isInReport_ = false;
 };
 
 }  // namespace Qvctl

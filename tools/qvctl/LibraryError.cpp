@@ -28,6 +28,12 @@ std::string SystemText(unsigned long aCode) {
     return ToUtf8(text);
 }
 
+// "error 5: Access denied"; some systems lack words for some errors.
+std::string ErrorText(unsigned long aError) {
+    const std::string text = SystemText(aError);
+    return "error " + std::to_string(aError) + (text.empty() ? "" : ": " + text);
+}
+
 }  // namespace
 
 void OpenErrorLog(const std::string& aPath) {
@@ -64,13 +70,13 @@ Result Refuse(QvUserLib::Code aCode, unsigned long aLine, const char* aReason) {
     return result;
 }
 
+Failure SystemFailure(const std::string& aWhat, unsigned long aError) {
+    return Failure(ExitCode::Failed, aWhat + ": " + ErrorText(aError), aError);
+}
+
 Failure DriverFailure(const std::string& aWhat, const Result& aResult) {
     std::string message = aWhat + ": " + ReasonFor(aResult);
-    if (ReasonFor(aResult) == kSystemReason) {
-        const std::string text = SystemText(aResult.GetCode());
-        message += " (error " + std::to_string(aResult.GetCode());
-        message += text.empty() ? ")" : ": " + text + ")";
-    }
+    if (ReasonFor(aResult) == kSystemReason) message += " (" + ErrorText(aResult.GetCode()) + ")";
     return Failure(ExitCode::Failed, message, aResult.GetCode());
 }
 

@@ -23,6 +23,9 @@ std::string ReasonFor(const QvUserLib::Result& aResult);
 // Records a refusal of the tool's own, and returns it as a result.
 QvUserLib::Result Refuse(QvUserLib::Code aCode, unsigned long aLine, const char* aReason);
 
+// The failure of a system call, with the system's words for its error.
+Failure SystemFailure(const std::string& aWhat, unsigned long aError);
+
 // The failure of something that was asked of the driver, with the system's words for its code.
 Failure DriverFailure(const std::string& aWhat, const QvUserLib::Result& aResult);
 

@@ -54,7 +54,7 @@ ExitCode Report(const Failure& aFailure, bool aJson, Output& aOut, Output& aErr)
     for (const std::string& line : aFailure.GetLines()) {
         aErr.WriteLine("qvctl: " + Printable(line));
     }
-    if (aJson) {
+    if (aJson && !aFailure.IsInReport()) {
         nlohmann::ordered_json json;
         json["error"] = aFailure.ToJson();
         aOut.WriteLine(json.dump(2));

@@ -24,6 +24,8 @@ public:
     // One line; the line feed is added.
     void WriteLine(std::string_view aText);
 
+    bool IsTerminal() const { return isConsole_; }
+
     // How many columns a line may have: those of the console, else 80.
     std::size_t GetWidth() const;
 

@@ -6,7 +6,10 @@
 #include "Verbs/ResetVerb.h"
 #include "Verbs/SetVerb.h"
 #include "Verbs/ShowVerb.h"
+#include "Verbs/StreamVerb.h"
 #include "Verbs/Verb.h"
+#include "Verbs/WatchVerb.h"
+#include "Verbs/WriteVerb.h"
 
 namespace Qvctl {
 
@@ -19,6 +22,9 @@ Verbs MakeAllVerbs() {
     verbs.push_back(std::make_unique<GetVerb>());
     verbs.push_back(std::make_unique<SetVerb>());
     verbs.push_back(std::make_unique<ResetVerb>());
+    verbs.push_back(std::make_unique<WatchVerb>());
+    verbs.push_back(std::make_unique<StreamVerb>());
+    verbs.push_back(std::make_unique<WriteVerb>());
     return verbs;
 }
 

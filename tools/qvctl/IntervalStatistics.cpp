@@ -1,0 +1,64 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "IntervalStatistics.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "Quantity.h"
+
+namespace Qvctl {
+
+void IntervalStatistics::Add(std::uint64_t aNanoseconds) {
+    minimum_ = count_ == 0 ? aNanoseconds : std::min(minimum_, aNanoseconds);
+    maximum_ = std::max(maximum_, aNanoseconds);
+    ++count_;
+    ++bins_[BinOf(aNanoseconds)];
+}
+
+std::uint64_t IntervalStatistics::GetPercentile(unsigned int aPercent) const {
+    // Rounded up, and in this order so that no count overflows.
+    const std::uint64_t rank = count_ / 100 * aPercent + (count_ % 100 * aPercent + 99) / 100;
+    std::uint64_t seen = 0;
+    for (std::size_t bin = 0; bin < kBins; ++bin) {
+        seen += bins_[bin];
+        if (seen >= rank) return std::clamp(LastOf(bin), minimum_, maximum_);
+    }
+    return maximum_;
+}
+
+std::string IntervalStatistics::ToText() const {
+    if (count_ == 0) return "too few";
+    return "min " + DurationText(minimum_) + ", median " + DurationText(GetPercentile(50)) +
+           ", p99 " + DurationText(GetPercentile(99)) + ", max " + DurationText(maximum_);
+}
+
+nlohmann::ordered_json IntervalStatistics::ToJson() const {
+    if (count_ == 0) return nullptr;
+    constexpr double kNanosecondsPerMicrosecond = 1000.0;
+    const auto microseconds = [](std::uint64_t aNanoseconds) {
+        return static_cast<double>(aNanoseconds) / kNanosecondsPerMicrosecond;
+    };
+    nlohmann::ordered_json json;
+    json["minimum"] = microseconds(minimum_);
+    json["median"] = microseconds(GetPercentile(50));
+    json["p99"] = microseconds(GetPercentile(99));
+    json["maximum"] = microseconds(maximum_);
+    return json;
+}
+
+std::size_t IntervalStatistics::BinOf(std::uint64_t aNanoseconds) {
+    std::size_t shift = 0;
+    while ((aNanoseconds >> shift) >= 2 * kSteps) ++shift;
+    return shift * kSteps + static_cast<std::size_t>(aNanoseconds >> shift);
+}
+
+std::uint64_t IntervalStatistics::LastOf(std::size_t aBin) {
+    if (aBin < 2 * kSteps) return aBin;
+    const std::size_t shift = aBin / kSteps - 1;
+    const std::uint64_t first = std::uint64_t{kSteps + aBin % kSteps} << shift;
+    return first + ((std::uint64_t{1} << shift) - 1);
+}
+
+}  // namespace Qvctl
