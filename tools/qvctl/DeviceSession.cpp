@@ -20,6 +20,20 @@ Failure CannotOpen(const Device& aDevice, const QvUserLib::Result& aResult) {
                    aResult.GetCode());
 }
 
+// Whether nothing has the device's path any more. Its state does not matter: a device that others
+// have locked is there.
+bool IsGone(const Device& aDevice) {
+    const HANDLE probe =
+        ::CreateFileA(aDevice.link.c_str(), /*dwDesiredAccess=*/0,
+                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    const DWORD error = ::GetLastError();
+    if (probe == INVALID_HANDLE_VALUE) {
+        return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    }
+    ::CloseHandle(probe);
+    return false;
+}
+
 }  // namespace
 
 DeviceSession::DeviceSession(const Context& aContext)
@@ -31,6 +45,14 @@ DeviceSession::DeviceSession(const Context& aContext)
     const QvUserLib::Result loaded = parameters_.Connect(&connection_);
     if (loaded.IsFailure()) throw DriverFailure("cannot load the device's parameters", loaded);
     aContext.Note(std::to_string(parameters_.GetCount()) + " parameters loaded");
+}
+
+Failure DeviceSession::Explain(const Failure& aFailure) const {
+    if (aFailure.GetExitCode() != ExitCode::Failed || !aFailure.GetCode() || !IsGone(device_)) {
+        return aFailure;
+    }
+    return Failure(ExitCode::Failed, std::string("the device has been removed: ") + aFailure.what(),
+                   *aFailure.GetCode());
 }
 
 }  // namespace Qvctl

@@ -22,6 +22,9 @@ public:
     QvUserLib::DeviceConnection& GetConnection() { return connection_; }
     QvUserLib::DeviceParameterRepository& GetParameters() { return parameters_; }
 
+    // What failed on the device, with the news that the device has been removed if it has.
+    Failure Explain(const Failure& aFailure) const;
+
 private:
     Device device_;
     // The repository borrows the connection, so it has to go first.

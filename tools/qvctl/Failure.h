@@ -39,6 +39,9 @@ public:
 
     ExitCode GetExitCode() const { return exitCode_; }
 
+    // Of the library or the system, if one of them reported the failure.
+    const std::optional<unsigned long>& GetCode() const { return code_; }
+
     // For people, each of one line.
     const std::vector<std::string>& GetLines() const { return lines_; }
 

@@ -30,6 +30,7 @@ public:
     FileSender(QvUserLib::DeviceConnection& aConnection, Settings aSettings);
     ~FileSender() override;
 
+    const std::string& GetPath() const { return settings_.path; }
     std::uint64_t GetRequests() const { return requests_; }
     std::uint64_t GetBytes() const { return bytes_; }
 

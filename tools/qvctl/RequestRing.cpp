@@ -70,9 +70,11 @@ RequestRing::Outcome RequestRing::Collect(unsigned int aSlot) {
         const Result result = queue_.GetNextResult(&size);
         return {result.IsFailure() ? result.GetCode() : 0, BufferOf(aSlot), size};
     }
-    // The queue asks the connection, which has given its device away.
     const BOOL done = ::GetOverlappedResult(released_, records_[aSlot], &size, /*bWait=*/TRUE);
     const DWORD error = ::GetLastError();
+    // Only strikes it off: what became of it is known.
+    unsigned long ignored = 0;
+    (void)queue_.GetNextResult(&ignored);
     return {done ? 0 : error, BufferOf(aSlot), size};
 }
 
@@ -80,6 +82,10 @@ void RequestRing::CancelAll() {
     if (IsEmpty() || released_ != nullptr) return;
     // A connection shows its handle only to whom it gives it for good.
     released_ = connection_.ReleaseHandle();
+    // The queue asks its connection about requests, even about those that are over, and a
+    // connection with nothing open would report an error for each. This changes nothing about the
+    // requests.
+    (void)connection_.Connect("NUL");
     ::CancelIoEx(released_, /*lpOverlapped=*/nullptr);
 }
 

@@ -56,7 +56,7 @@ public:
     Outcome TakeOldest();
 
     // Cancels every request that is pending. They still have to be collected; no other can be sent
-    // from now on, as the connection has no device any more.
+    // from now on, as the connection has given the device away.
     void CancelAll();
 
 private:

@@ -34,7 +34,7 @@ struct StreamSettings {
 class StreamReader final : public TransferThread {
 public:
     // The connection and the file, which may be null, are borrowed. A connection whose reads had to
-    // be cancelled is not connected afterwards. Throws `Failure`.
+    // be cancelled has lost its device afterwards. Throws `Failure`.
     StreamReader(QvUserLib::DeviceConnection& aConnection, const StreamSettings& aSettings,
                  PacketFile* aFile);
     ~StreamReader() override { StopAndWait(); }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "CtrlC.h"
+#include "ParameterJson.h"
 #include "Quantity.h"
 #include "Utf8.h"
 
@@ -114,6 +115,7 @@ std::string SendReportText(const FileSender& aSender) {
 
 ordered_json SendReportJson(const FileSender& aSender) {
     ordered_json json;
+    json["file"] = aSender.GetPath();
     json["requests"] = aSender.GetRequests();
     json["bytes"] = aSender.GetBytes();
     json["seconds"] = aSender.GetSeconds();
@@ -135,16 +137,22 @@ std::optional<Failure> SendFailure(const FileSender& aSender, bool aIsInterrupte
     return FailureOf(aSender, aIsInterrupted);
 }
 
-void FinishTransfer(const Context& aContext, const std::string& aText, ordered_json aJson,
+void FinishTransfer(const Context& aContext, const DeviceSession& aSession,
+                    const std::string& aText, const ordered_json& aJson,
                     const std::optional<Failure>& aFailure) {
+    std::optional<Failure> failure;
+    if (aFailure) failure = aSession.Explain(*aFailure);
     if (aContext.options.json) {
-        aJson["error"] = nullptr;
-        if (aFailure) aJson["error"] = aFailure->ToJson();
-        aContext.out.WriteLine(aJson.dump(2));
+        ordered_json json;
+        json["device"] = DeviceToJson(aSession.GetDevice());
+        json.update(aJson);
+        json["error"] = nullptr;
+        if (failure) json["error"] = failure->ToJson();
+        aContext.out.WriteLine(json.dump(2));
     } else {
         aContext.out.Write(aText);
     }
-    if (aFailure) throw aFailure->InReport();
+    if (failure) throw failure->InReport();
 }
 
 }  // namespace Qvctl

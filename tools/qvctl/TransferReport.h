@@ -12,6 +12,7 @@
 #include <string>
 
 #include "Context.h"
+#include "DeviceSession.h"
 #include "FileSender.h"
 #include "PacketFile.h"
 #include "StreamReader.h"
@@ -34,7 +35,8 @@ std::optional<Failure> SendFailure(const FileSender& aSender, bool aIsInterrupte
 
 // Prints the report in the form that was asked for, with the failure in the JSON, and throws the
 // failure if there is one.
-void FinishTransfer(const Context& aContext, const std::string& aText, nlohmann::ordered_json aJson,
+void FinishTransfer(const Context& aContext, const DeviceSession& aSession,
+                    const std::string& aText, const nlohmann::ordered_json& aJson,
                     const std::optional<Failure>& aFailure);
 
 }  // namespace Qvctl

@@ -12,7 +12,6 @@
 #include "DeviceUse.h"
 #include "PacketFile.h"
 #include "PacketSize.h"
-#include "ParameterJson.h"
 #include "StreamReader.h"
 #include "TransferReport.h"
 #include "TransferRun.h"
@@ -79,10 +78,7 @@ void StreamVerb::Run(const Context& aContext) {
     ProgressDisplay display(aContext.err, quiet_);
     RunTransfer(reader, ctrlC.GetEvent(), display, TransferItems{"packet", /*canDrop=*/true});
 
-    nlohmann::ordered_json json;
-    json["device"] = DeviceToJson(session.GetDevice());
-    json.update(StreamReportJson(reader, out));
-    FinishTransfer(aContext, StreamReportText(reader, out), json,
+    FinishTransfer(aContext, session, StreamReportText(reader, out), StreamReportJson(reader, out),
                    StreamFailure(reader, ctrlC.IsPressed()));
 }
 

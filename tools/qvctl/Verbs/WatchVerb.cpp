@@ -110,7 +110,11 @@ void WatchVerb::Watch(const Context& aContext) const {
     ParameterWatch watch(session.GetParameters(), names_);
     const CtrlC ctrlC;
     aContext.Note("watching");
-    PrintChanges(aContext, watch, ctrlC);
+    try {
+        PrintChanges(aContext, watch, ctrlC);
+    } catch (const Failure& failure) {
+        throw session.Explain(failure);
+    }
 }
 
 void WatchVerb::PrintChanges(const Context& aContext, ParameterWatch& aWatch,

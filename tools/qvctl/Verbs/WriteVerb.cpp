@@ -9,7 +9,6 @@
 #include "CtrlC.h"
 #include "DeviceSession.h"
 #include "FileSender.h"
-#include "ParameterJson.h"
 #include "TransferReport.h"
 #include "TransferRun.h"
 #include "Verbs/Checks.h"
@@ -56,11 +55,8 @@ void WriteVerb::Run(const Context& aContext) {
     ProgressDisplay display(aContext.err, quiet_);
     RunTransfer(sender, ctrlC.GetEvent(), display, TransferItems{"request", /*canDrop=*/false});
 
-    nlohmann::ordered_json json;
-    json["device"] = DeviceToJson(session.GetDevice());
-    json["file"] = file_;
-    json.update(SendReportJson(sender));
-    FinishTransfer(aContext, SendReportText(sender), json, SendFailure(sender, ctrlC.IsPressed()));
+    FinishTransfer(aContext, session, SendReportText(sender), SendReportJson(sender),
+                   SendFailure(sender, ctrlC.IsPressed()));
 }
 
 }  // namespace Qvctl
