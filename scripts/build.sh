@@ -2,16 +2,18 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Installs what is missing and builds everything into build/PRESET.
-# Usage: scripts/build.sh [PRESET]      (default: mingw)
+# Installs what is missing and builds everything, or only the targets named, into build/PRESET.
+# Usage: scripts/build.sh [PRESET [TARGET…]]      (default: mingw)
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
 
 preset=${1:-mingw}
+targets=("${@:2}")
 scripts/install-packages.sh --quiet
 mkdir -p "build/$preset"
 step "Building build/$preset"
 run_quietly "build/$preset/configure.log" cmake --preset "$preset"
-run_quietly "build/$preset/build.log" cmake --build --preset "$preset"
+run_quietly "build/$preset/build.log" cmake --build --preset "$preset" \
+    ${targets:+--target "${targets[@]}"}
