@@ -102,6 +102,9 @@
 
 #include <guiddef.h>
 
+/* The names are those that a GUID has on this system. */
+/* NOLINTBEGIN(readability-identifier-naming) */
+
 /** The device-interface class: every started device has one interface of this class. */
 static const GUID GUID_DEVINTERFACE_QVSAMPLE = {
     0x6b1e2f5c, 0x3a94, 0x4d0b, {0x9c, 0x57, 0x2e, 0x8f, 0x41, 0xd6, 0xa0, 0x73}};
@@ -112,6 +115,8 @@ static const GUID GUID_DEVINTERFACE_QVSAMPLE = {
 /** The setup class of the devices. */
 static const GUID GUID_DEVCLASS_QVSAMPLE = {
     0xd47c90a1, 0x5be8, 0x4f63, {0x8a, 0x1d, 0xc3, 0x70, 0x96, 0x2b, 0xe5, 0x14}};
+
+/* NOLINTEND(readability-identifier-naming) */
 
 /** What the INF matches. Wide, as SetupAPI takes it. */
 #define QV_SAMPLE_HARDWARE_ID L"ROOT\\QVSAMPLE"

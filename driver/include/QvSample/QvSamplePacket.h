@@ -30,9 +30,9 @@ static_assert(sizeof(QV_SAMPLE_PACKET_HEADER) == 32, "the header has no gaps");
 typedef char QvSamplePacketHeaderSize[sizeof(QV_SAMPLE_PACKET_HEADER) == 32 ? 1 : -1];
 #endif
 
-/** The byte at `index`, from 0, of the payload of packet `sequence`. */
-static inline uint8_t QvSamplePayloadByte(uint64_t sequence, uint32_t index) {
-    return (uint8_t)(sequence * 31u + index * 7u + (index >> 8));
+/** The byte at `aIndex`, from 0, of the payload of packet `aSequence`. */
+static inline uint8_t QvSamplePayloadByte(uint64_t aSequence, uint32_t aIndex) {
+    return (uint8_t)((uint32_t)aSequence * 31u + aIndex * 7u + (aIndex >> 8));
 }
 
 #endif
