@@ -6,24 +6,25 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <future>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "ProgramRun.h"
 #include "QvSample/QvSampleDevice.h"
 #include "QvUserLib/DeviceConnection.h"
 #include "QvUserLib/DeviceParameterRepository.h"
 #include "QvUserLib/Parameter.h"
 #include "TestSupport.h"
-#include "WindowsApi.h"
+#include "ToolProcess.h"
 
 namespace {
 
 using nlohmann::json;
+using QvTests::LinesOf;
+using QvTests::Outcome;
+using QvTests::Qvctl;
 using QvTests::Widen;
 using QvUserLib::DeviceConnection;
 using QvUserLib::DeviceParameterRepository;
@@ -34,22 +35,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
-
-// Runs the tool, which lies beside this program.
-struct ToolOutcome : QvTests::Outcome {
-    json Json() const { return json::parse(out); }
-};
-
-ToolOutcome Qvctl(const std::vector<std::string>& aArguments) {
-    return {QvTests::RunProgram(L"qvctl.exe", aArguments)};
-}
-
-std::vector<std::string> LinesOf(const std::string& aText) {
-    std::vector<std::string> lines;
-    std::istringstream text(aText);
-    for (std::string line; std::getline(text, line);) lines.push_back(line);
-    return lines;
-}
 
 // Columns of the terminal, as none of the sample's characters is wide.
 std::size_t ColumnsOf(const std::string& aLine) { return Widen(aLine).size(); }
@@ -99,12 +84,14 @@ constexpr char kChinese[] = "\xE4\xB8\xAD\xE5\x9B\xBD";
 constexpr char kDefaultLabel[] =
     "S\xC3\xBC"
     "d \xE2\x80\x93 Kanal 1";
+constexpr const char* kVerbs[] = {"list",  "show",  "get",    "set",
+                                  "reset", "watch", "stream", "write"};
 constexpr char kUnknownInterface[] = "{0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
 
 // list
 
 TEST_F(QvctlTest, ListPrintsNumberAndPathOfEachDevice) {
-    const ToolOutcome outcome = Qvctl({"list"});
+    const Outcome outcome = Qvctl({"list"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_THAT(LinesOf(outcome.out),
@@ -128,7 +115,7 @@ TEST_F(QvctlTest, ListAsJsonHasTheSamePaths) {
 TEST_F(QvctlTest, ShowPrintsValueRangeDefaultAndMarksInOneRow) {
     ASSERT_EQ(0u, Qvctl({"set", "BufferSize=128"}).exitCode);
 
-    const ToolOutcome outcome = Qvctl({"show"});
+    const Outcome outcome = Qvctl({"show"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     std::istringstream row(RowOf(outcome.out, "BufferSize"));
@@ -204,7 +191,7 @@ TEST_F(QvctlTest, ShowAsJsonNamesAnEnumerationsEntries) {
 }
 
 TEST_F(QvctlTest, ShowOfAnUnknownNameIsRefusedWithTheNameThatWasMeant) {
-    const ToolOutcome outcome = Qvctl({"show", "gain"});
+    const Outcome outcome = Qvctl({"show", "gain"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: gain: The specified parameter doesn't exist (did you mean Gain?)\n",
@@ -215,7 +202,7 @@ TEST_F(QvctlTest, ShowOfAnUnknownNameIsRefusedWithTheNameThatWasMeant) {
 // get
 
 TEST_F(QvctlTest, GetPrintsLinesThatSetTakes) {
-    const ToolOutcome outcome = Qvctl({"get", "Resolution", "Gain"});
+    const Outcome outcome = Qvctl({"get", "Resolution", "Gain"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_EQ("Resolution=16 bit\nGain=6\n", outcome.out);
@@ -234,7 +221,7 @@ TEST_F(QvctlTest, GetAsJsonGivesNumbersAndTexts) {
 }
 
 TEST_F(QvctlTest, GetWithOneUnknownNamePrintsNoValue) {
-    const ToolOutcome outcome = Qvctl({"get", "Gain", "NoSuch"});
+    const Outcome outcome = Qvctl({"get", "Gain", "NoSuch"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: NoSuch: The specified parameter doesn't exist\n", outcome.err);
@@ -244,7 +231,7 @@ TEST_F(QvctlTest, GetWithOneUnknownNamePrintsNoValue) {
 // set
 
 TEST_F(QvctlTest, SetChangesSeveralParametersAtOnce) {
-    const ToolOutcome outcome =
+    const Outcome outcome =
         Qvctl({"set", "SamplingInterval=250", "OperatingMode=Triggered", "Label=Bench 2"});
 
     EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
@@ -324,7 +311,7 @@ TEST_F(QvctlTest, SetRefusesWhatDoesNotFitWithOneLineThatSaysWhy) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.assignment);
-        const ToolOutcome outcome = Qvctl({"set", oneCase.assignment});
+        const Outcome outcome = Qvctl({"set", oneCase.assignment});
 
         EXPECT_EQ(1u, outcome.exitCode);
         EXPECT_EQ(
@@ -349,7 +336,7 @@ TEST_F(QvctlTest, SetNamesEveryRefusalOnALineOfItsOwn) {
 }
 
 TEST_F(QvctlTest, RefusalsAsJsonNameParameterValueAndReason) {
-    const ToolOutcome outcome = Qvctl({"set", "Gain=61", "--json"});
+    const Outcome outcome = Qvctl({"set", "Gain=61", "--json"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     const json error = outcome.Json()["error"];
@@ -363,7 +350,7 @@ TEST_F(QvctlTest, RefusalsAsJsonNameParameterValueAndReason) {
 
 // The library does not know the limit of this label; the driver does.
 TEST_F(QvctlTest, ARefusalByTheDriverIsTheToolsFailure) {
-    const ToolOutcome outcome = Qvctl({"set", "Gain=7", "Label=" + std::string(65, 'l'), "--json"});
+    const Outcome outcome = Qvctl({"set", "Gain=7", "Label=" + std::string(65, 'l'), "--json"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_THAT(outcome.err, StartsWith("qvctl: the device refused the change: DeviceIoControl "
@@ -386,7 +373,7 @@ TEST_F(QvctlTest, ResetOfNamedParametersLeavesTheOthers) {
 TEST_F(QvctlTest, ResetWithoutNamesResetsHiddenAndAdvancedOnesToo) {
     ASSERT_EQ(0u, Qvctl({"set", "Gain=7", "SelfTestCount=9", "FilterOrder=8"}).exitCode);
 
-    const ToolOutcome outcome = Qvctl({"reset"});
+    const Outcome outcome = Qvctl({"reset"});
 
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_THAT(LinesOf(outcome.out),
@@ -400,7 +387,7 @@ TEST_F(QvctlTest, ResetWithNothingToChangeSaysSo) {
 TEST_F(QvctlTest, ResetOfAReadOnlyParameterIsRefused) {
     ASSERT_EQ(0u, Qvctl({"set", "Gain=7"}).exitCode);
 
-    const ToolOutcome outcome = Qvctl({"reset", "Gain", "SerialNumber"});
+    const Outcome outcome = Qvctl({"reset", "Gain", "SerialNumber"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: SerialNumber: Parameter is read-only; nothing was sent\n", outcome.err);
@@ -427,7 +414,7 @@ TEST_F(QvctlTest, ErrorLogThatCannotBeOpenedStopsBeforeAnythingIsDone) {
     const QvTests::TemporaryDirectory directory;
     const std::string log = directory.File("missing") + "\\errors.log";
 
-    const ToolOutcome outcome = Qvctl({"set", "Gain=7", "--error-log", log});
+    const Outcome outcome = Qvctl({"set", "Gain=7", "--error-log", log});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: cannot open the error log '" + log + "'\n", outcome.err);
@@ -438,7 +425,7 @@ TEST_F(QvctlTest, ErrorLogWhosePathTheCodePageLacksIsRefused) {
     const QvTests::TemporaryDirectory directory;
     const std::string log = directory.File(kJapanese);
 
-    const ToolOutcome outcome = Qvctl({"get", "Gain", "--error-log", log});
+    const Outcome outcome = Qvctl({"get", "Gain", "--error-log", log});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_THAT(outcome.err, StartsWith("qvctl: cannot open the error log '" + log + "': "));
@@ -480,7 +467,7 @@ TEST_F(QvctlTest, NoSuchDeviceIsOneLineAndAnExitCodeOfItsOwn) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.message);
-        const ToolOutcome outcome = Qvctl(oneCase.arguments);
+        const Outcome outcome = Qvctl(oneCase.arguments);
 
         EXPECT_EQ(3u, outcome.exitCode);
         EXPECT_EQ("qvctl: " + oneCase.message + "\n", outcome.err);
@@ -501,7 +488,7 @@ TEST_F(QvctlTest, InterfaceIsTakenWithoutBracesAndInUpperCase) {
 }
 
 TEST_F(QvctlTest, AnOpenedFileThatIsNoDeviceWithParametersIsAFailure) {
-    const ToolOutcome outcome = Qvctl({"show", "--device", "\\\\.\\NUL"});
+    const Outcome outcome = Qvctl({"show", "--device", "\\\\.\\NUL"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_THAT(outcome.err, StartsWith("qvctl: cannot load the device's parameters: "
@@ -534,7 +521,7 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.message);
-        const ToolOutcome outcome = Qvctl(oneCase.arguments);
+        const Outcome outcome = Qvctl(oneCase.arguments);
 
         EXPECT_EQ(2u, outcome.exitCode);
         EXPECT_THAT(outcome.out, testing::AnyOf(IsEmpty(), HasSubstr("\"usage\"")));
@@ -543,7 +530,7 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
 }
 
 TEST_F(QvctlTest, WrongUsageAsJson) {
-    const ToolOutcome outcome = Qvctl({"show", "--frobnicate", "--json"});
+    const Outcome outcome = Qvctl({"show", "--frobnicate", "--json"});
 
     EXPECT_EQ(2u, outcome.exitCode);
     EXPECT_EQ("usage", outcome.Json()["error"]["kind"]);
@@ -551,20 +538,22 @@ TEST_F(QvctlTest, WrongUsageAsJson) {
 }
 
 TEST_F(QvctlTest, HelpListsTheVerbsAndTheExitCodes) {
-    const ToolOutcome outcome = Qvctl({"--help"});
+    const Outcome outcome = Qvctl({"--help"});
 
     EXPECT_EQ(0u, outcome.exitCode);
-    for (const char* verb : {"list", "show", "get", "set", "reset"}) {
+    for (const char* verb : kVerbs) {
         EXPECT_THAT(outcome.out, HasSubstr(std::string("\n  ") + verb + " "));
     }
-    EXPECT_THAT(outcome.out, HasSubstr("Exit codes:\n  0  done\n  1  refused or failed\n"
-                                       "  2  wrong usage\n  3  no such device\n"));
+    EXPECT_THAT(outcome.out, HasSubstr("Exit codes:\n  0    done\n"
+                                       "  1    refused, failed or, with --verify, lost\n"
+                                       "  2    wrong usage\n  3    no such device\n"
+                                       "  130  stopped by Ctrl-C\n"));
 }
 
 TEST_F(QvctlTest, HelpOfEachVerbShowsAnExampleAndTheSharedOptions) {
-    for (const std::string verb : {"list", "show", "get", "set", "reset"}) {
+    for (const std::string verb : kVerbs) {
         SCOPED_TRACE(verb);
-        const ToolOutcome outcome = Qvctl({verb, "--help"});
+        const Outcome outcome = Qvctl({verb, "--help"});
 
         EXPECT_EQ(0u, outcome.exitCode);
         EXPECT_THAT(outcome.out, HasSubstr("\n  qvctl " + verb));
@@ -576,7 +565,7 @@ TEST_F(QvctlTest, HelpOfEachVerbShowsAnExampleAndTheSharedOptions) {
 }
 
 TEST_F(QvctlTest, HelpFitsEightyColumns) {
-    for (const std::string verb : {"list", "show", "get", "set", "reset"}) {
+    for (const std::string verb : kVerbs) {
         for (const std::string& line : LinesOf(Qvctl({verb, "--help"}).out)) {
             EXPECT_LE(ColumnsOf(line), 80u) << line;
         }
@@ -588,7 +577,7 @@ TEST_F(QvctlTest, VersionIsTheProjects) {
 }
 
 TEST_F(QvctlTest, VerboseTellsOnStandardErrorWhatIsDone) {
-    const ToolOutcome outcome = Qvctl({"set", "Gain=7", "--verbose"});
+    const Outcome outcome = Qvctl({"set", "Gain=7", "--verbose"});
 
     EXPECT_EQ("Gain: 6 dB -> 7 dB\n", outcome.out);
     EXPECT_THAT(

@@ -34,6 +34,33 @@ bool IsGone(const Device& aDevice) {
     return false;
 }
 
+// What requests end with on a device that is being removed, among other reasons.
+bool IsSignOfRemoval(unsigned long aCode) {
+    switch (aCode) {
+        case ERROR_INVALID_FUNCTION:
+        case ERROR_ACCESS_DENIED:
+        case ERROR_NOT_READY:
+        case ERROR_DELETE_PENDING:
+        case ERROR_OPERATION_ABORTED:
+        case ERROR_DEVICE_NOT_CONNECTED:
+        case ERROR_DEVICE_REMOVED:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// The device refuses requests before the system has taken its path away.
+bool IsBeingRemoved(const Device& aDevice) {
+    constexpr int kLooks = 25;
+    constexpr DWORD kPauseMs = 20;
+    for (int look = 0; look < kLooks; ++look) {
+        if (IsGone(aDevice)) return true;
+        ::Sleep(kPauseMs);
+    }
+    return false;
+}
+
 }  // namespace
 
 DeviceSession::DeviceSession(const Context& aContext)
@@ -48,11 +75,10 @@ DeviceSession::DeviceSession(const Context& aContext)
 }
 
 Failure DeviceSession::Explain(const Failure& aFailure) const {
-    if (aFailure.GetExitCode() != ExitCode::Failed || !aFailure.GetCode() || !IsGone(device_)) {
-        return aFailure;
-    }
+    const std::optional<unsigned long> code = aFailure.GetCode();
+    if (!code || !IsSignOfRemoval(*code) || !IsBeingRemoved(device_)) return aFailure;
     return Failure(ExitCode::Failed, std::string("the device has been removed: ") + aFailure.what(),
-                   *aFailure.GetCode());
+                   *code);
 }
 
 }  // namespace Qvctl
