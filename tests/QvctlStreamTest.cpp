@@ -272,9 +272,7 @@ TEST_F(QvctlStreamTest, ASecondStreamIsToldThatTheDeviceIsInUse) {
 class ThirdDevice {
 public:
     ThirdDevice() {
-        const Outcome installed =
-            ToolProcess("QvSampleSetup", {"install", "--devices", "3"}).Wait();
-        EXPECT_EQ(0u, installed.exitCode) << installed.err;
+        EXPECT_EQ(0u, QvTests::RunTool("QvSampleSetup", {"install", "--devices", "3"}));
     }
     ~ThirdDevice() { Remove(); }
 
@@ -283,8 +281,7 @@ public:
 
     void Remove() {
         if (isThere_) {
-            EXPECT_EQ(0u,
-                      ToolProcess("QvSampleSetup", {"remove", "--device", "2"}).Wait().exitCode);
+            EXPECT_EQ(0u, QvTests::RunTool("QvSampleSetup", {"remove", "--device", "2"}));
         }
         isThere_ = false;
     }

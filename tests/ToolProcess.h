@@ -79,18 +79,47 @@ struct Outcome {
     nlohmann::json Json() const { return nlohmann::json::parse(out); }
 };
 
-/// Runs a tool that lies beside this program.
+/// The path of a tool that lies beside this program: "qvctl", for one.
+inline std::wstring ToolPath(const std::string& aTool) {
+    wchar_t path[MAX_PATH];
+    const std::wstring self(path, ::GetModuleFileNameW(nullptr, path, MAX_PATH));
+    return self.substr(0, self.rfind(L'\\') + 1) + Widen(aTool) + L".exe";
+}
+
+/// @param aArguments  In UTF-8 and without quotation marks.
+inline std::wstring CommandLineOf(const std::wstring& aPath,
+                                  const std::vector<std::string>& aArguments) {
+    std::wstring commandLine = L"\"" + aPath + L"\"";
+    for (const std::string& argument : aArguments) commandLine += L" \"" + Widen(argument) + L"\"";
+    return commandLine;
+}
+
+/// Runs a tool whose output does not matter, and gives its exit code. What the tool has the system
+/// start gets nothing of this program: it would keep the other end of a pipe open.
+inline unsigned long RunTool(const std::string& aTool, const std::vector<std::string>& aArguments) {
+    const std::wstring tool = ToolPath(aTool);
+    std::wstring commandLine = CommandLineOf(tool, aArguments);
+    STARTUPINFOW startup = {};
+    startup.cb = sizeof startup;
+    PROCESS_INFORMATION process = {};
+    EXPECT_TRUE(::CreateProcessW(tool.c_str(), commandLine.data(), nullptr, nullptr,
+                                 /*bInheritHandles=*/FALSE, DETACHED_PROCESS, nullptr, nullptr,
+                                 &startup, &process));
+    ::WaitForSingleObject(process.hProcess, INFINITE);
+    unsigned long exitCode = 0xFFFFFFFF;
+    ::GetExitCodeProcess(process.hProcess, &exitCode);
+    ::CloseHandle(process.hThread);
+    ::CloseHandle(process.hProcess);
+    return exitCode;
+}
+
+/// Runs a tool and takes what it prints.
 class ToolProcess {
 public:
-    /// @param aTool       "qvctl", for one.
-    /// @param aArguments  In UTF-8 and without quotation marks.
     ToolProcess(const std::string& aTool, const std::vector<std::string>& aArguments,
                 DWORD aFlags = 0) {
-        const std::wstring tool = PathOf(aTool);
-        std::wstring commandLine = L"\"" + tool + L"\"";
-        for (const std::string& argument : aArguments) {
-            commandLine += L" \"" + Widen(argument) + L"\"";
-        }
+        const std::wstring tool = ToolPath(aTool);
+        std::wstring commandLine = CommandLineOf(tool, aArguments);
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
@@ -140,12 +169,6 @@ public:
     }
 
 private:
-    static std::wstring PathOf(const std::string& aTool) {
-        wchar_t path[MAX_PATH];
-        const std::wstring self(path, ::GetModuleFileNameW(nullptr, path, MAX_PATH));
-        return self.substr(0, self.rfind(L'\\') + 1) + Widen(aTool) + L".exe";
-    }
-
     Pipe out_;
     Pipe err_;
     PROCESS_INFORMATION process_ = {};
