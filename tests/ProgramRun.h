@@ -61,12 +61,19 @@ inline std::wstring PathBeside(const std::wstring& aFile) {
     return self.substr(0, self.rfind(L'\\') + 1) + aFile;
 }
 
-/// Runs the program beside the test program, with these arguments in UTF-8 and without quotation
-/// marks, and waits for its end.
+/// @param aArguments  In UTF-8 and without quotation marks.
+inline std::wstring CommandLineOf(const std::wstring& aProgram,
+                                  const std::vector<std::string>& aArguments) {
+    std::wstring commandLine = L"\"" + aProgram + L"\"";
+    for (const std::string& argument : aArguments) commandLine += L" \"" + Widen(argument) + L"\"";
+    return commandLine;
+}
+
+/// Runs the program beside the test program, with arguments as `CommandLineOf` takes them, and
+/// waits for its end.
 inline Outcome RunProgram(const std::wstring& aFile, const std::vector<std::string>& aArguments) {
     const std::wstring program = PathBeside(aFile);
-    std::wstring commandLine = L"\"" + program + L"\"";
-    for (const std::string& argument : aArguments) commandLine += L" \"" + Widen(argument) + L"\"";
+    std::wstring commandLine = CommandLineOf(program, aArguments);
 
     const TemporaryDirectory directory;
     const OutputFile out(directory.File("out"));

@@ -23,7 +23,7 @@ using nlohmann::json;
 using QvTests::HeaderOf;
 using QvTests::LinesOf;
 using QvTests::MakePacket;
-using QvTests::Outcome;
+using Outcome = QvTests::ToolOutcome;
 using QvTests::Qvctl;
 using QvTests::ReadBytes;
 using QvTests::TemporaryDirectory;
@@ -174,7 +174,7 @@ TEST_F(QvctlStreamTest, AFailingReadEndsWithAReportAndAFileOfWhatWasReceived) {
     const TemporaryDirectory directory;
     const std::string file = directory.File("packets");
     Set(QV_SAMPLE_ID_PACKET_RATE, 0);
-    ToolProcess stream("qvctl", {"stream", "--verify", "--json", "--out", file, "--verbose"});
+    ToolProcess stream({"stream", "--verify", "--json", "--out", file, "--verbose"});
     stream.AwaitError(kStreaming);
 
     Set(QV_SAMPLE_ID_FAULT_FAIL_READS, 1);
@@ -230,7 +230,7 @@ TEST_F(QvctlStreamTest, PacketsThatTheDriverDropsAreALossWithVerifyOnly) {
 TEST_F(QvctlStreamTest, PacketsMayGrowWhileTheyAreStreamed) {
     Set(QV_SAMPLE_ID_PACKET_RATE, 0);
     Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
-    ToolProcess stream("qvctl", {"stream", "--packets", "20", "--verify", "--json", "--verbose"});
+    ToolProcess stream({"stream", "--packets", "20", "--verify", "--json", "--verbose"});
     stream.AwaitError(kStreaming);
 
     Set(QV_SAMPLE_ID_PACKET_SIZE, 65536);
@@ -254,7 +254,7 @@ TEST_F(QvctlStreamTest, ADeviceThatIsSilentDoesNotHoldUpTheEnd) {
 TEST_F(QvctlStreamTest, ASecondStreamIsToldThatTheDeviceIsInUse) {
     const TemporaryDirectory directory;
     Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
-    ToolProcess first("qvctl", {"stream", "--packets", "1", "--verbose"});
+    ToolProcess first({"stream", "--packets", "1", "--verbose"});
     first.AwaitError(kStreaming);
 
     const Outcome second = Qvctl({"stream", "--packets", "1", "--out", directory.File("packets")});
@@ -272,7 +272,8 @@ TEST_F(QvctlStreamTest, ASecondStreamIsToldThatTheDeviceIsInUse) {
 class ThirdDevice {
 public:
     ThirdDevice() {
-        EXPECT_EQ(0u, QvTests::RunTool("QvSampleSetup", {"install", "--devices", "3"}));
+        EXPECT_EQ(
+            0u, QvTests::RunProgram(L"QvSampleSetup.exe", {"install", "--devices", "3"}).exitCode);
     }
     ~ThirdDevice() { Remove(); }
 
@@ -281,7 +282,9 @@ public:
 
     void Remove() {
         if (isThere_) {
-            EXPECT_EQ(0u, QvTests::RunTool("QvSampleSetup", {"remove", "--device", "2"}));
+            EXPECT_EQ(
+                0u,
+                QvTests::RunProgram(L"QvSampleSetup.exe", {"remove", "--device", "2"}).exitCode);
         }
         isThere_ = false;
     }
@@ -294,8 +297,8 @@ TEST_F(QvctlStreamTest, ADeviceThatIsRemovedEndsAllThatGoesOn) {
     const TemporaryDirectory directory;
     const std::string file = directory.File("packets");
     ThirdDevice device;
-    ToolProcess stream("qvctl", {"stream", "--device", "2", "--out", file, "--json", "--verbose"});
-    ToolProcess watch("qvctl", {"watch", "Gain", "--device", "2", "--every", "20", "--verbose"});
+    ToolProcess stream({"stream", "--device", "2", "--out", file, "--json", "--verbose"});
+    ToolProcess watch({"watch", "Gain", "--device", "2", "--every", "20", "--verbose"});
     stream.AwaitError(kStreaming);
     watch.AwaitError(kWatching);
 
@@ -329,7 +332,7 @@ protected:
 
     // Starts the tool and presses Ctrl-C as soon as it has printed the text.
     static Outcome Interrupt(const std::vector<std::string>& aArguments, const char* aText) {
-        ToolProcess tool("qvctl", aArguments, CREATE_NEW_PROCESS_GROUP);
+        ToolProcess tool(aArguments, CREATE_NEW_PROCESS_GROUP);
         tool.AwaitError(aText);
         EXPECT_TRUE(::GenerateConsoleCtrlEvent(CTRL_C_EVENT, tool.Id())) << ::GetLastError();
         return tool.Wait();
@@ -419,7 +422,7 @@ TEST_F(QvctlWriteTest, WhatIsWrittenComesBackThroughTheStream) {
 }
 
 TEST_F(QvctlWriteTest, ABusyDeviceIsWaitedFor) {
-    ToolProcess write("qvctl", {"write", Source(), "--wait", "30000", "--json"});
+    ToolProcess write({"write", Source(), "--wait", "30000", "--json"});
     const Outcome read = Qvctl({"stream", "--packets", std::to_string(kPackets), "--depth", "2",
                                 "--verify", "--out", Target()});
     const Outcome written = write.Wait();
@@ -471,8 +474,7 @@ TEST_F(QvctlWriteTest, AFileThatIsMissingIsAFailure) {
 // watch
 
 TEST_F(QvctlStreamTest, WatchPrintsAChangeThatSomeoneMakes) {
-    ToolProcess watch("qvctl",
-                      {"watch", "Label", "Gain", "--every", "10", "--count", "1", "--verbose"});
+    ToolProcess watch({"watch", "Label", "Gain", "--every", "10", "--count", "1", "--verbose"});
     watch.AwaitError(kWatching);
 
     Set(QV_SAMPLE_ID_GAIN, 12);
@@ -492,8 +494,8 @@ TEST_F(QvctlStreamTest, WatchReadsVolatileParametersFromTheDriver) {
 }
 
 TEST_F(QvctlStreamTest, WatchAsJsonIsAnObjectALine) {
-    ToolProcess watch("qvctl", {"watch", "OperatingMode", "Gain", "--every", "10", "--count", "2",
-                                "--json", "--verbose"});
+    ToolProcess watch(
+        {"watch", "OperatingMode", "Gain", "--every", "10", "--count", "2", "--json", "--verbose"});
     watch.AwaitError(kWatching);
 
     Set(QV_SAMPLE_ID_OPERATING_MODE, 1);

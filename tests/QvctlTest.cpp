@@ -23,7 +23,7 @@ namespace {
 
 using nlohmann::json;
 using QvTests::LinesOf;
-using QvTests::Outcome;
+using Outcome = QvTests::ToolOutcome;
 using QvTests::Qvctl;
 using QvTests::Widen;
 using QvUserLib::DeviceConnection;

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The project's tools as processes of their own.
+// Runs of the tool that a test takes part in while they last.
 
 #ifndef QVTESTS_TOOLPROCESS_H
 #define QVTESTS_TOOLPROCESS_H
@@ -14,17 +14,10 @@
 #include <string>
 #include <vector>
 
+#include "ProgramRun.h"
 #include "WindowsApi.h"
 
 namespace QvTests {
-
-inline std::wstring Widen(const std::string& aUtf8) {
-    const int size = ::MultiByteToWideChar(CP_UTF8, 0, aUtf8.c_str(), -1, nullptr, 0);
-    std::wstring text(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, aUtf8.c_str(), -1, text.data(), size);
-    text.pop_back();
-    return text;
-}
 
 inline std::vector<std::string> LinesOf(const std::string& aText) {
     std::vector<std::string> lines;
@@ -70,55 +63,16 @@ private:
     HANDLE write_ = nullptr;
 };
 
-/// How a tool ended, and what it printed.
-struct Outcome {
-    unsigned long exitCode = 0xFFFFFFFF;
-    std::string out;
-    std::string err;
-
+/// What a run of the tool left behind.
+struct ToolOutcome : Outcome {
     nlohmann::json Json() const { return nlohmann::json::parse(out); }
 };
 
-/// The path of a tool that lies beside this program: "qvctl", for one.
-inline std::wstring ToolPath(const std::string& aTool) {
-    wchar_t path[MAX_PATH];
-    const std::wstring self(path, ::GetModuleFileNameW(nullptr, path, MAX_PATH));
-    return self.substr(0, self.rfind(L'\\') + 1) + Widen(aTool) + L".exe";
-}
-
-/// @param aArguments  In UTF-8 and without quotation marks.
-inline std::wstring CommandLineOf(const std::wstring& aPath,
-                                  const std::vector<std::string>& aArguments) {
-    std::wstring commandLine = L"\"" + aPath + L"\"";
-    for (const std::string& argument : aArguments) commandLine += L" \"" + Widen(argument) + L"\"";
-    return commandLine;
-}
-
-/// Runs a tool whose output does not matter, and gives its exit code. What the tool has the system
-/// start gets nothing of this program: it would keep the other end of a pipe open.
-inline unsigned long RunTool(const std::string& aTool, const std::vector<std::string>& aArguments) {
-    const std::wstring tool = ToolPath(aTool);
-    std::wstring commandLine = CommandLineOf(tool, aArguments);
-    STARTUPINFOW startup = {};
-    startup.cb = sizeof startup;
-    PROCESS_INFORMATION process = {};
-    EXPECT_TRUE(::CreateProcessW(tool.c_str(), commandLine.data(), nullptr, nullptr,
-                                 /*bInheritHandles=*/FALSE, DETACHED_PROCESS, nullptr, nullptr,
-                                 &startup, &process));
-    ::WaitForSingleObject(process.hProcess, INFINITE);
-    unsigned long exitCode = 0xFFFFFFFF;
-    ::GetExitCodeProcess(process.hProcess, &exitCode);
-    ::CloseHandle(process.hThread);
-    ::CloseHandle(process.hProcess);
-    return exitCode;
-}
-
-/// Runs a tool and takes what it prints.
+/// Runs the tool and takes what it prints.
 class ToolProcess {
 public:
-    ToolProcess(const std::string& aTool, const std::vector<std::string>& aArguments,
-                DWORD aFlags = 0) {
-        const std::wstring tool = ToolPath(aTool);
+    explicit ToolProcess(const std::vector<std::string>& aArguments, DWORD aFlags = 0) {
+        const std::wstring tool = PathBeside(L"qvctl.exe");
         std::wstring commandLine = CommandLineOf(tool, aArguments);
         STARTUPINFOW startup = {};
         startup.cb = sizeof startup;
@@ -128,7 +82,7 @@ public:
         if (!::CreateProcessW(tool.c_str(), commandLine.data(), nullptr, nullptr,
                               /*bInheritHandles=*/TRUE, aFlags, nullptr, nullptr, &startup,
                               &process_)) {
-            ADD_FAILURE() << aTool << ".exe does not start: " << ::GetLastError();
+            ADD_FAILURE() << "qvctl.exe does not start: " << ::GetLastError();
         }
         out_.CloseWriteEnd();
         err_.CloseWriteEnd();
@@ -158,7 +112,7 @@ public:
         }
     }
 
-    Outcome Wait() {
+    ToolOutcome Wait() {
         if (!output_.valid()) return outcome_;
         while (err_.ReadMore(errors_)) continue;
         outcome_.err = errors_;
@@ -174,11 +128,11 @@ private:
     PROCESS_INFORMATION process_ = {};
     std::future<std::string> output_;
     std::string errors_;
-    Outcome outcome_;
+    ToolOutcome outcome_;
 };
 
-inline Outcome Qvctl(const std::vector<std::string>& aArguments) {
-    return ToolProcess("qvctl", aArguments).Wait();
+inline ToolOutcome Qvctl(const std::vector<std::string>& aArguments) {
+    return {RunProgram(L"qvctl.exe", aArguments)};
 }
 
 }  // namespace QvTests
