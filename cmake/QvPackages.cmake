@@ -1,8 +1,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Third-party packages that only our tools and tests use. Nothing is downloaded here: Debian's
-# header and source packages serve when cross-building, find_package (vcpkg, for one) on Windows.
+# Third-party packages. Nothing is downloaded here: Debian's header and source packages serve when
+# cross-building, find_package (vcpkg, for one) on Windows.
 
 # qv_header_package(TARGET FOLDER DEBIAN_PACKAGE): an interface target for a header-only package.
 # Just its folder is linked into the build tree, since -I/usr/include would mix in Linux headers.
@@ -20,6 +20,28 @@ function(qv_header_package target folder debian_package)
     add_library(${target} INTERFACE IMPORTED GLOBAL)
     target_include_directories(${target} SYSTEM INTERFACE ${root})
 endfunction()
+
+# log4cxx, for Logger: the target log4cxx, or none. scripts/build-log4cxx.sh makes the one that is
+# looked for first.
+set(QV_LOG4CXX_ROOT ${PROJECT_SOURCE_DIR}/build/log4cxx/prefix
+    CACHE PATH "Where log4cxx for Windows is installed"
+)
+macro(qv_find_log4cxx)
+    if(EXISTS ${QV_LOG4CXX_ROOT}/bin/log4cxx.dll)
+        add_library(log4cxx SHARED IMPORTED GLOBAL)
+        set_target_properties(
+            log4cxx
+            PROPERTIES IMPORTED_LOCATION ${QV_LOG4CXX_ROOT}/bin/log4cxx.dll
+                       IMPORTED_IMPLIB ${QV_LOG4CXX_ROOT}/lib/liblog4cxx.dll.a
+                       INTERFACE_INCLUDE_DIRECTORIES ${QV_LOG4CXX_ROOT}/include
+        )
+    elseif(NOT CMAKE_CROSSCOMPILING)
+        find_package(log4cxx CONFIG QUIET GLOBAL)
+    endif()
+    if(NOT TARGET log4cxx)
+        message(STATUS "log4cxx is not there: loggers will stay empty")
+    endif()
+endmacro()
 
 # Command-line parsing and JSON, for qvctl.
 macro(qv_find_tool_packages)

@@ -3,16 +3,15 @@
 #
 # How our targets are built: language level, warnings, hardening, version resource, runtime DLLs.
 
-# qv_configure_target(TARGET DESCRIPTION): what all our DLLs and programs share. Everything here is
-# private to the target; clients keep their own flags.
-function(qv_configure_target target description)
+# qv_configure_compilation(TARGET): how all our code is compiled. Everything here is private to the
+# target; clients keep their own flags.
+function(qv_configure_compilation target)
     set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden)
     target_compile_features(${target} PRIVATE cxx_std_17)
     target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0601 WINVER=0x0601)
 
     if(MSVC)
         target_compile_options(${target} PRIVATE /W4 /utf-8 $<$<BOOL:${QV_WARNINGS_AS_ERRORS}>:/WX>)
-        target_link_options(${target} PRIVATE /DYNAMICBASE /NXCOMPAT /HIGHENTROPYVA)
     else()
         target_compile_options(
             ${target}
@@ -22,6 +21,15 @@ function(qv_configure_target target description)
         target_compile_definitions(
             ${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>
         )
+    endif()
+endfunction()
+
+# qv_configure_target(TARGET DESCRIPTION): what all our DLLs and programs share.
+function(qv_configure_target target description)
+    qv_configure_compilation(${target})
+    if(MSVC)
+        target_link_options(${target} PRIVATE /DYNAMICBASE /NXCOMPAT /HIGHENTROPYVA)
+    else()
         target_link_options(
             ${target} PRIVATE -fstack-protector-strong -Wl,--dynamicbase -Wl,--nxcompat
                               -Wl,--high-entropy-va

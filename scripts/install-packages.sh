@@ -13,6 +13,8 @@ packages=(
     cmake ninja-build git
     # Sources and headers that our own build compiles for Windows.
     googletest libcli11-dev nlohmann-json3-dev
+    # What building log4cxx from Debian's sources needs besides, and the delay import of it.
+    gcc libc6-dev bzip2 python3
     # Runs what was built, the kernel driver included.
     wine wine64
     # The checks of scripts/check.sh.

@@ -20,5 +20,8 @@ start_wine
 step "Installing the sample driver with two devices"
 run_quietly build/mingw/setup.log wine build/mingw/bin/QvSampleSetup.exe install --devices 2
 
+# Tests of logging are skipped when log4cxx could not be had, and only then.
+if scripts/build-log4cxx.sh --sources-only >/dev/null; then export QV_LOG4CXX_REQUIRED=1; fi
+
 step "Testing"
 ctest --preset mingw --progress "$@" </dev/null

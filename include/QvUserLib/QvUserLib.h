@@ -14,6 +14,7 @@
 #include "QvUserLib/DeviceRequestQueue.h"
 #include "QvUserLib/ErrorLog.h"
 #include "QvUserLib/Log.h"
+#include "QvUserLib/Logger.h"
 #include "QvUserLib/MD5.h"
 #include "QvUserLib/Parameter.h"
 #include "QvUserLib/ParameterRepository.h"

@@ -1,0 +1,42 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVUSERLIB_SRC_LOG4CXX_H
+#define QVUSERLIB_SRC_LOG4CXX_H
+
+#include <string>
+
+// The one way in which the library reaches log4cxx, whose DLL is loaded on demand. Texts and paths
+// are in the ANSI code page. Nothing throws: what log4cxx throws is printed to standard output.
+//
+// Loggers are log4cxx's own objects, valid from Bind to Unbind. After Unbind nothing here calls
+// into log4cxx any more, so a logger that was kept too long does no harm.
+namespace QvUserLib {
+namespace Log4cxx {
+
+// Finds log4cxx.dll as the system finds any DLL, and binds everything that is imported from it.
+// False when it is missing, lacks one of the functions, or this library was built without log4cxx.
+bool Bind();
+
+// Closes log4cxx, with its threads, and unloads it. False when it was not loaded.
+bool Unbind();
+
+// Whether Unbind may be called here: not while the thread is inside the system's loader, where
+// waiting for a thread to end never ends, and not when the process is ending.
+bool CanUnbind();
+
+// Configures log4cxx from a properties file. False when log4cxx threw, or told on standard error
+// what is wrong with the file.
+bool Configure(const std::string& aPath);
+
+// Null when log4cxx threw or is not bound.
+void* GetLogger(const char* aName);
+
+bool IsEnabled(void* aLogger, int aLevel);
+void Log(void* aLogger, int aLevel, const char* aText);
+void LogError(void* aLogger, const char* aText);
+
+}  // namespace Log4cxx
+}  // namespace QvUserLib
+
+#endif

@@ -1,0 +1,29 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// What stands for log4cxx where the library is built without it: nothing can be bound, and so
+// nothing else is asked for.
+
+#include "Log4cxx.h"
+
+namespace QvUserLib {
+namespace Log4cxx {
+
+bool Bind() { return false; }
+
+bool Unbind() { return false; }
+
+bool CanUnbind() { return false; }
+
+bool Configure(const std::string&) { return false; }
+
+void* GetLogger(const char*) { return nullptr; }
+
+bool IsEnabled(void*, int) { return false; }
+
+void Log(void*, int, const char*) {}
+
+void LogError(void*, const char*) {}
+
+}  // namespace Log4cxx
+}  // namespace QvUserLib

@@ -1,0 +1,175 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/Logger.h"
+
+#include <io.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "Environment.h"
+#include "ExpandText.h"
+#include "Log4cxx.h"
+#include "OwnModule.h"
+#include "QvUserLib/String.h"
+#include "WindowsApi.h"
+
+namespace QvUserLib {
+
+namespace {
+
+constexpr std::size_t kTextSize = 1024;
+constexpr std::size_t kModulePathSize = 4096;
+
+// The longest value that Windows lets a variable have, so that PATH comes back whole.
+constexpr std::size_t kSavedPathSize = 32768;
+
+// Loggers come and go on one thread at a time.
+int instanceCount = 0;
+bool setUpFailed = false;
+char savedPath[kSavedPathSize];
+
+bool Exists(const std::string& aPath) { return ::_access(aPath.c_str(), /*mode=*/0) == 0; }
+
+// The path of the library's own DLL. False when the system does not tell.
+bool GetOwnPath(std::string* aPath) {
+    char path[kModulePathSize];
+    const DWORD length = ::GetModuleFileNameA(OwnModule(), path, kModulePathSize);
+    if (length == 0 || length >= kModulePathSize) return false;
+    aPath->assign(path, length);
+    return true;
+}
+
+// Without the separator; empty for a path without any.
+std::string DirectoryOf(const std::string& aPath) {
+    const std::size_t separator = aPath.rfind('\\');
+    return separator == std::string::npos ? std::string() : aPath.substr(0, separator);
+}
+
+void ComposeText(char (&aText)[kTextSize], const char* aPrefix, const char* aFormat,
+                 va_list aArguments) {
+    const int written = std::snprintf(aText, kTextSize, "%s ", aPrefix != nullptr ? aPrefix : "");
+    const std::size_t length = std::min(static_cast<std::size_t>(written), kTextSize - 1);
+    if (aFormat == nullptr) return;
+    (void)ExpandText(aText + length, kTextSize - length, aFormat, aArguments);  // Its end is zero.
+}
+
+}  // namespace
+
+Logger::Logger(const char* aName) : logger_(nullptr) {
+    if (instanceCount == 0) {
+        if (setUpFailed) return;
+        if (!Init()) {
+            setUpFailed = true;
+            return;
+        }
+    }
+    logger_ = Log4cxx::GetLogger(aName != nullptr ? aName : "");
+    if (logger_ != nullptr) ++instanceCount;
+}
+
+Logger::~Logger() {
+    if (logger_ == nullptr) return;
+    if (instanceCount == 1 && Log4cxx::CanUnbind() && SetEnv()) {
+        UnloadImports();
+        ResetEnv();
+    }
+    --instanceCount;
+}
+
+Logger& Logger::operator=(const Logger& aOther) = default;
+
+void Logger::Log(PriorityLevel aLevel, const char*, unsigned long, const char* aPrefix,
+                 const char* aFormat, ...) {
+    if (logger_ == nullptr) return;
+
+    char text[kTextSize];
+    va_list arguments;
+    va_start(arguments, aFormat);
+    ComposeText(text, aPrefix, aFormat, arguments);
+    va_end(arguments);
+    Log4cxx::Log(logger_, static_cast<int>(aLevel), text);
+}
+
+Result Logger::LogResult(unsigned long aCode, const char*, unsigned long, const char* aPrefix,
+                         const char* aFormat, ...) {
+    char text[kTextSize];
+    va_list arguments;
+    va_start(arguments, aFormat);
+    ComposeText(text, aPrefix, aFormat, arguments);
+    va_end(arguments);
+    if (logger_ != nullptr) Log4cxx::LogError(logger_, text);
+
+    Result result(aCode);
+    result.SetDescription("%s", text);
+    return result;
+}
+
+bool Logger::IsPriorityEnabled(PriorityLevel aLevel) {
+    return logger_ != nullptr && Log4cxx::IsEnabled(logger_, static_cast<int>(aLevel));
+}
+
+bool Logger::Init() {
+    if (!SetEnv()) {
+        ::OutputDebugStringA("Failed to set environment. returning.");
+        return false;
+    }
+    if (!LoadImports()) return false;
+    ResetEnv();
+
+    std::string config;
+    if (ReadEnvironment("QV_LOG_CONFIG", &config) && Exists(config)) {
+        return Log4cxx::Configure(config);
+    }
+
+    std::string path;
+    // Sent when the location has just been determined, of all times. Those who watch the debugger's
+    // output know it so.
+    if (GetOwnPath(&path)) ::OutputDebugStringA("Could not determine the location of QvUserLib.");
+    const std::string directory = DirectoryOf(path);
+    if (directory.empty()) return false;
+    const std::string defaultConfig = directory + "/log4cxx/default.logcfg";
+    return Exists(defaultConfig) && Log4cxx::Configure(defaultConfig);
+}
+
+// Puts log4cxx's directory in front of PATH, where log4cxx.dll and the DLLs that it needs itself
+// are then found first.
+bool Logger::SetEnv() {
+    std::string path;
+    (void)ReadEnvironment("PATH", &path);  // Without the variable the path stays empty.
+    std::memset(savedPath, 0, sizeof savedPath);
+    path.copy(savedPath, sizeof savedPath - 1);
+
+    std::string module;
+    if (!GetOwnPath(&module)) {
+        ::OutputDebugStringA("Could not determine the location of QvUserLib.");
+        return false;
+    }
+    const std::string directory = DirectoryOf(module) + "\\log4cxx" + "\\x64" + "\\Release";
+    if (!Exists(directory + "\\log4cxx.dll")) return false;
+
+    const std::string composed = "PATH=" + directory + ";" + savedPath;
+    const std::string expanded = String(composed.c_str()).ExpandEnvironmentVariables();
+    // A text without references expands to nothing.
+    ::_putenv(expanded.empty() ? composed.c_str() : expanded.c_str());
+    return true;
+}
+
+void Logger::ResetEnv() { ::_putenv((std::string("PATH=") + savedPath).c_str()); }
+
+bool Logger::LoadImports() {
+    if (Log4cxx::Bind()) return true;
+    std::printf("Failed to load imports for log4cxx\n");
+    return false;
+}
+
+void Logger::UnloadImports() {
+    if (!Log4cxx::Unbind()) std::printf("Failed to unload imports for log4cxx\n");
+}
+
+}  // namespace QvUserLib

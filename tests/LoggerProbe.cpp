@@ -1,0 +1,142 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Loggers in a process of their own, as the process-wide state of logging cannot be taken back.
+//
+// Usage: LoggerProbe COMMAND…, each command with its arguments:
+//   new NAME                makes a logger and tells whether it is empty; they count from 0
+//   static NAME             the same, for one that lives until the process exits
+//   delete N                destroys a logger
+//   assign N M              assigns logger M to logger N
+//   log N LEVEL TEXT        logs at a level, given by its number
+//   many N COUNT            logs the numbers from 1 to COUNT
+//   result N CODE TEXT      prints the code and the description that LogResult returns
+//   enabled N LEVEL         prints 1 or 0
+//   loaded                  prints whether log4cxx.dll is loaded
+//   path                    prints the variable PATH
+//   set NAME VALUE          sets a variable
+//   rename FROM TO          renames a file
+//   hide-location           lets the system refuse to tell where the library is
+//   load DLL, free          loads a DLL, and frees it
+// What the library tells a debugger is printed as "debugger: TEXT".
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ImportPatch.h"
+#include "QvUserLib/Logger.h"
+#include "WindowsApi.h"
+
+namespace {
+
+using QvUserLib::Logger;
+using QvUserLib::PriorityLevel;
+
+void WINAPI PrintDebugText(const char* aText) { std::printf("debugger: %s\n", aText); }
+
+DWORD WINAPI RefuseLocation(HMODULE, char*, DWORD) { return 0; }
+
+// A logger that holds none of log4cxx is empty.
+const char* StateOf(const Logger& aLogger) {
+    void* pointer = nullptr;
+    std::memcpy(&pointer, &aLogger, sizeof pointer);
+    return pointer == nullptr ? "empty" : "ready";
+}
+
+class Probe {
+public:
+    explicit Probe(char** aArguments) : next_(aArguments) {}
+
+    bool HasMore() const { return *next_ != nullptr; }
+
+    // False for an unknown command.
+    bool RunNext() {
+        const std::string command = Text();
+        if (command == "new") {
+            loggers_.push_back(std::make_unique<Logger>(Text()));
+            std::printf("%s\n", StateOf(*loggers_.back()));
+        } else if (command == "static") {
+            static Logger logger(Text());
+            std::printf("%s\n", StateOf(logger));
+            logger.Log(PriorityLevel::Fatal, "", 0, "static", "logger");
+        } else if (command == "delete") {
+            loggers_.at(Number()).reset();
+        } else if (command == "assign") {
+            Logger& target = NextLogger();
+            target = NextLogger();
+        } else if (command == "log") {
+            Logger& logger = NextLogger();
+            const auto level = static_cast<PriorityLevel>(Number());
+            logger.Log(level, "", 0, "probe", "%s", Text());
+        } else if (command == "many") {
+            Logger& logger = NextLogger();
+            const int count = Number();
+            for (int number = 1; number <= count; ++number) {
+                logger.Log(PriorityLevel::Info, "", 0, "number", "%d", number);
+            }
+        } else if (command == "result") {
+            Logger& logger = NextLogger();
+            const auto code = static_cast<unsigned long>(Number());
+            const QvUserLib::Result result = logger.LogResult(code, "", 0, "probe", "%s", Text());
+            std::printf("%lu %s\n", result.GetCode(), result.GetDescription());
+        } else if (command == "enabled") {
+            Logger& logger = NextLogger();
+            std::printf("%d\n", logger.IsPriorityEnabled(static_cast<PriorityLevel>(Number())));
+        } else if (command == "rename") {
+            const char* const from = Text();
+            std::printf("%s\n", ::MoveFileA(from, Text()) ? "renamed" : "not renamed");
+        } else {
+            return RunPlain(command);
+        }
+        return true;
+    }
+
+private:
+    bool RunPlain(const std::string& aCommand) {
+        if (aCommand == "loaded") {
+            const bool loaded = ::GetModuleHandleA("log4cxx.dll") != nullptr;
+            std::printf("%s\n", loaded ? "loaded" : "not loaded");
+        } else if (aCommand == "path") {
+            std::printf("PATH=%s\n", std::getenv("PATH"));
+        } else if (aCommand == "set") {
+            const std::string name = Text();
+            ::_putenv((name + "=" + Text()).c_str());
+        } else if (aCommand == "hide-location") {
+            hidden_ = std::make_unique<QvTests::ImportPatch>("GetModuleFileNameA", &RefuseLocation);
+        } else if (aCommand == "load") {
+            library_ = ::LoadLibraryA(Text());
+            std::printf("%s\n", library_ != nullptr ? "loaded" : "not loaded");
+        } else if (aCommand == "free") {
+            std::printf("%s\n", ::FreeLibrary(library_) ? "freed" : "not freed");
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    const char* Text() { return *next_ != nullptr ? *next_++ : ""; }
+    int Number() { return std::atoi(Text()); }
+    Logger& NextLogger() { return *loggers_.at(Number()); }
+
+    char** next_;
+    std::vector<std::unique_ptr<Logger>> loggers_;
+    std::unique_ptr<QvTests::ImportPatch> hidden_;
+    HMODULE library_ = nullptr;
+};
+
+}  // namespace
+
+int main(int, char** argv) {
+    constexpr int kWrongUsage = 100;
+    const QvTests::ImportPatch debugger("OutputDebugStringA", &PrintDebugText);
+    // The loggers that are left live until the process is gone: no destructor runs.
+    Probe& probe = *new Probe(argv + 1);
+    while (probe.HasMore()) {
+        if (!probe.RunNext()) return kWrongUsage;
+    }
+    return 0;
+}

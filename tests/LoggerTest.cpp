@@ -1,0 +1,781 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvUserLib/Logger.h"
+
+#include <stdlib.h>
+
+#include <future>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "ImportPatch.h"
+#include "RequireLog4cxx.h"
+#include "TestSupport.h"
+#include "WindowsApi.h"
+
+namespace {
+
+using QvTests::FileExists;
+using QvTests::HasCode;
+using QvTests::ImportPatch;
+using QvTests::Outcome;
+using QvTests::OwnDirectory;
+using QvTests::ReadBytes;
+using QvTests::ReadLines;
+using QvTests::RunProgram;
+using QvTests::TemporaryDirectory;
+using QvTests::WriteBytes;
+using QvUserLib::Logger;
+using QvUserLib::PriorityLevel;
+using QvUserLib::Result;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// A variable of the environment, as it was again in the end.
+class Variable {
+public:
+    Variable(const std::string& aName, const std::string& aValue) : name_(aName) {
+        const char* const before = std::getenv(aName.c_str());
+        if (before != nullptr) before_ = before;
+        Set(aValue);
+    }
+    ~Variable() { Set(before_); }
+
+    Variable(const Variable&) = delete;
+    Variable& operator=(const Variable&) = delete;
+
+    // An empty value removes the variable.
+    void Set(const std::string& aValue) const { ::_putenv((name_ + "=" + aValue).c_str()); }
+
+private:
+    std::string name_;
+    std::string before_;
+};
+
+std::string SystemPath() {
+    std::string value(32768, '\0');
+    const DWORD length = ::GetEnvironmentVariableA("PATH", value.data(), 32768);
+    value.resize(length);
+    return value;
+}
+
+bool IsLog4cxxLoaded() { return ::GetModuleHandleA("log4cxx.dll") != nullptr; }
+
+// Properties files want slashes.
+std::string WithSlashes(std::string aPath) {
+    for (char& character : aPath) {
+        if (character == '\\') character = '/';
+    }
+    return aPath;
+}
+
+// Everything goes to one file, each message in a line of its own: level, logger, message.
+std::string ConfigTo(const std::string& aFile, const std::string& aMore = "") {
+    return "log4j.rootLogger=ALL, F\n"
+           "log4j.appender.F=org.apache.log4j.FileAppender\n"
+           "log4j.appender.F.File=" +
+           WithSlashes(aFile) +
+           "\n"
+           "log4j.appender.F.Encoding=UTF-8\n"
+           "log4j.appender.F.layout=org.apache.log4j.PatternLayout\n"
+           "log4j.appender.F.layout.ConversionPattern=%p|%c|%m%n\n" +
+           aMore;
+}
+
+// The appender writes what it holds back once a second, on a thread of its own.
+std::string BufferedConfigTo(const std::string& aFile) {
+    return ConfigTo(aFile,
+                    "log4j.appender.F.BufferedIO=true\n"
+                    "log4j.appender.F.BufferedSeconds=1\n");
+}
+
+std::vector<std::string> debugTexts;
+void WINAPI CollectDebugText(const char* aText) { debugTexts.emplace_back(aText); }
+
+// With the real log4cxx in this process, which the last logger of each test unloads.
+class LoggerTest : public testing::Test {
+protected:
+    void SetUp() override {
+        REQUIRE_LOG4CXX();
+        debugTexts.clear();
+        Configure(ConfigTo(log_));
+    }
+    void TearDown() override { EXPECT_FALSE(IsLog4cxxLoaded()); }
+
+    // For the loggers that come after those of now have gone.
+    void Configure(const std::string& aConfig) const { WriteBytes(config_, aConfig); }
+
+    std::vector<std::string> Lines() const { return ReadLines(log_); }
+
+    const TemporaryDirectory directory_;
+    const std::string log_ = directory_.File("messages.log");
+    const std::string config_ = directory_.File("test.logcfg");
+    const Variable variable_{"QV_LOG_CONFIG", config_};
+    const ImportPatch debugger_{"OutputDebugStringA", &CollectDebugText};
+};
+
+// Levels and names
+
+TEST_F(LoggerTest, MessageReachesTheAppenderWithLevelAndName) {
+    {
+        Logger logger("device.reader");
+        logger.Log(PriorityLevel::Warn, "reader.cpp", 12, "Reader", "%d packets lost", 3);
+    }
+    EXPECT_THAT(Lines(), ElementsAre("WARN|device.reader|Reader 3 packets lost"));
+}
+
+TEST_F(LoggerTest, EveryLevelHasItsNumber) {
+    const struct {
+        PriorityLevel level;
+        const char* name;
+    } cases[] = {{PriorityLevel::Fatal, "FATAL"}, {PriorityLevel::Error, "ERROR"},
+                 {PriorityLevel::Warn, "WARN"},   {PriorityLevel::Info, "INFO"},
+                 {PriorityLevel::Debug, "DEBUG"}, {PriorityLevel::Trace, "TRACE"},
+                 {PriorityLevel::All, "ALL"},     {PriorityLevel::Off, "OFF"}};
+    {
+        Logger logger("levels");
+        for (const auto& one : cases) logger.Log(one.level, "", 0, "is", "%s", one.name);
+    }
+    const std::vector<std::string> lines = Lines();
+    ASSERT_EQ(std::size(cases), lines.size());
+    for (std::size_t index = 0; index < lines.size(); ++index) {
+        const std::string name = cases[index].name;
+        EXPECT_EQ(name + "|levels|is " + name, lines[index]);
+    }
+}
+
+TEST_F(LoggerTest, UnknownLevelBecomesDebug) {
+    {
+        Logger logger("levels");
+        logger.Log(static_cast<PriorityLevel>(12345), "", 0, "level", "12345");
+    }
+    EXPECT_THAT(Lines(), ElementsAre("DEBUG|levels|level 12345"));
+}
+
+TEST_F(LoggerTest, ConfigurationDecidesByNameAndLevel) {
+    Configure(ConfigTo(log_, "log4j.logger.quiet=ERROR\nlog4j.logger.quiet.not=DEBUG\n"));
+    {
+        Logger quiet("quiet");
+        Logger inheriting("quiet.too");
+        Logger loud("quiet.not");
+        for (Logger* const logger : {&quiet, &inheriting, &loud}) {
+            logger->Log(PriorityLevel::Info, "", 0, "an", "information");
+            logger->Log(PriorityLevel::Error, "", 0, "an", "error");
+        }
+    }
+    EXPECT_THAT(Lines(), ElementsAre("ERROR|quiet|an error", "ERROR|quiet.too|an error",
+                                     "INFO|quiet.not|an information", "ERROR|quiet.not|an error"));
+}
+
+TEST_F(LoggerTest, PriorityIsEnabledAsConfigured) {
+    Configure(ConfigTo(log_, "log4j.logger.quiet=WARN\n"));
+    Logger quiet("quiet");
+
+    EXPECT_TRUE(quiet.IsPriorityEnabled(PriorityLevel::Error));
+    EXPECT_TRUE(quiet.IsPriorityEnabled(PriorityLevel::Warn));
+    EXPECT_FALSE(quiet.IsPriorityEnabled(PriorityLevel::Info));
+    EXPECT_FALSE(quiet.IsPriorityEnabled(static_cast<PriorityLevel>(12345)));
+}
+
+TEST_F(LoggerTest, NullNameCountsAsEmpty) {
+    {
+        Logger logger(nullptr);
+        logger.Log(PriorityLevel::Info, "", 0, "from", "nowhere");
+    }
+    EXPECT_THAT(Lines(), ElementsAre(EndsWith("|from nowhere")));
+}
+
+// Texts
+
+TEST_F(LoggerTest, TextIsCutToTheBuffer) {
+    const std::string text(3000, 'x');
+    {
+        Logger logger("long");
+        logger.Log(PriorityLevel::Info, "", 0, "ab", "%s", text.c_str());
+        EXPECT_EQ("ab " + text.substr(0, 1020),
+                  logger.LogResult(1, "", 0, "ab", "%s", text.c_str()).GetDescription());
+    }
+    const std::string line = "|long|ab " + text.substr(0, 1020);
+    EXPECT_THAT(Lines(), ElementsAre("INFO" + line, "ERROR" + line));
+}
+
+TEST_F(LoggerTest, PrefixMayFillTheBufferAlone) {
+    for (const int length : {1021, 1022, 1023, 1024, 5000}) {
+        SCOPED_TRACE(length);
+        const std::string prefix(length, 'p');
+        Logger logger("long");
+
+        EXPECT_EQ((prefix + " text").substr(0, 1023),
+                  logger.LogResult(1, "", 0, prefix.c_str(), "text").GetDescription());
+    }
+}
+
+TEST_F(LoggerTest, NullPrefixAndNullFormatCountAsEmpty) {
+    const char* const volatile none = nullptr;
+    {
+        Logger logger("null");
+        logger.Log(PriorityLevel::Info, nullptr, 0, none, "text");
+        logger.Log(PriorityLevel::Info, nullptr, 0, "prefix", none);
+    }
+    EXPECT_THAT(Lines(), ElementsAre("INFO|null| text", "INFO|null|prefix "));
+}
+
+TEST_F(LoggerTest, TextOfTheCodePageArrivesAsUtf8) {
+    {
+        Logger logger(
+            "Pr\xFC"
+            "fstand");
+        logger.Log(PriorityLevel::Info, "", 0, "\xC4rger", "f\xFCr 5 \x80");
+    }
+    EXPECT_THAT(Lines(), ElementsAre("INFO|Pr\xC3\xBC"
+                                     "fstand|\xC3\x84rger f\xC3\xBCr 5 \xE2\x82\xAC"));
+}
+
+TEST_F(LoggerTest, ConfigurationMayLieAtAnyPathOfTheCodePage) {
+    const std::string path = directory_.File(
+        "Pr\xFC"
+        "fstand.logcfg");
+    WriteBytes(path, ConfigTo(log_));
+    variable_.Set(path);
+    {
+        Logger logger("umlaut");
+        logger.Log(PriorityLevel::Info, "", 0, "found", "it");
+    }
+    EXPECT_THAT(Lines(), ElementsAre("INFO|umlaut|found it"));
+}
+
+// Results
+
+TEST_F(LoggerTest, ResultCarriesCodeAndTextAndIsLoggedAsError) {
+    {
+        Logger logger("results");
+        const Result result = logger.LogResult(42, "file.cpp", 7, "Reader", "gave up after %d", 3);
+        EXPECT_THAT(result, HasCode(42));
+        EXPECT_STREQ("Reader gave up after 3", result.GetDescription());
+    }
+    EXPECT_THAT(Lines(), ElementsAre("ERROR|results|Reader gave up after 3"));
+}
+
+TEST_F(LoggerTest, PercentSignsInTheDescriptionSurvive) {
+    {
+        Logger logger("results");
+        EXPECT_STREQ("100% 5% done %n",
+                     logger.LogResult(1, "", 0, "100%", "%d%% done %%n", 5).GetDescription());
+    }
+    EXPECT_THAT(Lines(), ElementsAre("ERROR|results|100% 5% done %n"));
+}
+
+TEST_F(LoggerTest, ResultIsMadeAlsoWhenItIsNotLogged) {
+    Configure(ConfigTo(log_, "log4j.logger.quiet=OFF\n"));
+    Logger quiet("quiet");
+
+    const Result result = quiet.LogResult(42, "", 0, "not", "logged");
+
+    EXPECT_THAT(result, HasCode(42));
+    EXPECT_STREQ("not logged", result.GetDescription());
+    EXPECT_EQ("", ReadBytes(log_));
+}
+
+// Set-up
+
+TEST_F(LoggerTest, PathIsAsBeforeWhileLoggersAreThere) {
+    const std::string before = SystemPath();
+    {
+        const Logger logger("path");
+        EXPECT_EQ(before, SystemPath());
+    }
+    EXPECT_EQ(before, SystemPath());
+}
+
+TEST_F(LoggerTest, LongestPathSurvives) {
+    std::string path = std::getenv("PATH");
+    while (path.size() < 20000) path += ";C:\\another\\directory";
+    const Variable variable("PATH", path);
+
+    const Logger logger("path");
+
+    EXPECT_EQ(path, SystemPath());
+}
+
+TEST_F(LoggerTest, UnsetPathStaysUnset) {
+    const Variable variable("PATH", "");
+    {
+        const Logger logger("path");
+        EXPECT_TRUE(IsLog4cxxLoaded());
+        EXPECT_EQ("", SystemPath());
+    }
+    EXPECT_EQ("", SystemPath());
+}
+
+TEST_F(LoggerTest, ReferenceInPathIsKept) {
+    const Variable directory("QVTESTS_DIRECTORY", "C:\\somewhere");
+    const Variable variable("PATH", "%QVTESTS_DIRECTORY%;" + SystemPath());
+    const std::string before = SystemPath();
+
+    const Logger logger("path");
+
+    EXPECT_TRUE(IsLog4cxxLoaded());
+    EXPECT_EQ(before, SystemPath());
+}
+
+TEST_F(LoggerTest, OwnLog4cxxIsFoundBeforeOthersInPath) {
+    WriteBytes(directory_.File("log4cxx.dll"), "no DLL at all");
+    const Variable variable("PATH", directory_.Path() + ";" + SystemPath());
+
+    const Logger logger("path");
+
+    char path[MAX_PATH] = {};
+    ::GetModuleFileNameA(::GetModuleHandleA("log4cxx.dll"), path, MAX_PATH);
+    EXPECT_STRCASEEQ((OwnDirectory() + "\\log4cxx\\x64\\Release\\log4cxx.dll").c_str(), path);
+}
+
+TEST_F(LoggerTest, DefaultConfigurationServesWhenTheOtherIsMissing) {
+    const Variable data("LOCALAPPDATA", directory_.Path());
+    for (const char* const missing : {"Z:\\there is no such file.logcfg", ""}) {
+        SCOPED_TRACE(missing);
+        variable_.Set(missing);
+        {
+            Logger logger("default");
+            logger.Log(PriorityLevel::Debug, "", 0, "not", "kept");
+            logger.Log(PriorityLevel::Info, "", 0, "is", "kept");
+        }
+        const std::string file = directory_.File("QvUserLib\\QvUserLib.log");
+        EXPECT_THAT(ReadLines(file), ElementsAre(testing::ContainsRegex(
+                                         "^....-..-.. ..:..:..,... INFO  .* default - is kept$")));
+        ::DeleteFileA(file.c_str());
+    }
+    ::RemoveDirectoryA(directory_.File("QvUserLib").c_str());
+}
+
+TEST_F(LoggerTest, FoundLocationIsReportedAsUndetermined) {
+    {
+        const Logger logger("configured by the variable");
+    }
+    EXPECT_THAT(debugTexts, IsEmpty());
+
+    const Variable data("LOCALAPPDATA", directory_.Path());
+    variable_.Set("");
+    {
+        const Logger logger("configured by default");
+    }
+    EXPECT_THAT(debugTexts, ElementsAre("Could not determine the location of QvUserLib."));
+    ::DeleteFileA(directory_.File("QvUserLib\\QvUserLib.log").c_str());
+    ::RemoveDirectoryA(directory_.File("QvUserLib").c_str());
+}
+
+// Lives
+
+TEST_F(LoggerTest, LastLoggerUnloadsAndTheNextOneLoadsAgain) {
+    for (int round = 0; round < 20; ++round) {
+        auto first = std::make_unique<Logger>("first");
+        auto second = std::make_unique<Logger>("second");
+        first.reset();
+        ASSERT_TRUE(IsLog4cxxLoaded());
+        second->Log(PriorityLevel::Info, "", 0, "round", "%d", round);
+        second.reset();
+        ASSERT_FALSE(IsLog4cxxLoaded());
+    }
+    ASSERT_EQ(20u, Lines().size());
+    EXPECT_EQ("INFO|second|round 19", Lines().back());
+}
+
+TEST_F(LoggerTest, EachSetUpReadsTheConfigurationAnew) {
+    {
+        const Logger logger("one");
+    }
+    Configure(ConfigTo(log_, "log4j.logger.one=OFF\n"));
+
+    Logger logger("one");
+
+    EXPECT_FALSE(logger.IsPriorityEnabled(PriorityLevel::Fatal));
+}
+
+TEST_F(LoggerTest, AssignedLoggerLogsWhereTheOtherDoes) {
+    {
+        Logger first("first");
+        Logger second("second");
+        EXPECT_EQ(&first, &(first = second));
+        first.Log(PriorityLevel::Info, "", 0, "from", "first");
+    }
+    EXPECT_THAT(Lines(), ElementsAre("INFO|second|from first"));
+}
+
+TEST_F(LoggerTest, CopiesByAssignmentCountAsTheyDidBefore) {
+    auto first = std::make_unique<Logger>("first");
+    auto second = std::make_unique<Logger>("second");
+    *first = *second;
+
+    second.reset();
+    EXPECT_TRUE(IsLog4cxxLoaded());
+    first->Log(PriorityLevel::Info, "", 0, "still", "there");
+    first.reset();
+    EXPECT_FALSE(IsLog4cxxLoaded());
+    EXPECT_THAT(Lines(), ElementsAre("INFO|second|still there"));
+}
+
+TEST_F(LoggerTest, BufferedMessagesAreWrittenBeforeUnloading) {
+    Configure(BufferedConfigTo(log_));
+    for (int round = 0; round < 3; ++round) {
+        Logger logger("buffered");
+        for (int number = 1; number <= 500; ++number) {
+            logger.Log(PriorityLevel::Info, "", 0, "number", "%d", number);
+        }
+    }
+    ASSERT_EQ(1500u, Lines().size());
+    EXPECT_EQ("INFO|buffered|number 500", Lines().back());
+}
+
+TEST_F(LoggerTest, ThreadsLogThroughOneLogger) {
+    {
+        Logger logger("shared");
+        std::vector<std::future<void>> threads;
+        for (int thread = 0; thread < 4; ++thread) {
+            threads.push_back(std::async(std::launch::async, [&logger] {
+                for (int number = 0; number < 100; ++number) {
+                    logger.Log(PriorityLevel::Info, "", 0, "number", "%d", number);
+                }
+            }));
+        }
+        for (auto& thread : threads) thread.get();
+    }
+    EXPECT_EQ(400u, Lines().size());
+}
+
+TEST_F(LoggerTest, ThreadThatLoggedMayEndAfterUnloading) {
+    std::promise<void> logged;
+    std::promise<void> unloaded;
+    auto logger = std::make_unique<Logger>("thread");
+    auto thread = std::async(std::launch::async, [&] {
+        logger->Log(PriorityLevel::Info, "", 0, "from", "a thread");
+        logged.set_value();
+        unloaded.get_future().wait();
+    });
+    logged.get_future().wait();
+    logger.reset();
+    EXPECT_FALSE(IsLog4cxxLoaded());
+    unloaded.set_value();
+    thread.get();
+
+    EXPECT_THAT(Lines(), ElementsAre("INFO|thread|from a thread"));
+}
+
+TEST_F(LoggerTest, KeepsOnePointer) { EXPECT_EQ(sizeof(void*), sizeof(Logger)); }
+
+// The probe program in a directory of its own, with only the DLLs that a test puts there.
+class LoggerProbeTest : public testing::Test {
+protected:
+    LoggerProbeTest() {
+        for (const char* const file : {"LoggerProbe.exe", "QvUserLib64.dll", "QvBaseLib64.dll"}) {
+            CopyHere(file, file);
+        }
+        for (const char* const file :
+             {"libgcc_s_seh-1.dll", "libssp-0.dll", "libstdc++-6.dll", "libwinpthread-1.dll"}) {
+            if (FileExists(OwnDirectory() + "\\" + file)) CopyHere(file, file);
+        }
+    }
+
+    void CopyHere(const std::string& aFrom, const std::string& aTo) const {
+        const std::string from = OwnDirectory() + "\\" + aFrom;
+        EXPECT_TRUE(::CopyFileA(from.c_str(), directory_.File(aTo).c_str(), TRUE)) << from;
+    }
+
+    // The place where log4cxx is looked for.
+    std::string MakeDllPlace() const {
+        for (const char* const folder : {"log4cxx", "log4cxx\\x64", "log4cxx\\x64\\Release"}) {
+            ::CreateDirectoryA(directory_.File(folder).c_str(), nullptr);
+        }
+        return "log4cxx\\x64\\Release\\log4cxx.dll";
+    }
+
+    void CopyRealLog4cxx() const {
+        const std::string place = MakeDllPlace();
+        CopyHere(place, place);
+    }
+
+    void Configure(const std::string& aConfig) const { WriteBytes(config_, aConfig); }
+
+    Outcome Run(const std::vector<std::string>& aCommands) const {
+        Outcome outcome = RunProgram(directory_.File("LoggerProbe.exe"), aCommands);
+        EXPECT_EQ(0u, outcome.exitCode);
+        std::string out;
+        for (const char character : outcome.out) {
+            if (character != '\r') out += character;
+        }
+        outcome.out = out;
+        return outcome;
+    }
+
+    const TemporaryDirectory directory_;
+    const std::string log_ = directory_.File("messages.log");
+    const std::string config_ = directory_.File("test.logcfg");
+    const Variable variable_{"QV_LOG_CONFIG", config_};
+};
+
+// Without log4cxx
+
+TEST_F(LoggerProbeTest, WithoutLog4cxxLoggersAreEmptyAfterOneAttempt) {
+    EXPECT_EQ(
+        "debugger: Failed to set environment. returning.\n"
+        "empty\n"
+        "empty\n"
+        "0\n"
+        "not loaded\n",
+        Run({"new", "a", "new", "b", "enabled", "0", "50000", "log", "1", "50000", "text",
+             "loaded"})
+            .out);
+}
+
+TEST_F(LoggerProbeTest, WithoutLog4cxxItIsNotTriedAgainWhenAllLoggersHaveGone) {
+    EXPECT_EQ(
+        "debugger: Failed to set environment. returning.\n"
+        "empty\n"
+        "empty\n",
+        Run({"new", "a", "delete", "0", "new", "b"}).out);
+}
+
+TEST_F(LoggerProbeTest, EmptyLoggerMakesResults) {
+    EXPECT_THAT(Run({"new", "a", "result", "0", "42", "50% of it"}).out,
+                EndsWith("empty\n42 probe 50% of it\n"));
+}
+
+TEST_F(LoggerProbeTest, WithoutLog4cxxPathIsNotTouched) {
+    EXPECT_THAT(Run({"new", "a", "path"}).out, HasSubstr("\nPATH=" + SystemPath() + "\n"));
+}
+
+TEST_F(LoggerProbeTest, UnknownLocationMeansEmptyLoggers) {
+    EXPECT_EQ(
+        "debugger: Could not determine the location of QvUserLib.\n"
+        "debugger: Failed to set environment. returning.\n"
+        "empty\n",
+        Run({"hide-location", "new", "a"}).out);
+}
+
+TEST_F(LoggerProbeTest, FileThatIsNoDllMeansEmptyLoggers) {
+    WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
+
+    EXPECT_EQ(
+        "Failed to load imports for log4cxx\n"
+        "empty\n"
+        "empty\n"
+        "not loaded\n",
+        Run({"new", "a", "new", "b", "loaded"}).out);
+}
+
+TEST_F(LoggerProbeTest, DllWithOtherExportsMeansEmptyLoggers) {
+    CopyHere("QvBaseLib64.dll", MakeDllPlace());
+
+    EXPECT_EQ(
+        "Failed to load imports for log4cxx\n"
+        "empty\n"
+        "empty\n"
+        "not loaded\n",
+        Run({"new", "a", "new", "b", "loaded"}).out);
+}
+
+TEST_F(LoggerProbeTest, PathStaysChangedWhenTheImportsCannotBeLoaded) {
+    WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
+
+    EXPECT_THAT(
+        Run({"new", "a", "path"}).out,
+        EndsWith("PATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n"));
+}
+
+// With it
+
+TEST_F(LoggerProbeTest, MissingConfigurationsMeanEmptyLoggers) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+
+    EXPECT_EQ(
+        "debugger: Could not determine the location of QvUserLib.\n"
+        "empty\n"
+        "empty\n",
+        Run({"new", "a", "new", "b"}).out);
+}
+
+TEST_F(LoggerProbeTest, DefaultConfigurationLiesBesideTheLibrary) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    WriteBytes(directory_.File("log4cxx\\default.logcfg"), ConfigTo(log_));
+
+    EXPECT_THAT(Run({"new", "a", "log", "0", "20000", "text"}).out, EndsWith("ready\n"));
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
+}
+
+TEST_F(LoggerProbeTest, BufferedMessagesAreWrittenWhenTheProcessExits) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(BufferedConfigTo(log_));
+
+    EXPECT_EQ("ready\n", Run({"new", "a", "many", "0", "500"}).out);
+    EXPECT_EQ(500u, ReadLines(log_).size());
+}
+
+TEST_F(LoggerProbeTest, StaticLoggerOfTheProgramUnloadsAtExit) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(BufferedConfigTo(log_));
+
+    EXPECT_EQ("ready\n", Run({"static", "a"}).out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("FATAL|a|static logger"));
+}
+
+TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesTheEndOfTheProcess) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    CopyHere("LoggerProbeDll.dll", "LoggerProbeDll.dll");
+    Configure(BufferedConfigTo(log_));
+
+    EXPECT_EQ("loaded\n", Run({"load", "LoggerProbeDll.dll"}).out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|probe.dll|dll started"));
+}
+
+TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesItsUnloading) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    CopyHere("LoggerProbeDll.dll", "LoggerProbeDll.dll");
+    Configure(BufferedConfigTo(log_));
+
+    // log4cxx stays for whoever comes next.
+    EXPECT_EQ("loaded\nfreed\nloaded\nready\n", Run({"load", "LoggerProbeDll.dll", "free", "loaded",
+                                                     "new", "a", "log", "0", "20000", "after"})
+                                                    .out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|probe.dll|dll started",
+                                             "INFO|probe.dll|dll ended", "INFO|a|probe after"));
+}
+
+TEST_F(LoggerProbeTest, Log4cxxThatIsNoLongerInItsPlaceStaysLoaded) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+    const std::string place = directory_.File("log4cxx\\x64\\Release\\log4cxx.dll");
+
+    EXPECT_EQ("ready\nrenamed\nloaded\n",
+              Run({"new", "a", "rename", place, place + ".old", "delete", "0", "loaded"}).out);
+    EXPECT_TRUE(::MoveFileA((place + ".old").c_str(), place.c_str()));
+}
+
+TEST_F(LoggerProbeTest, BrokenConfigurationMeansEmptyLoggers) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(
+        "log4j.rootLogger=ALL, F\n"
+        "log4j.appender.F=org.apache.log4j.rolling.RollingFileAppender\n"
+        "log4j.appender.F.rollingPolicy=org.apache.log4j.rolling.TimeBasedRollingPolicy\n");
+
+    const Outcome outcome = Run({"new", "a", "new", "b", "log", "1", "50000", "text"});
+
+    EXPECT_EQ("empty\nempty\n", outcome.out);
+    EXPECT_THAT(outcome.err, HasSubstr("Illegal state"));
+}
+
+TEST_F(LoggerProbeTest, DirectoryInPlaceOfAConfigurationMeansEmptyLoggers) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    variable_.Set(directory_.Path());
+
+    EXPECT_EQ("empty\n", Run({"new", "a"}).out);
+}
+
+// With one that throws: what becomes of it is the same for all its exceptions.
+class LoggerExceptionTest : public LoggerProbeTest {
+protected:
+    void SetUp() override {
+        REQUIRE_LOG4CXX();
+        CopyHere("FakeLog4cxx.dll", MakeDllPlace());
+        Configure("");
+    }
+
+    const Variable throw_{"QVTESTS_THROW", ""};
+};
+
+TEST_F(LoggerExceptionTest, NothingIsPrintedWhenNothingIsThrown) {
+    EXPECT_EQ("ready\n1\n1 probe text\nnot loaded\n",
+              Run({"new", "a", "log", "0", "10000", "text", "enabled", "0", "10000", "result", "0",
+                   "1", "text", "delete", "0", "loaded"})
+                  .out);
+}
+
+TEST_F(LoggerExceptionTest, ExceptionWhileConfiguringIsPrintedAndMeansEmptyLoggers) {
+    throw_.Set("configure");
+
+    EXPECT_EQ("thrown by configureempty\nempty\n", Run({"new", "a", "new", "b"}).out);
+}
+
+TEST_F(LoggerExceptionTest, ExceptionOfTheDefaultConfigurationIsPrintedToo) {
+    throw_.Set("configure");
+    variable_.Set("");
+    WriteBytes(directory_.File("log4cxx\\default.logcfg"), "");
+
+    EXPECT_EQ(
+        "debugger: Could not determine the location of QvUserLib.\n"
+        "thrown by configureempty\n",
+        Run({"new", "a"}).out);
+}
+
+TEST_F(LoggerExceptionTest, ExceptionWhileFetchingALoggerLeavesItEmpty) {
+    throw_.Set("getLogger");
+
+    EXPECT_EQ("thrown by getLoggerempty\n", Run({"new", "a"}).out);
+}
+
+TEST_F(LoggerExceptionTest, ExceptionWhileLoggingIsPrinted) {
+    throw_.Set("log");
+
+    EXPECT_EQ("ready\nthrown by logloaded\n",
+              Run({"new", "a", "log", "0", "10000", "text", "loaded"}).out);
+}
+
+TEST_F(LoggerExceptionTest, ExceptionWhileLoggingDoesNotChangeTheResult) {
+    throw_.Set("error");
+
+    EXPECT_EQ("ready\nthrown by error42 probe text\n",
+              Run({"new", "a", "result", "0", "42", "text"}).out);
+}
+
+TEST_F(LoggerExceptionTest, ExceptionOfAQuestionIsPrintedAndMeansNo) {
+    throw_.Set("isEnabledFor");
+
+    EXPECT_EQ("ready\nthrown by isEnabledFor0\n", Run({"new", "a", "enabled", "0", "10000"}).out);
+}
+
+TEST_F(LoggerExceptionTest, Log4cxxThatDoesNotCloseStaysLoaded) {
+    throw_.Set("shutdown");
+
+    EXPECT_EQ(
+        "ready\n"
+        "thrown by shutdownFailed to unload imports for log4cxx\n"
+        "loaded\n"
+        "ready\n",
+        Run({"new", "a", "delete", "0", "loaded", "new", "b"}).out);
+}
+
+TEST_F(LoggerExceptionTest, AssigningAnEmptyLoggerKeepsLog4cxxLoaded) {
+    throw_.Set("getLogger");
+
+    // The second logger comes when nothing is thrown any more.
+    EXPECT_THAT(Run({"new", "a", "set", "QVTESTS_THROW", "", "new", "b", "assign", "1", "0",
+                     "delete", "1", "loaded"})
+                    .out,
+                EndsWith("empty\nready\nloaded\n"));
+}
+
+TEST_F(LoggerExceptionTest, LoggerThatOutlivesTheCountDoesNothing) {
+    throw_.Set("getLogger");
+
+    // The first one was not counted, but its end is: log4cxx goes although the second one is there.
+    EXPECT_THAT(Run({"new",    "a",     "set",  "QVTESTS_THROW", "",  "new",    "b",
+                     "assign", "0",     "1",    "delete",        "0", "loaded", "log",
+                     "1",      "10000", "text", "enabled",       "1", "10000"})
+                    .out,
+                EndsWith("ready\nnot loaded\n0\n"));
+}
+
+}  // namespace
