@@ -94,7 +94,7 @@ def wanted_symbols(arguments):
     functions = symbols_of(arguments.nm, [arguments.import_library], {"T"})
     for name in wanted:
         if name not in functions or name.startswith(("_ZTI", "_ZTV", "_ZTS", "_ZTT")):
-            sys.exit(f"error: {name} cannot be delay-loaded: {arguments.dll} exports no such function")
+            sys.exit(f"error: {arguments.dll} has no function {name}, and data cannot be delayed")
     if not wanted:
         sys.exit(f"error: nothing is imported from {arguments.dll}")
     return wanted

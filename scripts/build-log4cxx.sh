@@ -145,8 +145,8 @@ apr_flags+=" -DHAVE_ATOMIC_BUILTINS=1 -DHAVE_ATOMIC_BUILTINS64=1"
 
 build_expat() {
     unpack expat
-    configure expat expat -DEXPAT_SHARED_LIBS=OFF -DEXPAT_BUILD_TOOLS=OFF -DEXPAT_BUILD_EXAMPLES=OFF \
-        -DEXPAT_BUILD_TESTS=OFF -DEXPAT_BUILD_DOCS=OFF
+    configure expat expat -DEXPAT_SHARED_LIBS=OFF -DEXPAT_BUILD_TOOLS=OFF \
+        -DEXPAT_BUILD_EXAMPLES=OFF -DEXPAT_BUILD_TESTS=OFF -DEXPAT_BUILD_DOCS=OFF
     cmake --build "$work/expat/build" --target install
 }
 

@@ -57,4 +57,20 @@ qvctl set SamplingInterval=250 Gain=12 OperatingMode=Triggered "Label=Prüfstand
 step "Shown again by a new process: the driver has kept them"
 qvctl show SamplingInterval Gain OperatingMode Label
 
+if [[ -e build/mingw/bin/log4cxx/x64/Release/log4cxx.dll ]]; then
+    step "What the tool does, logged through log4cxx"
+    rm -f build/mingw/demo.log
+    cat >build/mingw/demo.logcfg <<'END'
+log4j.rootLogger=ALL, File
+log4j.appender.File=org.apache.log4j.FileAppender
+log4j.appender.File.File=build/mingw/demo.log
+log4j.appender.File.layout=org.apache.log4j.PatternLayout
+log4j.appender.File.layout.ConversionPattern=%d{HH:mm:ss,SSS} %-5p %c - %m%n
+END
+    qvctl set Gain=20 --log-config build/mingw/demo.logcfg --log-level debug
+    expect_refusal set Gain=1000 --log-config build/mingw/demo.logcfg
+    printf '\n$ tail -n 4 build/mingw/demo.log\n'
+    tail -n 4 build/mingw/demo.log
+fi
+
 step "Done. Everything is in build/mingw; the tests are run by scripts/test.sh"

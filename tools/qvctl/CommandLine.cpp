@@ -28,6 +28,8 @@ struct OptionTexts {
     std::string device = "0";
     std::string interfaceClass = InterfaceText(SampleInterface());
     std::string errorLog;
+    std::string logConfig;
+    std::string logLevel;
     bool json = false;
     bool verbose = false;
 };
@@ -48,6 +50,16 @@ void AddSharedOptions(CLI::App& aCommand, OptionTexts& aTexts) {
             "--error-log", aTexts.errorLog,
             "Write the library's error log to this file; an\nearlier one is kept as FILE.bak")
         ->option_text("FILE");
+    aCommand
+        .add_option("--log-config", aTexts.logConfig,
+                    "Log what is done with log4cxx, as this properties\nfile says")
+        ->option_text("FILE");
+    aCommand
+        .add_option(
+            "--log-level", aTexts.logLevel,
+            "Log from this level on: fatal, error, warn, info\n(by default), debug; without "
+            "--log-config as the\nlibrary's default configuration says")
+        ->option_text("LEVEL");
 }
 
 void AddVerb(CLI::App& aProgram, Verb& aVerb, OptionTexts& aTexts) {
@@ -58,9 +70,21 @@ void AddVerb(CLI::App& aProgram, Verb& aVerb, OptionTexts& aTexts) {
     AddSharedOptions(*command, aTexts);
 }
 
+LogOptions UnderstandLog(const OptionTexts& aTexts) {
+    LogOptions log;
+    log.config = aTexts.logConfig;
+    if (!aTexts.logLevel.empty()) log.level = ParseLogLevel(aTexts.logLevel);
+    log.asked = !aTexts.logConfig.empty() || !aTexts.logLevel.empty();
+    return log;
+}
+
 Options Understand(const OptionTexts& aTexts) {
-    return Options{ParseDeviceChoice(aTexts.device), ParseInterface(aTexts.interfaceClass),
-                   aTexts.errorLog, aTexts.json, aTexts.verbose};
+    return Options{ParseDeviceChoice(aTexts.device),
+                   ParseInterface(aTexts.interfaceClass),
+                   aTexts.errorLog,
+                   UnderstandLog(aTexts),
+                   aTexts.json,
+                   aTexts.verbose};
 }
 
 // The parser's words where the mistake is in a verb's arguments, ours where there is no verb.

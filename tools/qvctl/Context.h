@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "ActivityLog.h"
 #include "DeviceList.h"
 #include "Output.h"
 #include "WindowsApi.h"
@@ -18,6 +19,7 @@ struct Options {
     DeviceChoice device;
     GUID interfaceClass;
     std::string errorLog;  // Empty for none.
+    LogOptions log;
     bool json;
     bool verbose;
 };
@@ -26,9 +28,11 @@ struct Context {
     const Options& options;
     Output& out;
     Output& err;
+    ActivityLog* log = nullptr;  // Null when no log was asked for.
 
     // Tells what is going on, to those who asked for it.
     void Note(const std::string& aText) const {
+        if (log != nullptr) log->Write(QvUserLib::PriorityLevel::Debug, aText);
         if (options.verbose) err.WriteLine("qvctl: " + aText);
     }
 };

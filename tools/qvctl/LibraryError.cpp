@@ -18,16 +18,6 @@ using QvUserLib::Result;
 // With this message, and with no other, the code is the system's.
 constexpr char kSystemReason[] = "DeviceIoControl failed";
 
-std::string SystemText(unsigned long aCode) {
-    wchar_t buffer[512];
-    const unsigned long length =
-        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, aCode,
-                         0, buffer, ARRAYSIZE(buffer), nullptr);
-    std::wstring text(buffer, length);
-    while (!text.empty() && (text.back() <= L' ' || text.back() == L'.')) text.pop_back();
-    return ToUtf8(text);
-}
-
 // "error 5: Access denied"; some systems lack words for some errors.
 std::string ErrorText(unsigned long aError) {
     const std::string text = SystemText(aError);
@@ -72,6 +62,16 @@ Result Refuse(QvUserLib::Code aCode, unsigned long aLine, const char* aReason) {
 
 Failure SystemFailure(const std::string& aWhat, unsigned long aError) {
     return Failure(ExitCode::Failed, aWhat + ": " + ErrorText(aError), aError);
+}
+
+std::string SystemText(unsigned long aCode) {
+    wchar_t buffer[512];
+    const unsigned long length =
+        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, aCode,
+                         0, buffer, ARRAYSIZE(buffer), nullptr);
+    std::wstring text(buffer, length);
+    while (!text.empty() && (text.back() <= L' ' || text.back() == L'.')) text.pop_back();
+    return ToUtf8(text);
 }
 
 Failure DriverFailure(const std::string& aWhat, const Result& aResult) {

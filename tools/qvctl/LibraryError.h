@@ -25,6 +25,8 @@ QvUserLib::Result Refuse(QvUserLib::Code aCode, unsigned long aLine, const char*
 
 // The failure of a system call, with the system's words for its error.
 Failure SystemFailure(const std::string& aWhat, unsigned long aError);
+// The system's words for one of its error codes; empty when it has none.
+std::string SystemText(unsigned long aCode);
 
 // The failure of something that was asked of the driver, with the system's words for its code.
 Failure DriverFailure(const std::string& aWhat, const QvUserLib::Result& aResult);

@@ -4,9 +4,11 @@
 #include <exception>
 #include <new>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "ActivityLog.h"
 #include "CommandLine.h"
 #include "Failure.h"
 #include "LibraryError.h"
@@ -39,7 +41,11 @@ std::vector<std::string> GetArguments() {
     return arguments;
 }
 
-void Execute(const std::vector<std::string>& aArguments, Output& aOut, Output& aErr) {
+// Where what is done is logged, if that was asked for.
+using OptionalLog = std::optional<ActivityLog>;
+
+void Execute(const std::vector<std::string>& aArguments, Output& aOut, Output& aErr,
+             OptionalLog& aLog) {
     const Verbs verbs = MakeAllVerbs();
     const Command command = ParseCommandLine(aArguments, verbs);
     if (command.verb == nullptr) {
@@ -47,11 +53,21 @@ void Execute(const std::vector<std::string>& aArguments, Output& aOut, Output& a
         return;
     }
     if (!command.options.errorLog.empty()) OpenErrorLog(command.options.errorLog);
-    command.verb->Run(Context{command.options, aOut, aErr});
+    Context context{command.options, aOut, aErr};
+    if (command.options.log.asked) {
+        aLog.emplace(command.options.log, command.verb->GetName());
+        context.log = &*aLog;
+        if (!aLog->IsOn()) context.Note("logging is off: log4cxx is not there or not configured");
+        aLog->Write(QvUserLib::PriorityLevel::Info, "begins");
+    }
+    command.verb->Run(context);
+    if (aLog) aLog->Write(QvUserLib::PriorityLevel::Info, "is done");
 }
 
-ExitCode Report(const Failure& aFailure, bool aJson, Output& aOut, Output& aErr) {
+ExitCode Report(const Failure& aFailure, bool aJson, Output& aOut, Output& aErr,
+                OptionalLog& aLog) {
     for (const std::string& line : aFailure.GetLines()) {
+        if (aLog) aLog->Write(QvUserLib::PriorityLevel::Error, line);
         aErr.WriteLine("qvctl: " + Printable(line));
     }
     if (aJson && !aFailure.IsInReport()) {
@@ -65,18 +81,19 @@ ExitCode Report(const Failure& aFailure, bool aJson, Output& aOut, Output& aErr)
 ExitCode Run() {
     Output out(Output::Standard);
     Output err(Output::Error);
+    OptionalLog log;
     bool json = false;
     try {
         const std::vector<std::string> arguments = GetArguments();
         json = AsksForJson(arguments);
-        Execute(arguments, out, err);
+        Execute(arguments, out, err, log);
     } catch (const Failure& failure) {
-        return Report(failure, json, out, err);
+        return Report(failure, json, out, err, log);
     } catch (const std::exception& exception) {
-        return Report(Failure(ExitCode::Failed, exception.what()), json, out, err);
+        return Report(Failure(ExitCode::Failed, exception.what()), json, out, err, log);
     }
     if (!out.HasFailed()) return ExitCode::Done;
-    return Report(Failure(ExitCode::Failed, "the output cannot be written"), false, out, err);
+    return Report(Failure(ExitCode::Failed, "the output cannot be written"), false, out, err, log);
 }
 
 }  // namespace

@@ -24,6 +24,7 @@ public:
     // One line; the line feed is added.
     void WriteLine(std::string_view aText);
 
+    // Whether what is written appears on a console, where a line can be written over.
     bool IsTerminal() const { return isConsole_; }
 
     // How many columns a line may have: those of the console, else 80.

@@ -3,6 +3,7 @@
 
 #include "Verbs/GetVerb.h"
 #include "Verbs/ListVerb.h"
+#include "Verbs/Md5Verb.h"
 #include "Verbs/ResetVerb.h"
 #include "Verbs/SetVerb.h"
 #include "Verbs/ShowVerb.h"
@@ -25,6 +26,7 @@ Verbs MakeAllVerbs() {
     verbs.push_back(std::make_unique<WatchVerb>());
     verbs.push_back(std::make_unique<StreamVerb>());
     verbs.push_back(std::make_unique<WriteVerb>());
+    verbs.push_back(std::make_unique<Md5Verb>());
     return verbs;
 }
 
