@@ -2,7 +2,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything, installs the sample driver in a Wine prefix of the build directory, and shows
+# Builds what it shows, installs the sample driver in a Wine prefix of the build directory, and shows
 # the library's main use on it with the command-line tool.
 # Usage: scripts/demo.sh
 set -euo pipefail
@@ -56,6 +56,10 @@ qvctl set SamplingInterval=250 Gain=12 OperatingMode=Triggered "Label=Prüfstand
 
 step "Shown again by a new process: the driver has kept them"
 qvctl show SamplingInterval Gain OperatingMode Label
+
+step "10,000 packets, as fast as they are read, with a look at every byte"
+qvctl set PacketRate=0
+qvctl stream --packets 10000 --verify
 
 if [[ -e build/mingw/bin/log4cxx/x64/Release/log4cxx.dll ]]; then
     step "What the tool does, logged through log4cxx"
