@@ -72,3 +72,32 @@ macro(qv_find_test_packages)
         endif()
     endif()
 endmacro()
+
+# Google Benchmark, from the source that scripts/bench.sh fetches, and spdlog with the fmt library,
+# for the benchmarks.
+macro(qv_find_bench_packages)
+    if(NOT CMAKE_CROSSCOMPILING)
+        find_package(benchmark CONFIG REQUIRED)
+        find_package(spdlog CONFIG REQUIRED)
+    elseif(NOT EXISTS ${QV_BENCHMARK_SOURCE}/CMakeLists.txt)
+        message(FATAL_ERROR "Google Benchmark's source is missing: run scripts/bench.sh, which "
+                            "fetches it, or say where it is with QV_BENCHMARK_SOURCE")
+    else()
+        set(BENCHMARK_ENABLE_TESTING OFF)
+        set(BENCHMARK_ENABLE_INSTALL OFF)
+        set(BENCHMARK_ENABLE_WERROR OFF)
+        # Its checks run programs, which they cannot do when cross-compiling.
+        set(HAVE_STD_REGEX 1)
+        set(HAVE_STEADY_CLOCK 1)
+        set(CMAKE_POLICY_DEFAULT_CMP0077 NEW)
+        add_subdirectory(
+            ${QV_BENCHMARK_SOURCE} ${CMAKE_BINARY_DIR}/packages/benchmark EXCLUDE_FROM_ALL SYSTEM
+        )
+        qv_header_package(fmt::fmt-header-only fmt libfmt-dev)
+        qv_header_package(spdlog::spdlog_header_only spdlog libspdlog-dev)
+        target_link_libraries(spdlog::spdlog_header_only INTERFACE fmt::fmt-header-only)
+        target_compile_definitions(
+            spdlog::spdlog_header_only INTERFACE SPDLOG_FMT_EXTERNAL FMT_HEADER_ONLY
+        )
+    endif()
+endmacro()

@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 #
 # Installs the Debian packages that building and testing need, and only those that are missing.
-# Usage: scripts/install-packages.sh [--quiet]
+# Usage: scripts/install-packages.sh [--quiet] [FURTHER PACKAGE…]
 set -euo pipefail
 
 packages=(
@@ -22,7 +22,11 @@ packages=(
 )
 
 quiet=false
-[[ "${1:-}" == "--quiet" ]] && quiet=true
+if [[ "${1:-}" == "--quiet" ]]; then
+    quiet=true
+    shift
+fi
+packages+=("$@")
 
 is_installed() {
     [[ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" == "installed" ]]

@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Builds the benchmarks, runs them in Wine, and prints one table: our times beside those of the bare
+# alternative, and the calls that each operation makes.
+# Usage: scripts/bench.sh [--check] [--rounds=N] [--seconds=S] [--filter=TEXT]
+#   --check    fails when an operation makes more calls than bench/stated-counts.tsv states
+#   --rounds   how often each side of a row is measured, in turn with the other (default 31)
+#   --seconds  how long each time (default 0.005)
+#   --filter   only the rows whose first column holds the text
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+source scripts/wine-environment.sh
+
+build=build/mingw-bench
+{
+    scripts/install-packages.sh --quiet libspdlog-dev libfmt-dev
+    scripts/fetch-benchmark.sh
+    scripts/build.sh mingw-bench
+    use_wine "$PWD/$build"
+    trap stop_wine EXIT
+    stop_wine
+    start_wine
+    step "Installing the sample driver with one device"
+    run_quietly $build/setup.log wine $build/bin/QvSampleSetup.exe install --devices 1
+    step "Measuring"
+} >&2
+
+# Wine shows the machine's files as drive Z.
+wine $build/bin/QvBench.exe "--stated=Z:$PWD/bench/stated-counts.tsv" "$@" </dev/null
