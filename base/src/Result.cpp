@@ -20,6 +20,12 @@ char* CopyText(const char* aText) {
     return copy;
 }
 
+// Nearly every result comes without a text: not calling the C++ runtime for it makes the difference
+// between a setter and its check.
+void Release(const char* aText) {
+    if (aText != nullptr) delete[] aText;
+}
+
 char* ExpandText(const char* aFormat, va_list aArguments) {
     va_list measured;
     va_copy(measured, aArguments);
@@ -40,13 +46,13 @@ Result::Result(const Result& aOther)
 
 Result& Result::operator=(const Result& aOther) {
     if (this == &aOther) return *this;
-    delete[] description_;
+    Release(description_);
     code_ = aOther.code_;
     description_ = CopyText(aOther.description_);
     return *this;
 }
 
-Result::~Result() { delete[] description_; }
+Result::~Result() { Release(description_); }
 
 Result& Result::operator|=(const Result& aOther) {
     if (IsSuccess()) *this = aOther;
@@ -62,7 +68,7 @@ void Result::SetDescription(const char* aFormat, ...) {
         va_end(arguments);
     }
     // Only now: the arguments may point into the present description.
-    delete[] description_;
+    Release(description_);
     description_ = text;
 }
 
