@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <type_traits>
 
 #include "Environment.h"
 #include "WindowsApi.h"
@@ -32,12 +33,59 @@ int ToAnsi(const wchar_t* aText, int aLength, char* aOut, int aOutSize) {
     return ::WideCharToMultiByte(CP_ACP, 0, aText, aLength, aOut, aOutSize, nullptr, nullptr);
 }
 
-// Converts the text up to its first zero, at most kMaxConverted units of the result.
+// What a conversion has to know of a text.
+struct TextKind {
+    // Every ANSI code page carries it over unit by unit.
+    bool isAscii;
+    bool hasZeros;
+};
+
+template <typename Unit>
+TextKind KindOf(const std::basic_string<Unit>& aText) {
+    using Unsigned = std::make_unsigned_t<Unit>;
+    // As narrow as the units, so that the compiler takes many of them at a time.
+    Unsigned bits = 0;
+    Unsigned zeros = 0;
+    for (const Unit unit : aText) {
+        bits |= static_cast<Unsigned>(unit);
+        zeros |= static_cast<Unsigned>(unit == Unit());
+    }
+    return {bits < 0x80, zeros != 0};
+}
+
+// Copies a text that is plain ASCII. It passes through a small buffer, so that the target is not
+// cleared before it is filled.
+template <typename Target, typename Source>
+void CopyAscii(const std::basic_string<Source>& aSource, std::basic_string<Target>& aTarget) {
+    constexpr std::size_t kChunk = 256;
+    Target buffer[kChunk];
+    aTarget.clear();
+    aTarget.reserve(aSource.size());
+    for (std::size_t done = 0; done < aSource.size(); done += kChunk) {
+        const std::size_t count = std::min(kChunk, aSource.size() - done);
+        const Source* const source = aSource.data() + done;
+        for (std::size_t index = 0; index < count; ++index) {
+            buffer[index] = static_cast<Target>(source[index]);
+        }
+        aTarget.append(buffer, count);
+    }
+}
+
+// Converts the text up to its first zero, at most kMaxConverted units of the result. Most texts are
+// plain ASCII and need no code page.
 template <typename Target, typename Source>
 void ConvertText(const std::basic_string<Source>& aSource, std::basic_string<Target>& aTarget,
                  int (*aConvert)(const Source*, int, Target*, int)) {
+    const TextKind kind = KindOf(aSource);
+    const bool isWhole = !kind.hasZeros && aSource.size() <= kMaxConverted;
+    if (kind.isAscii && isWhole) {
+        CopyAscii(aSource, aTarget);
+        return;
+    }
     Target buffer[kMaxConverted + 1];
-    const int size = aConvert(aSource.c_str(), /*aLength=*/-1, buffer, kMaxConverted + 1);
+    // Without a length the system looks for the terminator first.
+    const int sourceSize = isWhole ? static_cast<int>(aSource.size()) + 1 : -1;
+    const int size = aConvert(aSource.c_str(), sourceSize, buffer, kMaxConverted + 1);
     if (size > 0) {
         aTarget.assign(buffer, static_cast<std::size_t>(size) - 1);
         return;

@@ -630,4 +630,28 @@ TEST(StringTest, DestructorIsInTheFirstSlots) {
     EXPECT_EQ(1, destroyed);
 }
 
+TEST(StringTest, TextsOfAnyLengthConvertWholeBothWays) {
+    for (std::size_t length = 0; length <= 600; ++length) {
+        SCOPED_TRACE(length);
+        const std::string ascii(length, 'x');
+        const std::wstring wide(length, L'x');
+
+        EXPECT_EQ(wide, String(ascii.c_str()).GetUnicode());
+        EXPECT_EQ(ascii, String(wide.c_str()).GetAscii());
+    }
+}
+
+TEST(StringTest, OneOtherCharacterAnywhereConvertsWithTheRest) {
+    for (std::size_t place = 0; place < 300; ++place) {
+        SCOPED_TRACE(place);
+        std::string ascii(300, 'x');
+        std::wstring wide(300, L'x');
+        ascii[place] = '\xE4';
+        wide[place] = L'\u00E4';
+
+        EXPECT_EQ(wide, String(ascii.c_str()).GetUnicode());
+        EXPECT_EQ(ascii, String(wide.c_str()).GetAscii());
+    }
+}
+
 }  // namespace
