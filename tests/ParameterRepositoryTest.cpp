@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "AllocationCounter.h"
 #include "FailingAllocations.h"
 #include "LoggedErrors.h"
 #include "QvUserLib/Parameter.h"
@@ -18,6 +19,7 @@
 namespace {
 
 using QvTests::AddTo;
+using QvTests::AllocationCounter;
 using QvTests::BoolParameter;
 using QvTests::CallSlot;
 using QvTests::DoubleParameter;
@@ -926,6 +928,38 @@ TEST_F(ParameterRepositoryTest, FieldsStandWhereTheBinaryInterfaceHasThem) {
     EXPECT_THAT(fields.byIndex, ElementsAre(a, b, c));
     EXPECT_EQ(b, fields.byId.at(20));
     EXPECT_EQ(c, fields.byName.at("C"));
+}
+
+TEST_F(ParameterRepositoryTest, NamesThatDifferAnywhereAreFoundEachOnItsOwn) {
+    std::vector<std::string> names;
+    for (std::size_t length = 1; length <= 20; ++length) {
+        for (std::size_t place = 0; place < length; ++place) {
+            names.emplace_back(length, 'm');
+            names.back()[place] = place % 2 == 0 ? '\xF6' : 'd';
+        }
+    }
+    unsigned long id = 1000;
+    for (const std::string& name : names) {
+        AddTo(repository, new IntegerParameter(0, 0, 10, name.c_str(), id++));
+    }
+
+    for (std::size_t index = 0; index < names.size(); ++index) {
+        SCOPED_TRACE(names[index]);
+        EXPECT_EQ(1000 + index,
+                  repository.GetByIndex(repository.GetIndexByName(names[index].c_str()))->GetID());
+        EXPECT_FALSE(repository.HasByName((names[index] + "e").c_str()));
+    }
+}
+
+TEST_F(ParameterRepositoryTest, LookUpByNameTakesNoMemory) {
+    const String name("a name that is longer than what a string keeps in itself");
+    AddTo(repository, new IntegerParameter(0, 0, 10, name.GetAscii(), 1000));
+    const AllocationCounter counter;
+
+    EXPECT_TRUE(repository.HasByName(name));
+    EXPECT_EQ(3u, repository.GetIndexByName(name));
+
+    EXPECT_EQ(0, counter.Count());
 }
 
 }  // namespace

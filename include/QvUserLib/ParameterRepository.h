@@ -4,6 +4,7 @@
 #ifndef QVUSERLIB_PARAMETERREPOSITORY_H
 #define QVUSERLIB_PARAMETERREPOSITORY_H
 
+#include <cstddef>
 #include <map>
 #include <vector>
 
@@ -119,6 +120,22 @@ public:
     void SetID(unsigned long aID);
 
 private:
+    // Orders names as String's operator< does, and finds one by its 8-bit text without making a
+    // String of it. The keys of the map were made from 8-bit texts, so their 8-bit form is current
+    // and has no zeros in it.
+    struct NameOrder {
+        struct Text {
+            const char* data;
+            std::size_t size;
+        };
+        typedef void is_transparent;
+        bool operator()(const String& aLeft, const String& aRight) const;
+        bool operator()(const String& aLeft, const Text& aRight) const;
+        bool operator()(const Text& aLeft, const String& aRight) const;
+    };
+    typedef std::map<String, Parameter*, NameOrder> NameMap;
+
+    NameMap::const_iterator FindName(const String& aName) const;
     void Insert(Parameter* aParameter);
     void DeleteParameters();
 
@@ -128,7 +145,7 @@ private:
     unsigned long id_;
     std::vector<Parameter*> byIndex_;
     std::map<unsigned long, Parameter*> byId_;
-    std::map<String, Parameter*> byName_;
+    NameMap byName_;
 };
 
 }  // namespace QvUserLib

@@ -16,6 +16,8 @@
 
 namespace QvUserLib {
 
+class ParameterRepository;
+
 /// One text in two forms: 8-bit in the process's ANSI code page, and UTF-16. Each constructor and
 /// assignment stores one form; the other is built from it when it is asked for, and kept.
 ///
@@ -100,6 +102,9 @@ public:
     std::string ExpandEnvironmentVariables() const;
 
 private:
+    // Its name map compares 8-bit forms in place.
+    friend class ParameterRepository;
+
     void BuildAscii() const;
     void BuildUnicode() const;
 
