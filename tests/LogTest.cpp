@@ -3,6 +3,7 @@
 
 #include "QvUserLib/Log.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -497,6 +498,39 @@ TEST_F(LogTest, OpenCloseAndWriteFollowTheDestructorInTheVirtualTable) {
 
     EXPECT_FALSE(log_.IsOpened());
     EXPECT_EQ("5\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, FormatsExpandAsTheCLibraryExpandsThem) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    char expected[256];
+    std::string lines;
+    for (const char* const format :
+         {"%s: %d %u %x", "%s %ld, %lu, %lx", "100 %% of %s: %d", "%s|%5d|%-6u|%04x", "%.3s|%+d|%o",
+          "%s %i %X %c", "%s%d%u%x%%", "%%%s%%"}) {
+        EXPECT_THAT(log_.Write(Text(format), "text", INT_MIN, 4294967295U, 0xBEEF),
+                    IsBareCode(Code::Success));
+        std::snprintf(expected, sizeof expected, Text(format), "text", INT_MIN, 4294967295U,
+                      0xBEEF);
+        lines.append(expected).append("\n");
+    }
+    ASSERT_THAT(log_.Close(), IsBareCode(Code::Success));
+    EXPECT_EQ(lines, ReadBytes(path_));
+}
+
+TEST_F(LogTest, TextsOfAnyLengthAndPlaceAreWrittenWhole) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    const std::string source(128, 'x');
+    std::string lines;
+    for (std::size_t start = 0; start < 17; ++start) {
+        for (std::size_t length = 1; length < 40; ++length) {
+            std::string text = source;
+            text[start + length] = '\0';
+            EXPECT_THAT(log_.Write("%s", text.c_str() + start), IsBareCode(Code::Success));
+            lines.append(length, 'x').append("\n");
+        }
+    }
+    ASSERT_THAT(log_.Close(), IsBareCode(Code::Success));
+    EXPECT_EQ(lines, ReadBytes(path_));
 }
 
 }  // namespace
