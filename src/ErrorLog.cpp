@@ -3,14 +3,14 @@
 
 #include "QvUserLib/ErrorLog.h"
 
-#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
 
+#include "DateTimeText.h"
 #include "ExpandText.h"
-#include "QvUserLib/System.h"
 #include "ReportError.h"
+#include "TextLength.h"
 #include "WindowsApi.h"
 
 namespace QvUserLib {
@@ -18,6 +18,7 @@ namespace QvUserLib {
 namespace {
 
 constexpr std::size_t kLineSize = 1024;
+constexpr std::size_t kWrittenSize = 512;
 constexpr std::size_t kMaxBackupLength = 259;
 constexpr int kTimeStampSize = 26;
 
@@ -38,12 +39,11 @@ struct Origin {
 
 bool IsEmptyFormat(const char* aFormat) { return aFormat == nullptr || *aFormat == '\0'; }
 
-// Copies as much of the text as fits, and returns how many characters that is.
-std::size_t CopyText(char* aOut, std::size_t aSize, const char* aText) {
-    const std::size_t length = ::strnlen(aText, aSize - 1);
+// Copies as much of the text as fits.
+void CopyText(char* aOut, std::size_t aSize, const char* aText) {
+    const std::size_t length = LengthUpTo(aText, aSize - 1);
     std::memcpy(aOut, aText, length);
     aOut[length] = '\0';
-    return length;
 }
 
 unsigned long PrintedCode(const Result& aResult) {
@@ -51,15 +51,58 @@ unsigned long PrintedCode(const Result& aResult) {
     return code == ERROR_NO_MORE_ITEMS ? 0xFFFF : code & 0xFFFF;
 }
 
+// The present time in seconds since 1970. The C library's time() asks for the time zone as well.
+long long SecondsNow() {
+    constexpr unsigned long long kTicksPerSecond = 10000000;
+    constexpr unsigned long long kSecondsFrom1601To1970 = 11644473600;
+    FILETIME now = {};
+    ::GetSystemTimeAsFileTime(&now);
+    const unsigned long long ticks =
+        static_cast<unsigned long long>(now.dwHighDateTime) << 32 | now.dwLowDateTime;
+    return static_cast<long long>(ticks / kTicksPerSecond - kSecondsFrom1601To1970);
+}
+
+// The present time as text. It is made anew only when the second has changed.
+class TimeStamp {
+public:
+    void Read(char (&aOut)[kTimeStampSize]) {
+        const long long now = SecondsNow();
+        ::AcquireSRWLockShared(&lock_);
+        const bool isCurrent = second_ == now;
+        if (isCurrent) std::memcpy(aOut, text_, sizeof text_);
+        ::ReleaseSRWLockShared(&lock_);
+        if (isCurrent) return;
+
+        WriteDateTime(now, aOut, kTimeStampSize);
+        ::AcquireSRWLockExclusive(&lock_);
+        second_ = now;
+        std::memcpy(text_, aOut, sizeof text_);
+        ::ReleaseSRWLockExclusive(&lock_);
+    }
+
+private:
+    SRWLOCK lock_ = SRWLOCK_INIT;  // Guards what follows.
+    long long second_ = -1;
+    char text_[kTimeStampSize] = {};
+};
+TimeStamp theTimeStamp;
+
+// Expands a format into a buffer, and returns the length of the text in it.
+std::size_t Print(char* aOut, std::size_t aSize, const char* aFormat, ...) {
+    va_list arguments;
+    va_start(arguments, aFormat);
+    const std::size_t length = ExpandText(aOut, aSize, aFormat, arguments);
+    va_end(arguments);
+    return length;
+}
+
 // Writes everything that comes before the message, and returns where the message begins.
 char* StartLine(char (&aLine)[kLineSize], const Origin& aOrigin) {
     char time[kTimeStampSize];
-    GetDateTime(time, sizeof time);
-    const int length = std::snprintf(
-        aLine, kLineSize, "%s [0x%lx] [0x%lx] %s(%lu) %s - ", time, PrintedCode(aOrigin.result),
-        aOrigin.thread, aOrigin.file != nullptr ? aOrigin.file : "", aOrigin.line, aOrigin.tag);
-    return aLine +
-           std::min<std::size_t>(static_cast<std::size_t>(std::max(length, 0)), kLineSize - 1);
+    theTimeStamp.Read(time);
+    return aLine + Print(aLine, kLineSize, "%s [0x%lx] [0x%lx] %s(%lu) %s - ", time,
+                         PrintedCode(aOrigin.result), aOrigin.thread,
+                         aOrigin.file != nullptr ? aOrigin.file : "", aOrigin.line, aOrigin.tag);
 }
 
 // Composes a line with an expanded message. Returns where the message begins.
@@ -134,13 +177,13 @@ Result ErrorLog::WriteErrorArg(Result aResult, const char* aFile, unsigned long 
         const char* const message = ComposeLine(text, origin, aFormat, aArguments);
         const GateGuard guard(gate_);
         const Result written = WriteLine(text);
-        AddRecord(aResult, aFile, aLine, message);
+        AddRecord(aResult, aFile, aLine, message, LengthUpTo(message, kLineSize - 1));
         return written;
     }
 
-    ExpandText(text, sizeof text, aFormat, aArguments);
+    const std::size_t length = ExpandText(text, sizeof text, aFormat, aArguments);
     const GateGuard guard(gate_);
-    AddRecord(aResult, aFile, aLine, text);
+    AddRecord(aResult, aFile, aLine, text, length);
     return Result(Code::NotSet);
 }
 
@@ -203,28 +246,31 @@ Result ErrorLog::DumpLastError() {
     return written;
 }
 
-// The line passes Log::Write as a format, which makes `%%` one percent sign. There are no arguments
-// for any other conversion: each of those is escaped, so that it stays as it is written.
+// The line is written as Log::Write writes a format: `%%` becomes one percent sign, and the line is
+// cut. There are no arguments for any other conversion: those stay as they are.
 Result ErrorLog::WriteLine(const char* aLine) {
-    char format[2 * kLineSize];
-    char* out = format;
-    for (const char* in = aLine; *in != '\0'; ++in) {
-        *out++ = *in;
-        if (*in != '%') continue;
-        *out++ = '%';
-        if (in[1] == '%') ++in;
+    if (*aLine == '\0') return Result(Code::Success);
+    char line[kWrittenSize];
+    std::size_t length = 0;
+    for (const char* in = aLine; *in != '\0' && length < kWrittenSize - 1;) {
+        const std::size_t plain = LengthUpTo(in, '%', kWrittenSize - 1 - length);
+        std::memcpy(line + length, in, plain);
+        length += plain;
+        in += plain;
+        if (*in != '%' || length == kWrittenSize - 1) continue;
+        line[length++] = '%';
+        in += in[1] == '%' ? 2 : 1;
     }
-    *out = '\0';
-    return Log::Write(format, /*unused=*/"");
+    return WriteText(line, length);
 }
 
 void ErrorLog::AddRecord(const Result& aResult, const char* aFile, unsigned long aLine,
-                         const char* aMessage) {
+                         const char* aMessage, std::size_t aLength) {
     hasEntries_ = true;
     newest_ = (newest_ + 1) % kRecordCount;
     Record& record = records_[newest_];
     record.result = aResult;
-    CopyText(record.message, sizeof record.message, aMessage);
+    std::memcpy(record.message, aMessage, aLength + 1);
     CopyText(record.file, sizeof record.file, aFile != nullptr ? aFile : "");
     record.line = aLine;
     record.thread = ::GetCurrentThreadId();

@@ -96,18 +96,25 @@ Result Log::Close() {
 
 Result Log::Write(const char* aFormat, ...) {
     if (aFormat == nullptr || *aFormat == '\0') return Result(Code::Success);
-    std::FILE* const file = file_;
-    if (file == nullptr) return Result(Code::FileNotOpen);
+    if (!IsOpened()) return Result(Code::FileNotOpen);
 
     char line[kLineSize];
     va_list arguments;
     va_start(arguments, aFormat);
     const std::size_t length = ExpandText(line, sizeof line, aFormat, arguments);
     va_end(arguments);
+    return WriteText(line, length);
+}
 
-    const std::size_t written = std::fwrite(line, 1, length, file);
-    (void)std::fputc('\n', file);
-    if (written < length) return Result(Code::ShortWrite);
+Result Log::WriteText(char* aText, std::size_t aLength) {
+    std::FILE* const file = file_;
+    if (file == nullptr) return Result(Code::FileNotOpen);
+
+    aText[aLength] = '\n';
+    const std::size_t written = std::fwrite(aText, 1, aLength + 1, file);
+    // The next line starts on its own even when this one is cut short.
+    if (written <= aLength) (void)std::fputc('\n', file);
+    if (written < aLength) return Result(Code::ShortWrite);
     if (autoFlush_ && std::fflush(file) != 0) return Result(Code::ShortWrite);
     return Result(Code::Success);
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <string>
 
+#include "DateTimeText.h"
 #include "WindowsApi.h"
 
 #include <shlobj.h>
@@ -56,14 +57,16 @@ void GetPath(int aFolder, const char* aDirectory, const char* aFile, char* aOut,
     if (Fits(path, aOutSize)) std::memcpy(aOut, path.c_str(), path.size() + 1);
 }
 
-void GetDateTime(char* aOut, int aOutSize) {
+void GetDateTime(char* aOut, int aOutSize) { WriteDateTime(::_time64(nullptr), aOut, aOutSize); }
+
+void WriteDateTime(long long aTime, char* aOut, int aOutSize) {
     if (aOut == nullptr || aOutSize <= 0) return;
     aOut[0] = '\0';
     if (aOutSize < kAsctimeSize) return;
 
-    const __time64_t now = ::_time64(nullptr);
+    const __time64_t time = aTime;
     struct tm local = {};
-    if (::_localtime64_s(&local, &now) != 0) return;
+    if (::_localtime64_s(&local, &time) != 0) return;
     if (::asctime_s(aOut, static_cast<size_t>(aOutSize), &local) != 0) {
         aOut[0] = '\0';
         return;

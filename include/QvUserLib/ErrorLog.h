@@ -4,6 +4,8 @@
 #ifndef QVUSERLIB_ERRORLOG_H
 #define QVUSERLIB_ERRORLOG_H
 
+#include <cstddef>
+
 #include "QvUserLib/Log.h"
 #include "QvUserLib/String.h"
 
@@ -99,7 +101,7 @@ private:
 
     Result WriteLine(const char* aLine);
     void AddRecord(const Result& aResult, const char* aFile, unsigned long aLine,
-                   const char* aMessage);
+                   const char* aMessage, std::size_t aLength);
 
     static const unsigned int kRecordCount = 64;
 

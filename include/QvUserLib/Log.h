@@ -5,6 +5,7 @@
 #define QVUSERLIB_LOG_H
 
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
 
 #include "QvUserLib/BaseTypes.h"
@@ -60,6 +61,12 @@ public:
     bool IsAutoFlush();
 
     bool IsOpened();
+
+protected:
+    /// Writes `aLength` characters, and a line feed, which it puts behind them in the buffer.
+    ///
+    /// @return as `Write`.
+    Result WriteText(char* aText, std::size_t aLength);
 
 private:
     // These fields and their order are part of the binary interface. They are atomic because
