@@ -9,6 +9,10 @@ namespace QvBaseLib {
 
 namespace {
 
+// What gates guard takes less time than putting a thread to sleep and waking it: try again for a
+// while before that.
+constexpr DWORD kSpinCount = 4000;
+
 CRITICAL_SECTION* AsCriticalSection(void** aStorage) {
     return reinterpret_cast<CRITICAL_SECTION*>(aStorage);
 }
@@ -18,7 +22,7 @@ CRITICAL_SECTION* AsCriticalSection(void** aStorage) {
 Gate::Gate() {
     static_assert(sizeof(criticalSection_) == sizeof(CRITICAL_SECTION), "room for the lock");
     static_assert(alignof(void*) >= alignof(CRITICAL_SECTION), "alignment of the lock");
-    ::InitializeCriticalSection(AsCriticalSection(criticalSection_));
+    ::InitializeCriticalSectionAndSpinCount(AsCriticalSection(criticalSection_), kSpinCount);
 }
 
 Gate::~Gate() { ::DeleteCriticalSection(AsCriticalSection(criticalSection_)); }
