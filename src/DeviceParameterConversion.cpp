@@ -4,6 +4,7 @@
 #include "DeviceParameterConversion.h"
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 namespace QvUserLib {
@@ -15,8 +16,15 @@ namespace {
 // The longest description that is sent, unit included.
 constexpr std::size_t kMaxDescriptionLength = QV_PARAMETER_DESCRIPTION_BYTES - 1;
 
-// A new text from the 8-bit form of a record's UTF-16 one.
-String AnsiText(const std::wstring& aText) { return String(String(aText.c_str()).GetAscii()); }
+bool IsAscii(const std::wstring& aText) {
+    return std::all_of(aText.begin(), aText.end(), [](wchar_t aUnit) { return aUnit < 0x80; });
+}
+
+// A new text from the 8-bit form of a record's UTF-16 one. ASCII comes out as it went in.
+String AnsiText(const std::wstring& aText) {
+    if (IsAscii(aText)) return String(aText.c_str());
+    return String(String(aText.c_str()).GetAscii());
+}
 
 std::unique_ptr<Parameter> MakeNamed(const DeviceParameter& aRecord) {
     return std::make_unique<Parameter>(AnsiText(aRecord.GetName()), aRecord.GetId());
@@ -65,16 +73,17 @@ bool HasFlag(const DeviceParameter& aRecord, unsigned long aFlag) {
 }
 
 // Cuts the unit in parentheses off the end of a description, together with the one character before
-// it, which is the space of "description (unit)", and returns the unit. A description that does not
-// end so stays whole and has no unit.
-std::string SplitUnit(std::string& aDescription) {
-    if (aDescription.size() < 2 || aDescription.back() != ')') return std::string();
-    const std::size_t open = aDescription.rfind('(', aDescription.size() - 2);
-    if (open == std::string::npos) return std::string();
+// it, which is the space of "description (unit)", and returns the unit, which stays in the same
+// buffer. A description that does not end so stays whole and has no unit.
+const char* SplitUnit(char* aDescription, std::size_t aLength) {
+    if (aLength < 2 || aDescription[aLength - 1] != ')') return "";
+    std::size_t open = aLength - 2;
+    while (open > 0 && aDescription[open] != '(') --open;
+    if (aDescription[open] != '(') return "";
 
-    const std::string unit = aDescription.substr(open + 1, aDescription.size() - open - 2);
-    aDescription.resize(open > 0 ? open - 1 : 0);
-    return unit;
+    aDescription[aLength - 1] = '\0';
+    aDescription[open > 0 ? open - 1 : 0] = '\0';
+    return aDescription + open + 1;
 }
 
 // The names one after another, each with its terminator, and one more zero.
@@ -102,11 +111,11 @@ unsigned long FlagsOf(const Parameter& aParameter) {
 // Records hold 32 bits of a number.
 unsigned long Low32(long long aValue) { return static_cast<unsigned long>(aValue); }
 
-void FillInteger(const Parameter& aParameter, const std::string& aUnit, DeviceParameter& aRecord) {
+void FillInteger(const Parameter& aParameter, const char* aUnit, DeviceParameter& aRecord) {
     long long min = 0;
     long long max = 0;
     (void)aParameter.GetRangeInt(min, max);  // It is an integer.
-    aRecord.InitDWord(Low32(min), Low32(max), Low32(aParameter.GetDefaultInt()), aUnit.c_str());
+    aRecord.InitDWord(Low32(min), Low32(max), Low32(aParameter.GetDefaultInt()), aUnit);
     (void)aRecord.SetValue(Low32(aParameter.GetInt()));  // An integer record takes any number.
 }
 
@@ -150,12 +159,15 @@ Result SetMarks(Parameter* aParameter, const DeviceParameter& aRecord) {
 void MarkUnchanged(const Parameter* aParameter) { (void)aParameter->HasChanged(/*aReset=*/true); }
 
 void FillRecord(const Parameter& aParameter, DeviceParameter& aRecord) {
-    std::string description =
-        std::string(aParameter.GetDescription().GetAscii()).substr(0, kMaxDescriptionLength);
+    const char* const whole = aParameter.GetDescription().GetAscii();
+    const std::size_t length = ::strnlen(whole, kMaxDescriptionLength);
+    char description[kMaxDescriptionLength + 1];
+    std::memcpy(description, whole, length);
+    description[length] = '\0';
     const bool isInteger = aParameter.GetType() == Parameter::TypeInteger;
-    const std::string unit = isInteger ? SplitUnit(description) : std::string();
+    const char* const unit = isInteger ? SplitUnit(description, length) : "";
 
-    aRecord.InitCommon(aParameter.GetID(), aParameter.GetName().GetUnicode(), description.c_str());
+    aRecord.InitCommon(aParameter.GetID(), aParameter.GetName().GetUnicode(), description);
     aRecord.SetFlags(FlagsOf(aParameter));
     switch (aParameter.GetType()) {
         case Parameter::TypeInteger:

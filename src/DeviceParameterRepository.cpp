@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <vector>
 
 #include "DeviceParameterConversion.h"
 #include "QvBaseLib/DeviceParameter.h"
@@ -86,12 +87,21 @@ Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConne
     return AddDeviceParameters(aRepository, records.Get(), size / sizeof(DeviceParameter));
 }
 
-void FillDeviceParameters(const ParameterRepository& aRepository, DeviceParameter* aRecords,
-                          std::size_t aCount) {
-    std::size_t filled = 0;
-    for (unsigned long index = 0; index < aRepository.GetCount() && filled < aCount; ++index) {
+std::vector<const Parameter*> ChangedOf(const ParameterRepository& aRepository) {
+    std::vector<const Parameter*> changed;
+    for (unsigned long index = 0; index < aRepository.GetCount(); ++index) {
         const Parameter* const parameter = aRepository.GetByIndex(index);
-        if (parameter->HasChanged(/*aReset=*/true)) FillRecord(*parameter, aRecords[filled++]);
+        if (parameter->HasChanged(/*aReset=*/false)) changed.push_back(parameter);
+    }
+    return changed;
+}
+
+// Clears each mark as its parameter is filled in: what is left when memory runs out stays marked.
+void FillDeviceParameters(const std::vector<const Parameter*>& aChanged,
+                          DeviceParameter* aRecords) {
+    for (const Parameter* const parameter : aChanged) {
+        (void)parameter->HasChanged(/*aReset=*/true);
+        FillRecord(*parameter, *aRecords++);
     }
 }
 
@@ -104,14 +114,19 @@ DeviceParameterRepository::~DeviceParameterRepository() = default;
 
 Result DeviceParameterRepository::Apply() {
     if (!IsConnected()) return Result(Code::NotConnected);
-    const unsigned int count = GetChangeCount();
-    if (count == 0) return Result(Code::Success);
+    std::vector<const Parameter*> changed;
+    try {
+        changed = ChangedOf(*this);
+    } catch (const std::bad_alloc&) {
+        return FailForMemory(__LINE__);
+    }
+    if (changed.empty()) return Result(Code::Success);
 
-    const std::size_t size = count * sizeof(DeviceParameter);
+    const std::size_t size = changed.size() * sizeof(DeviceParameter);
     const RecordBuffer records(size);
     if (!records.IsValid()) return FailForMemory(__LINE__);
     try {
-        FillDeviceParameters(*this, records.Get(), count);
+        FillDeviceParameters(changed, records.Get());
     } catch (const std::bad_alloc&) {
         return FailForMemory(__LINE__);
     }
