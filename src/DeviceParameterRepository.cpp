@@ -144,8 +144,12 @@ Result DeviceParameterRepository::Connect(DeviceConnection* aConnection) {
 
 Result DeviceParameterRepository::Refresh() {
     if (!IsConnected()) return Result(Code::NotConnected);
-    for (unsigned long index = GetCount(); index > 0; --index) {
-        (void)RemoveByIndex(index - 1);  // It is there.
+    try {
+        for (unsigned long index = GetCount(); index > 0; --index) {
+            (void)RemoveByIndex(index - 1);  // It is there.
+        }
+    } catch (const std::bad_alloc&) {
+        return FailForMemory(__LINE__);
     }
     return LoadFromDriver(*this, *connection_);
 }

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "FailingAllocations.h"
+#include "FailingCalls.h"
 #include "LoggedErrors.h"
 #include "QvUserLib/Parameter.h"
 #include "SampleParameters.h"
@@ -728,6 +729,20 @@ TEST_F(DeviceParameterRepositoryTest, RefreshReplacesEverything) {
     EXPECT_THAT(Names(), ElementsAre("Offset", "Gain"));
     EXPECT_EQ(6, repository.GetByID(1)->GetInt());
     EXPECT_EQ(0u, repository.GetChangeCount());
+}
+
+// Removing a parameter takes memory for its name when that is long.
+TEST_F(DeviceParameterRepositoryTest, RefreshWithoutMemoryForRemovalsIsReported) {
+    Load({IntegerRecord(1, L"A name of many characters")});
+    const auto malloc = QvTests::MakeFailingCall<0>("malloc", &std::malloc, nullptr);
+    malloc->Arm(1);
+    const Result refreshed = repository.Refresh();
+    malloc->Disarm();
+
+    EXPECT_THAT(refreshed, IsBareCode(Code::OutOfMemory));
+    EXPECT_EQ("Not enough memory", LastErrorText());
+    EXPECT_THAT(repository.Refresh(), IsBareCode(Code::Success));
+    EXPECT_EQ(1u, repository.GetCount());
 }
 
 TEST_F(DeviceParameterRepositoryTest, FailedRefreshLeavesNothing) {

@@ -7,8 +7,7 @@
 #ifndef QVTESTS_IMPORTPATCH_H
 #define QVTESTS_IMPORTPATCH_H
 
-#include <cstring>
-
+#include "ImportTable.h"
 #include "WindowsApi.h"
 
 namespace QvTests {
@@ -37,25 +36,8 @@ public:
 
 private:
     static void** FindSlot(const char* aDll, const char* aName) {
-        auto* const base = reinterpret_cast<unsigned char*>(::GetModuleHandleA(aDll));
-        if (base == nullptr) return nullptr;
-        const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(
-            base + reinterpret_cast<const IMAGE_DOS_HEADER*>(base)->e_lfanew);
-        const DWORD imports =
-            headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress;
-        const auto* module = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports);
-        for (; module->Name != 0; ++module) {
-            const auto* name =
-                reinterpret_cast<const IMAGE_THUNK_DATA*>(base + module->OriginalFirstThunk);
-            auto* slot = reinterpret_cast<void**>(base + module->FirstThunk);
-            for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-                if (IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal)) continue;
-                const auto* const import =
-                    reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-                if (std::strcmp(reinterpret_cast<const char*>(import->Name), aName) == 0) {
-                    return slot;
-                }
-            }
+        for (const Import& import : ImportsOf(aDll)) {
+            if (import.name == aName) return import.slot;
         }
         return nullptr;
     }
