@@ -69,6 +69,51 @@ inline std::wstring CommandLineOf(const std::wstring& aProgram,
     return commandLine;
 }
 
+/// A program beside the test program that runs on its own, and is ended with the object at the
+/// latest.
+class StartedProgram {
+public:
+    StartedProgram(const std::wstring& aFile, const std::vector<std::string>& aArguments) {
+        std::wstring commandLine = CommandLineOf(PathBeside(aFile), aArguments);
+        STARTUPINFOW startup = {};
+        startup.cb = sizeof startup;
+        PROCESS_INFORMATION process = {};
+        if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr,
+                              /*bInheritHandles=*/FALSE, 0, nullptr, nullptr, &startup, &process)) {
+            ADD_FAILURE() << "the program does not start: " << ::GetLastError();
+            return;
+        }
+        ::CloseHandle(process.hThread);
+        process_ = process.hProcess;
+    }
+    ~StartedProgram() {
+        if (process_ == nullptr) return;
+        Kill();
+        ::CloseHandle(process_);
+    }
+
+    StartedProgram(const StartedProgram&) = delete;
+    StartedProgram& operator=(const StartedProgram&) = delete;
+
+    bool IsRunning() const { return ::WaitForSingleObject(process_, 0) == WAIT_TIMEOUT; }
+
+    /// Ends it wherever it is, and waits until it is gone.
+    void Kill() const {
+        ::TerminateProcess(process_, 99);
+        ::WaitForSingleObject(process_, INFINITE);
+    }
+
+    unsigned long WaitForExitCode() const {
+        DWORD exitCode = 0xFFFFFFFF;
+        ::WaitForSingleObject(process_, INFINITE);
+        ::GetExitCodeProcess(process_, &exitCode);
+        return exitCode;
+    }
+
+private:
+    HANDLE process_ = nullptr;
+};
+
 /// Runs the program beside the test program, with arguments as `CommandLineOf` takes them, and
 /// waits for its end.
 inline Outcome RunProgram(const std::wstring& aFile, const std::vector<std::string>& aArguments) {
