@@ -1,0 +1,277 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Programs that ask the driver for anything at all, on four handles at once, while another device
+// streams.
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "KernelObjects.h"
+#include "ParameterBlock.h"
+#include "QvSample/QvSamplePacket.h"
+#include "SampleDevice.h"
+#include "TestScale.h"
+
+namespace QvTests {
+namespace {
+
+using QvUserLib::Code;
+using QvUserLib::DeviceConnection;
+using QvUserLib::DeviceParameterRepository;
+
+constexpr unsigned int kHandles = 4;
+constexpr std::size_t kLargest = 70000;
+constexpr unsigned char kUntouched = 0xEE;
+
+// What the driver answers to a request for parameters, and to a code that it does not know.
+const std::set<unsigned long> kAnswers = {ERROR_SUCCESS,
+                                          ERROR_INVALID_FUNCTION,
+                                          ERROR_ACCESS_DENIED,
+                                          ERROR_INVALID_PARAMETER,
+                                          ERROR_INSUFFICIENT_BUFFER,
+                                          ERROR_INVALID_NAME,
+                                          ERROR_FILENAME_EXCED_RANGE,
+                                          ERROR_NO_UNICODE_TRANSLATION,
+                                          ERROR_NOT_FOUND,
+                                          ERROR_REVISION_MISMATCH,
+                                          ERROR_INVALID_USER_BUFFER,
+                                          ERROR_OBJECT_ALREADY_EXISTS};
+
+// One program without manners.
+class HostileClient {
+public:
+    HostileClient(HANDLE aDevice, unsigned long aSeed)
+        : device_(aDevice), random_(aSeed, 0), in_(kLargest), out_(kLargest + 16) {}
+
+    void Run(unsigned long aCount) {
+        for (unsigned long request = 0; request < aCount; ++request) SendAnything();
+    }
+
+    // Answers that the driver does not document, and buffers that it wrote too much to.
+    std::set<unsigned long> strange;
+    unsigned long overruns = 0;
+
+private:
+    void SendAnything() {
+        switch (random_.Below(8)) {
+            case 0:
+            case 1:
+            case 2:
+                return Control(IOCTL_PARAMETERS_SET, FillWithRecords(), Size(16));
+            case 3:
+                return Control(IOCTL_PARAMETERS_GET, Size(16), Size(30000));
+            case 4:
+                return Control(IOCTL_PARAMETERS_GET_SIZE, Size(16), Size(16));
+            case 5:
+                return Control(AnyCode(), FillWithNoise(), Size(5000));
+            case 6:
+                return Transfer(/*aReads=*/true);
+            default:
+                return Transfer(/*aReads=*/false);
+        }
+    }
+
+    // Mostly nothing, or all that there is.
+    DWORD Size(DWORD aLargest) { return random_.Chance(2) ? 0 : random_.Below(aLargest + 1); }
+
+    DWORD AnyCode() {
+        constexpr DWORD kNear = 0x222000;
+        return random_.Chance(2) ? kNear + random_.Below(64) : random_.Below(0xFFFFFFFF);
+    }
+
+    DWORD FillWithNoise() {
+        const DWORD size = Size(5000);
+        std::generate_n(in_.begin(), size,
+                        [this] { return static_cast<unsigned char>(random_.Below(256)); });
+        return size;
+    }
+
+    // Records in and out of order, the driver's own names and identifiers among them.
+    DWORD FillWithRecords() {
+        constexpr std::size_t kRecord = sizeof(QV_PARAMETER_RECORD);
+        const std::size_t count = random_.Chance(10) ? 22 : random_.Below(4);
+        for (std::size_t index = 0; index < count; ++index) {
+            QV_PARAMETER_RECORD record = {};
+            random_.MakeRecord(record);
+            if (!random_.Chance(4)) record = OwnRecord(record);
+            std::memcpy(&in_[index * kRecord], &record, kRecord);
+        }
+        const std::size_t size = count * kRecord;
+        return static_cast<DWORD>(random_.Chance(8) ? random_.Below(size + 2) : size);
+    }
+
+    // One of the driver's own, with the values of the other.
+    QV_PARAMETER_RECORD OwnRecord(const QV_PARAMETER_RECORD& aOther) {
+        if (own_.empty()) {
+            own_.resize(QV_SAMPLE_PARAMETER_COUNT);
+            DWORD size = 0;
+            ::DeviceIoControl(device_, IOCTL_PARAMETERS_GET, nullptr, 0, own_.data(),
+                              static_cast<DWORD>(own_.size() * sizeof own_[0]), &size, nullptr);
+        }
+        QV_PARAMETER_RECORD record = own_[random_.Below(own_.size())];
+        record.value = random_.Chance(2) ? random_.Below(70) : aOther.value;
+        record.content = aOther.content;
+        return record;
+    }
+
+    void Control(DWORD aCode, DWORD aInSize, DWORD aOutSize) {
+        PrepareOutput(aOutSize);
+        OVERLAPPED overlapped = {};
+        overlapped.hEvent = event_.Get();
+        DWORD size = 0;
+        const BOOL done =
+            ::DeviceIoControl(device_, aCode, aInSize > 0 ? in_.data() : nullptr, aInSize,
+                              aOutSize > 0 ? out_.data() : nullptr, aOutSize, &size, &overlapped);
+        const unsigned long answer = Finish(done, overlapped, size);
+        if (kAnswers.count(answer) == 0) strange.insert(answer);
+        CheckOutput(aCode == IOCTL_PARAMETERS_GET_SIZE ? 0 : size, aOutSize);
+    }
+
+    // What a read fails with may be what a fault asks for.
+    void Transfer(bool aReads) {
+        const DWORD length = Size(kLargest);
+        PrepareOutput(length);
+        OVERLAPPED overlapped = {};
+        overlapped.hEvent = event_.Get();
+        DWORD size = 0;
+        const BOOL done = aReads ? ::ReadFile(device_, out_.data(), length, &size, &overlapped)
+                                 : ::WriteFile(device_, in_.data(), length, &size, &overlapped);
+        (void)Finish(done, overlapped, size);
+        CheckOutput(size, length);
+    }
+
+    // Waits for nothing: what is pending is cancelled.
+    unsigned long Finish(BOOL aDone, OVERLAPPED& aOverlapped, DWORD& aSize) {
+        if (aDone) return ERROR_SUCCESS;
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_IO_PENDING) return error;
+        ::CancelIoEx(device_, random_.Chance(2) ? &aOverlapped : nullptr);
+        if (::GetOverlappedResult(device_, &aOverlapped, &aSize, /*bWait=*/TRUE)) {
+            return ERROR_SUCCESS;
+        }
+        return ::GetLastError();
+    }
+
+    void PrepareOutput(DWORD aSize) { std::fill_n(out_.begin() + aSize, 16, kUntouched); }
+
+    void CheckOutput(DWORD aReturned, DWORD aSize) {
+        const bool isUntouched =
+            std::all_of(out_.begin() + aSize, out_.begin() + aSize + 16,
+                        [](unsigned char aByte) { return aByte == kUntouched; });
+        if (!isUntouched || aReturned > aSize) ++overruns;
+    }
+
+    HANDLE device_;
+    Event event_;
+    ParameterBlockMaker random_;
+    std::vector<unsigned char> in_;
+    std::vector<unsigned char> out_;
+    std::vector<QV_PARAMETER_RECORD> own_;
+};
+
+// A stream that nobody may disturb.
+class WatchedStream {
+public:
+    WatchedStream() : thread_([this] { Run(); }) {}
+    ~WatchedStream() { Stop(); }
+    WatchedStream(const WatchedStream&) = delete;
+    WatchedStream& operator=(const WatchedStream&) = delete;
+
+    void Stop() {
+        isStopping_ = true;
+        if (thread_.joinable()) thread_.join();
+    }
+    unsigned long Packets() const { return packets_; }
+    bool IsUnharmed() const { return isUnharmed_; }
+
+private:
+    void Run() {
+        DeviceConnection connection;
+        DeviceParameterRepository parameters;
+        isUnharmed_ = connection.Connect(GUID_DEVINTERFACE_QVSAMPLE, 1).IsSuccess() &&
+                      parameters.Connect(&connection).IsSuccess() &&
+                      parameters.GetByID(QV_SAMPLE_ID_PACKET_RATE)->SetInt(0).IsSuccess() &&
+                      parameters.Apply().IsSuccess();
+        std::vector<unsigned char> buffer(65536);
+        while (!isStopping_ && isUnharmed_) {
+            unsigned long size = 0;
+            isUnharmed_ = connection.Read(buffer.data(), 65536, &size, nullptr).IsSuccess() &&
+                          IsNext(buffer, size);
+            ++packets_;
+        }
+        isUnharmed_ =
+            isUnharmed_ && parameters.ResetDefaults().IsSuccess() && parameters.Apply().IsSuccess();
+    }
+
+    bool IsNext(const std::vector<unsigned char>& aBuffer, unsigned long aSize) const {
+        QV_SAMPLE_PACKET_HEADER header = {};
+        std::memcpy(&header, aBuffer.data(), sizeof header);
+        if (header.magic != QV_SAMPLE_PACKET_MAGIC || header.sequence != packets_ ||
+            header.dropped != 0 || aSize != sizeof header + header.payloadBytes) {
+            return false;
+        }
+        for (std::uint32_t index = 0; index < header.payloadBytes; ++index) {
+            if (aBuffer[sizeof header + index] != QvSamplePayloadByte(header.sequence, index)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    std::atomic<bool> isStopping_{false};
+    std::atomic<bool> isUnharmed_{true};
+    std::atomic<unsigned long> packets_{0};
+    std::thread thread_;  // Last: it uses all the others.
+};
+
+class HostileRequestsTest : public SampleDeviceTest {
+protected:
+    static Handle OpenDevice() {
+        DeviceConnection connection;
+        EXPECT_THAT(connection.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), HasCode(Code::Success));
+        return Handle(connection.ReleaseHandle());
+    }
+};
+
+TEST_F(HostileRequestsTest, DriverAndTheOtherDevicesStreamAreUnharmed) {
+    const unsigned long seed = Seed();
+    const unsigned long count = Scaled("QVTEST_REQUESTS", 20000) / kHandles;
+    WatchedStream stream;
+    std::mutex lock;
+    std::set<unsigned long> strange;
+    unsigned long overruns = 0;
+    std::vector<std::thread> threads;
+    for (unsigned int index = 0; index < kHandles; ++index) {
+        threads.emplace_back([&, index] {
+            const Handle device = OpenDevice();
+            HostileClient client(device.Get(), seed + index);
+            client.Run(count);
+            const std::lock_guard<std::mutex> guard(lock);
+            strange.insert(client.strange.begin(), client.strange.end());
+            overruns += client.overruns;
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    stream.Stop();
+
+    EXPECT_THAT(strange, testing::IsEmpty());
+    EXPECT_EQ(0u, overruns);
+    EXPECT_TRUE(stream.IsUnharmed()) << "packet " << stream.Packets();
+    EXPECT_GT(stream.Packets(), 0u);
+    RestoreDefaults();
+    DeviceParameterRepository parameters;
+    EXPECT_THAT(parameters.Connect(&connection_), IsBareCode(Code::Success));
+    EXPECT_EQ(QV_SAMPLE_PARAMETER_COUNT, parameters.GetCount());
+    std::printf("%lu requests, %lu packets of the other device\n", count * kHandles,
+                stream.Packets());
+}
+
+}  // namespace
+}  // namespace QvTests

@@ -1,0 +1,203 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Devices that are removed and come back while eight threads use whatever devices there are.
+
+#include <atomic>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "OpenHandles.h"
+#include "ProgramRun.h"
+#include "QvUserLib/DeviceEnumerator.h"
+#include "QvUserLib/DeviceRequestQueue.h"
+#include "SampleDevice.h"
+#include "TestScale.h"
+
+namespace QvTests {
+namespace {
+
+using QvUserLib::Code;
+using QvUserLib::DeviceConnection;
+using QvUserLib::DeviceEnumerator;
+using QvUserLib::DeviceParameterRepository;
+using QvUserLib::DeviceRequestQueue;
+using QvUserLib::Parameter;
+using QvUserLib::Result;
+using QvUserLib::String;
+
+// What a device answers that is being removed, or has been.
+const std::set<unsigned long> kGone = {
+    ERROR_SUCCESS,        ERROR_INVALID_FUNCTION,  ERROR_ACCESS_DENIED, ERROR_NOT_READY,
+    ERROR_DELETE_PENDING, ERROR_OPERATION_ABORTED, ERROR_DEVICE_REMOVED};
+const std::set<unsigned long> kNotThere = {Code::Success, Code::NoSuchDevice,
+                                           Code::InvalidArgument};
+
+// What the threads do, and what they were told.
+class Users {
+public:
+    void Enumerate() {
+        DeviceEnumerator enumerator;
+        Note("Enumerate", enumerator.Enumerate(&GUID_DEVINTERFACE_QVSAMPLE), {Code::Success});
+        String link;
+        for (unsigned int index = 0;; ++index) {
+            const Result result = enumerator.GetSymLink(index, &link);
+            Note("GetSymLink", result, {Code::Success, Code::NoSuchDevice});
+            if (result.IsFailure()) break;
+            DeviceConnection connection;
+            Note("Connect", connection.Connect(reinterpret_cast<const char*>(link.GetUnicode())),
+                 {Code::Success, Code::InvalidArgument});
+        }
+    }
+
+    void Load() {
+        DeviceConnection connection;
+        if (!Open(connection)) return;
+        DeviceParameterRepository parameters;
+        for (int time = 0; time < 5; ++time) {
+            const Result result =
+                time == 0 ? parameters.Connect(&connection) : parameters.Refresh();
+            Note("load", result, kGone);
+            const unsigned long count = result.IsSuccess() ? QV_SAMPLE_PARAMETER_COUNT : 0;
+            if (parameters.GetCount() != count) ++strange_["number of parameters"];
+        }
+    }
+
+    void Apply() {
+        DeviceConnection connection;
+        DeviceParameterRepository parameters;
+        if (!Open(connection)) return;
+        if (parameters.Connect(&connection).IsFailure()) return;
+        for (int time = 0; time < 10; ++time) {
+            Parameter* const marker = parameters.GetByID(QV_SAMPLE_ID_MARKER);
+            Note("SetInt", marker->SetInt(marker->GetInt() + 1), {Code::Success});
+            Note("Apply", parameters.Apply(), kGone);
+        }
+    }
+
+    void Stream() {
+        constexpr unsigned int kSize = 4096;
+        constexpr unsigned int kPending = 8;
+        std::vector<unsigned char> buffer(std::size_t{kSize} * (kPending + 1));
+        DeviceConnection connection;
+        if (!Open(connection)) return;
+        DeviceRequestQueue queue;
+        Note("Allocate", queue.Allocate(kPending + 1, &connection), {Code::Success});
+        for (unsigned int packet = 0; packet < 50; ++packet) {
+            void* const request = queue.GetNextAvailableRequest();
+            if (request == nullptr) continue;  // The oldest one failed, and has been told about.
+            unsigned long size = 0;
+            const Result read = connection.Read(
+                &buffer[std::size_t{packet % (kPending + 1)} * kSize], kSize, &size, request);
+            if (read.GetCode() != Code::Pending) Note("Read", read, kGone);
+        }
+        Note("Wait", queue.Wait(), kGone);
+    }
+
+    // Runs the work on a thread until all are to stop.
+    void Start(void (Users::*aWork)()) {
+        threads_.emplace_back([this, aWork] {
+            while (!isStopping_) {
+                (this->*aWork)();
+                ++rounds_;
+            }
+        });
+    }
+    void Stop() {
+        isStopping_ = true;
+        for (std::thread& thread : threads_) thread.join();
+        threads_.clear();
+    }
+
+    unsigned long Rounds() const { return rounds_; }
+    unsigned long Failures() const { return failures_; }
+    const std::map<std::string, int>& Strange() const { return strange_; }
+
+private:
+    bool Open(DeviceConnection& aConnection) {
+        const Result result = aConnection.Connect(GUID_DEVINTERFACE_QVSAMPLE, ++next_ % 3);
+        Note("Connect by class", result, kNotThere);
+        return result.IsSuccess();
+    }
+
+    void Note(const char* aWhat, const Result& aResult, const std::set<unsigned long>& aExpected) {
+        if (aResult.IsFailure()) ++failures_;
+        if (aExpected.count(aResult.GetCode()) > 0) return;
+        const std::lock_guard<std::mutex> guard(lock_);
+        ++strange_[aWhat + (": " + std::to_string(aResult.GetCode()))];
+    }
+
+    std::vector<std::thread> threads_;
+    std::atomic<bool> isStopping_{false};
+    std::atomic<unsigned int> next_{0};
+    std::atomic<unsigned long> rounds_{0};
+    std::atomic<unsigned long> failures_{0};
+    std::mutex lock_;  // Guards what follows.
+    std::map<std::string, int> strange_;
+};
+
+class VanishingDevicesTest : public SampleDeviceTest {
+protected:
+    static void RunSetup(const std::vector<std::string>& aArguments) {
+        const Outcome outcome = RunProgram(L"QvSampleSetup.exe", aArguments);
+        ASSERT_EQ(0u, outcome.exitCode) << outcome.out << outcome.err;
+    }
+    void AddThirdDevice() {
+        RunSetup({"install", "--devices", "3"});
+        isThere_ = true;
+    }
+    void RemoveThirdDevice() {
+        RunSetup({"remove", "--device", "2"});
+        isThere_ = false;
+    }
+    void TearDown() override {
+        if (isThere_) RemoveThirdDevice();
+        SampleDeviceTest::TearDown();
+    }
+
+    bool isThere_ = false;
+};
+
+TEST_F(VanishingDevicesTest, NothingCrashesHangsOrIsLost) {
+    const ULONGLONG timeMs = 1000ULL * Scaled("QVTEST_VANISH_SECONDS", 10);
+    Users users;
+    AddThirdDevice();
+    // What the system opens once for all.
+    users.Enumerate();
+    users.Load();
+    users.Stream();
+    RemoveThirdDevice();
+    const std::size_t handles = CountOpenHandles();
+    const std::size_t threads = CountThreads();
+    ASSERT_GT(handles, 0u);
+
+    for (const auto work : {&Users::Enumerate, &Users::Load, &Users::Apply, &Users::Stream}) {
+        users.Start(work);
+        users.Start(work);
+    }
+    const ULONGLONG end = ::GetTickCount64() + timeMs;
+    unsigned long removals = 0;
+    while (::GetTickCount64() < end && !HasFatalFailure()) {
+        AddThirdDevice();
+        if (!HasFatalFailure()) RemoveThirdDevice();
+        ++removals;
+        if (removals % 100 == 0) std::cout << removals << " removals" << std::endl;
+    }
+    users.Stop();
+
+    EXPECT_THAT(users.Strange(), testing::IsEmpty());
+    EXPECT_EQ(handles, CountOpenHandles());
+    EXPECT_EQ(threads, CountThreads());
+    EXPECT_GT(removals, 0u);
+    std::printf("%lu removals, %lu rounds of use, %lu failures, each with a code\n", removals,
+                users.Rounds(), users.Failures());
+}
+
+}  // namespace
+}  // namespace QvTests
