@@ -1,0 +1,161 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Two processes on one device: what one does to the other, also by its sudden end.
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "KernelObjects.h"
+#include "ProgramRun.h"
+#include "QvSample/QvSamplePacket.h"
+#include "QvUserLib/DeviceEnumerator.h"
+#include "SampleDevice.h"
+
+namespace QvTests {
+namespace {
+
+using QvUserLib::Code;
+using QvUserLib::DeviceConnection;
+using QvUserLib::DeviceEnumerator;
+using QvUserLib::DeviceParameterRepository;
+using QvUserLib::Parameter;
+using QvUserLib::String;
+
+constexpr wchar_t kProbe[] = L"DeviceProbe.exe";
+constexpr unsigned int kPacketSize = 65536;
+
+std::string LinkOf(unsigned int aDevice) {
+    DeviceEnumerator enumerator;
+    String link;
+    EXPECT_THAT(enumerator.Enumerate(&GUID_DEVINTERFACE_QVSAMPLE), IsBareCode(Code::Success));
+    EXPECT_THAT(enumerator.GetSymLink(aDevice, &link), IsBareCode(Code::Success));
+    return reinterpret_cast<const char*>(link.GetUnicode());
+}
+
+// A process with reads pending that it will never collect.
+class HoldingProgram {
+public:
+    HoldingProgram(unsigned int aDevice, unsigned int aReads)
+        : readyName_("QvDeviceProbe" + std::to_string(::GetCurrentProcessId())),
+          ready_(::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
+                                readyName_.c_str())),
+          program_(kProbe, {LinkOf(aDevice), "hold", std::to_string(aReads), readyName_}) {
+        ::WaitForSingleObject(ready_.Get(), INFINITE);
+    }
+
+    void Kill() { program_.Kill(); }
+
+private:
+    std::string readyName_;
+    Handle ready_;
+    StartedProgram program_;
+};
+
+class TwoProcessesTest : public SampleDeviceTest {
+protected:
+    QV_SAMPLE_PACKET_HEADER ReadPacket() {
+        QV_SAMPLE_PACKET_HEADER header = {};
+        std::vector<unsigned char> packet(kPacketSize);
+        unsigned long size = 0;
+        EXPECT_THAT(connection_.Read(packet.data(), kPacketSize, &size, nullptr),
+                    IsBareCode(Code::Success));
+        std::memcpy(&header, packet.data(), sizeof header);
+        return header;
+    }
+};
+
+// Each sends two values that belong together: they never mix, in whatever order they arrive.
+TEST_F(TwoProcessesTest, BothApplyToOneDevice) {
+    constexpr int kCount = 500;
+    StartedProgram other(kProbe, {LinkOf(0), "apply", std::to_string(kCount)});
+    DeviceParameterRepository parameters;
+    ASSERT_THAT(parameters.Connect(&connection_), IsBareCode(Code::Success));
+    int number = 0;
+    for (bool isLast = false; !isLast; ++number) {
+        isLast = !other.IsRunning();
+        ASSERT_THAT(parameters.GetByID(QV_SAMPLE_ID_MARKER)->ChangeInt(1000 + number % kCount),
+                    IsBareCode(Code::Success));
+        const std::string note = "note " + std::to_string(1000 + number % kCount);
+        ASSERT_THAT(parameters.GetByID(QV_SAMPLE_ID_NOTES)->SetString(note.c_str()),
+                    IsBareCode(Code::Success));
+        ASSERT_THAT(parameters.Apply(), IsBareCode(Code::Success));
+        ASSERT_THAT(parameters.Refresh(), IsBareCode(Code::Success));
+        EXPECT_EQ("note " + std::to_string(parameters.GetByID(QV_SAMPLE_ID_MARKER)->GetInt()),
+                  parameters.GetByID(QV_SAMPLE_ID_NOTES)->GetString().GetAscii());
+    }
+
+    EXPECT_EQ(0u, other.WaitForExitCode());
+}
+
+// They share the stream, so that the numbers of this process have gaps, but it goes on.
+TEST_F(TwoProcessesTest, OneClosesWhileTheOtherStreams) {
+    Set(QV_SAMPLE_ID_PACKET_RATE, 0);
+    std::uint64_t previous = ReadPacket().sequence;
+    for (int round = 0; round < 3; ++round) {
+        StartedProgram other(kProbe, {LinkOf(0), "read", "50"});
+        while (other.IsRunning()) {
+            const std::uint64_t sequence = ReadPacket().sequence;
+            ASSERT_LT(previous, sequence);
+            previous = sequence;
+        }
+        EXPECT_EQ(0u, other.WaitForExitCode());
+    }
+
+    const QV_SAMPLE_PACKET_HEADER header = ReadPacket();
+    EXPECT_EQ(header.sequence + 1, ReadPacket().sequence);
+    EXPECT_EQ(0u, header.dropped);
+}
+
+class TwoProcessesLoopBackTest : public SampleLoopBackTest {};
+
+// The reads of the dead take nothing from those of the living.
+TEST_F(TwoProcessesLoopBackTest, OneIsKilledWithRequestsPending) {
+    char received[16] = {};
+    unsigned long size = 0;
+    OVERLAPPED pending = {};
+    const Event event;
+    pending.hEvent = event.Get();
+    HoldingProgram other(/*aDevice=*/0, /*aReads=*/8);
+    ASSERT_THAT(connection_.Read(received, sizeof received, &size, &pending),
+                IsBareCode(Code::Pending));
+
+    other.Kill();
+
+    unsigned long written = 0;
+    EXPECT_THAT(connection_.Write("for the survivor", 16, &written, nullptr),
+                IsBareCode(Code::Success));
+    EXPECT_THAT(connection_.GetOverlappedResult(&pending, &size, /*aWait=*/true),
+                IsBareCode(Code::Success));
+    EXPECT_EQ("for the survivor", std::string(received, size));
+    EXPECT_EQ(QV_SAMPLE_MODE_LOOP_BACK, [this] {
+        DeviceParameterRepository parameters;
+        EXPECT_THAT(parameters.Connect(&connection_), IsBareCode(Code::Success));
+        return parameters.GetByID(QV_SAMPLE_ID_STREAM_MODE)->GetInt();
+    }());
+}
+
+// A device that anything still held could not be removed.
+TEST(KilledProcessTest, DriverFreesWhatItHeld) {
+    const Outcome installed = RunProgram(L"QvSampleSetup.exe", {"install", "--devices", "3"});
+    ASSERT_EQ(0u, installed.exitCode) << installed.err;
+    {
+        DeviceConnection connection;
+        DeviceParameterRepository parameters;
+        ASSERT_THAT(connection.Connect(LinkOf(2).c_str()), HasCode(Code::Success));
+        ASSERT_THAT(parameters.Connect(&connection), HasCode(Code::Success));
+        Parameter* const mode = parameters.GetByID(QV_SAMPLE_ID_STREAM_MODE);
+        ASSERT_THAT(mode->SetInt(QV_SAMPLE_MODE_LOOP_BACK), HasCode(Code::Success));
+        ASSERT_THAT(parameters.Apply(), HasCode(Code::Success));
+    }
+    HoldingProgram(/*aDevice=*/2, /*aReads=*/8).Kill();
+
+    const Outcome removed = RunProgram(L"QvSampleSetup.exe", {"remove", "--device", "2"});
+
+    EXPECT_EQ(0u, removed.exitCode) << removed.err;
+}
+
+}  // namespace
+}  // namespace QvTests
