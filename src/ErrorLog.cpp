@@ -152,10 +152,8 @@ Result ErrorLog::Open(const char* aPath) {
 
     char backup[kMaxBackupLength + 1];
     std::snprintf(backup, sizeof backup, "%s.bak", aPath);
-    const BOOL isKept = ::CopyFileA(aPath, backup, /*bFailIfExists=*/FALSE);
-    // There may be no earlier file. One that could not be copied is all there is of it: the new
-    // lines follow the old ones.
-    if (!isKept) return Log::Open(aPath, "a", 0);
+    // There may be no earlier file, and a log that starts anew is worth more than none.
+    ::CopyFileA(aPath, backup, /*bFailIfExists=*/FALSE);
     ::DeleteFileA(aPath);
     return Log::Open(aPath, "w", 0);
 }

@@ -37,8 +37,7 @@ public:
     using Log::Open;
 
     /// Starts a new file. A file that is there is first copied to its name with `.bak` appended
-    /// (cut to 259 characters), which replaces an earlier copy. When it cannot be copied, the new
-    /// lines are appended to it instead, so that no log is lost.
+    /// (cut to 259 characters), which replaces an earlier copy.
     ///
     /// @retval AlreadyOpen     A file is open; it stays as it is.
     /// @retval CannotOpenFile  The file cannot be opened.
