@@ -9,8 +9,8 @@ set -euo pipefail
 packages=(
     # The cross compiler with the posix thread model, its resource compiler and its headers.
     g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-    # The build itself.
-    cmake ninja-build git
+    # The build itself, and tests of whole programs.
+    cmake ninja-build git python3
     # Sources and headers that our own build compiles for Windows.
     googletest libcli11-dev nlohmann-json3-dev
     # What building log4cxx from Debian's sources needs besides, and the delay import of it.
