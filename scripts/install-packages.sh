@@ -19,6 +19,8 @@ packages=(
     wine wine64
     # The checks of scripts/check.sh.
     clang-format-19 clang-tidy-19
+    # Lays classes out as MSVC does, to compare the binary interface.
+    clang-19
 )
 
 quiet=false

@@ -1,0 +1,26 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# The binary interface is the one of the tables in tests/abi; scripts/update-abi.sh writes them anew.
+
+# qv_add_abi_test(NAME WHAT [OPTION…]): compares one table.
+function(qv_add_abi_test name what)
+    add_test(NAME Abi.${name}
+             COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/abi/abi.py check ${what}
+                     ${PROJECT_SOURCE_DIR} ${ARGN}
+    )
+    qv_set_test_label(Abi.${name} unit)
+    set_tests_properties(Abi.${name} PROPERTIES SKIP_RETURN_CODE 77)
+endfunction()
+
+qv_add_abi_test(ClassesAreLaidOutForMsvcAsInTheTable msvc)
+qv_add_abi_test(EnumeratorsAndNumbersAreThoseOfTheTable values)
+if(MINGW AND CMAKE_CROSSCOMPILING)
+    qv_add_abi_test(
+        ClassesAreLaidOutForGccAsInTheTable itanium --cxx ${CMAKE_CXX_COMPILER}
+    )
+    qv_add_abi_test(
+        ExportsAreThoseOfTheTable exports --objdump ${CMAKE_OBJDUMP} --dlls
+        $<TARGET_FILE:QvBaseLib> $<TARGET_FILE:QvUserLib>
+    )
+endif()
