@@ -88,6 +88,7 @@ void AddDeviceConnectionRows(Table& aTable);
 void AddDeviceRequestQueueRows(Table& aTable);
 void AddErrorLogRows(Table& aTable);
 void AddLogRows(Table& aTable);
+void AddLoggerRows(Table& aTable);
 void AddLibraryRows(Table& aTable);
 
 }  // namespace QvBench

@@ -18,13 +18,13 @@ constexpr unsigned int kPacketSize = 64;
 // An iteration is one request without data, to the driver and back.
 
 void OursWaitedIoControl(benchmark::State& aState) {
-    SampleConnection device;
+    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
     Repeat(aState,
            [&] { Must(device.IoControl(IOCTL_PARAMETERS_GET_SIZE, nullptr, 0, nullptr, 0, 0)); });
 }
 
 void OursRawIoControl(benchmark::State& aState) {
-    SampleConnection device;
+    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
     Repeat(aState, [&] {
         unsigned long size = 0;
         Must(device.IoControl(IOCTL_PARAMETERS_GET_SIZE, nullptr, 0, nullptr, 0, &size, nullptr));
@@ -32,7 +32,7 @@ void OursRawIoControl(benchmark::State& aState) {
 }
 
 void BareIoControl(benchmark::State& aState) {
-    SampleConnection device;
+    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
     const HANDLE handle = device.Handle();
     Repeat(aState, [&] {
         DWORD size = 0;
@@ -141,7 +141,7 @@ void BareFileWrite(benchmark::State& aState) {
 // An iteration writes one packet to the driver's loop-back and reads it back.
 
 void OursLoopBack(benchmark::State& aState) {
-    SampleConnection device;
+    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
     char packet[kPacketSize] = {};
     unsigned long moved = 0;
     Repeat(aState, [&] {
@@ -151,7 +151,7 @@ void OursLoopBack(benchmark::State& aState) {
 }
 
 void BareLoopBack(benchmark::State& aState) {
-    SampleConnection device;
+    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
     const HANDLE handle = device.Handle();
     char packet[kPacketSize] = {};
     Repeat(aState, [&] {

@@ -14,47 +14,18 @@ namespace {
 
 using QvUserLib::DeviceRequestQueue;
 
-constexpr unsigned int kPacketSize = 64;
+constexpr unsigned int kPacketSize = SampleConnection::kPacketSize;
 
 struct Packet {
     char bytes[kPacketSize];
 };
 
-// Gives the oldest of the pending reads its packet.
-void Feed(HANDLE aDevice, OVERLAPPED& aOverlapped) {
-    const Packet packet = {};
-    DWORD moved = 0;
-    const BOOL done = ::WriteFile(aDevice, packet.bytes, kPacketSize, &moved, &aOverlapped);
-    Must(done || (::GetLastError() == ERROR_IO_PENDING &&
-                  ::GetOverlappedResult(aDevice, &aOverlapped, &moved, /*bWait=*/TRUE)),
-         "the packet was not taken");
-}
-
-// The OVERLAPPED of the writes that feed the reads.
-class FeedOverlapped {
-public:
-    FeedOverlapped() : overlapped_() {
-        overlapped_.hEvent =
-            ::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
-    }
-    ~FeedOverlapped() { ::CloseHandle(overlapped_.hEvent); }
-
-    FeedOverlapped(const FeedOverlapped&) = delete;
-    FeedOverlapped& operator=(const FeedOverlapped&) = delete;
-
-    OVERLAPPED& Get() { return overlapped_; }
-
-private:
-    OVERLAPPED overlapped_;
-};
-
-// An iteration is one packet: a write to the driver's loop-back makes it arrive, the oldest of the
-// reads in flight is collected, and a new one is sent. aDepth reads are in flight.
+// An iteration is one packet: the oldest of the reads in flight is collected, and a new one is
+// sent. The driver has a packet for each read as it comes in. aDepth reads are in flight.
 
 Body OursStreaming(unsigned int aDepth) {
     return [=](benchmark::State& aState) {
-        SampleConnection device;
-        FeedOverlapped feed;
+        SampleConnection device(QV_SAMPLE_MODE_PACKETS);
         std::vector<Packet> packets(aDepth);
         std::size_t next = 0;
         DeviceRequestQueue queue;
@@ -71,12 +42,10 @@ Body OursStreaming(unsigned int aDepth) {
         };
         for (unsigned int index = 0; index < aDepth; ++index) send();
         Repeat(aState, [&] {
-            Feed(device.Handle(), feed.Get());
             unsigned long processed = 0;
             Must(queue.GetNextResult(&processed));
             send();
         });
-        for (unsigned int index = 0; index < aDepth; ++index) Feed(device.Handle(), feed.Get());
         Must(queue.Wait());
     };
 }
@@ -120,8 +89,7 @@ private:
 
 Body BareStreaming(unsigned int aDepth) {
     return [=](benchmark::State& aState) {
-        SampleConnection device;
-        FeedOverlapped feed;
+        SampleConnection device(QV_SAMPLE_MODE_PACKETS);
         std::vector<Packet> packets(aDepth);
         std::size_t next = 0;
         BareRing ring(aDepth);
@@ -131,14 +99,10 @@ Body BareStreaming(unsigned int aDepth) {
         };
         for (unsigned int index = 0; index < aDepth; ++index) send();
         Repeat(aState, [&] {
-            Feed(device.Handle(), feed.Get());
             ring.Collect(device.Handle());
             send();
         });
-        for (unsigned int index = 0; index < aDepth; ++index) {
-            Feed(device.Handle(), feed.Get());
-            ring.Collect(device.Handle());
-        }
+        for (unsigned int index = 0; index < aDepth; ++index) ring.Collect(device.Handle());
     };
 }
 

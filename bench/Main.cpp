@@ -261,6 +261,9 @@ int Run(const Options& aOptions) {
     AddStringRows(table);
     AddErrorLogRows(table);
     AddLogRows(table);
+#ifdef QVBENCH_HAS_LOG4CXX
+    AddLoggerRows(table);
+#endif
     AddLibraryRows(table);
 
     const auto stated = aOptions.check ? ReadStatedCounts(aOptions.statedCounts)

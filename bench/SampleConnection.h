@@ -7,14 +7,28 @@
 #include "Comparison.h"
 #include "QvSample/QvSampleDevice.h"
 #include "QvUserLib/DeviceConnection.h"
+#include "QvUserLib/DeviceParameterRepository.h"
+#include "QvUserLib/Parameter.h"
 #include "WindowsApi.h"
 
 namespace QvBench {
 
-/// A connection to the sample driver's first device, and beside it a handle for bare calls.
+/// A connection to the sample driver's first device, and beside it a handle for bare calls. The
+/// device's reads return what was written, or else packets of 64 bytes as fast as reads come in.
 class SampleConnection : public QvUserLib::DeviceConnection {
 public:
-    SampleConnection() : handle_(Open()) { Must(Connect(GUID_DEVINTERFACE_QVSAMPLE, 0)); }
+    static constexpr unsigned int kPacketSize = 64;
+
+    /// @param aMode  A value of the device's parameter StreamMode.
+    explicit SampleConnection(long long aMode) : handle_(Open()) {
+        Must(Connect(GUID_DEVINTERFACE_QVSAMPLE, 0));
+        QvUserLib::DeviceParameterRepository parameters;
+        Must(parameters.Connect(this));
+        Must(parameters.GetByID(QV_SAMPLE_ID_STREAM_MODE)->SetInt(aMode));
+        Must(parameters.GetByID(QV_SAMPLE_ID_PACKET_SIZE)->SetInt(kPacketSize));
+        Must(parameters.GetByID(QV_SAMPLE_ID_PACKET_RATE)->SetInt(0));
+        Must(parameters.Apply());
+    }
     ~SampleConnection() override { ::CloseHandle(handle_); }
 
     HANDLE Handle() const { return handle_; }
