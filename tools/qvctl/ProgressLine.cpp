@@ -59,7 +59,7 @@ std::string PlainProgressLine(const ProgressFigures& aFigures) {
 }
 
 std::string ProgressBarLine(const ProgressFigures& aFigures, std::size_t aWidth) {
-    const std::string line = PlainProgressLine(aFigures);
+    std::string line = PlainProgressLine(aFigures);
     if (line.size() > aWidth) return line.substr(0, aWidth);
     const std::size_t frame = kBarFrame + sizeof kSeparator - 1;
     const std::size_t room = aWidth - line.size();

@@ -74,7 +74,7 @@ std::string WatchVerb::GetDetails() const {
 }
 
 void WatchVerb::AddArguments(CLI::App& aCommand) {
-    constexpr std::uint64_t kLongestMs = 24 * 3600 * 1000;
+    constexpr std::uint64_t kLongestMs = 86400000;  // A day.
     aCommand.add_option("NAME", names_, "The parameters to watch; all by default")
         ->option_text("...");
     aCommand

@@ -31,8 +31,8 @@ std::string WriteVerb::GetDetails() const {
 }
 
 void WriteVerb::AddArguments(CLI::App& aCommand) {
-    constexpr std::uint64_t kLargestRequest = 16 * 1024 * 1024;
-    constexpr std::uint64_t kLongestWaitMs = 24 * 3600 * 1000;
+    constexpr std::uint64_t kLargestRequest = 16777216;
+    constexpr std::uint64_t kLongestWaitMs = 86400000;  // A day.
     aCommand.add_option("FILE", file_, "The file to send")
         ->option_text(" ")
         ->required()
