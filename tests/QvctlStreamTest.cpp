@@ -67,7 +67,7 @@ protected:
     // Other tests find the loop-back buffer empty.
     void EmptyTheLoopBack() {
         Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
-        (void)Qvctl({"stream", "--seconds", "0.05", "--depth", "1024"});
+        (void)Qvctl({"stream", "--seconds", "0.05", "--depth", "32"});
     }
 };
 
