@@ -37,6 +37,10 @@ public:
     FailingCall& operator=(const FailingCall&) = delete;
     virtual ~FailingCall() = default;
 
+    /// Whether there are calls to be counted. There are none where the library's objects are part
+    /// of the program.
+    static bool IsPossible() { return ::GetModuleHandleA("QvUserLib64.dll") != nullptr; }
+
     const std::string& Name() const { return name_; }
 
     /// Has the `aCall`-th call from now on fail, from 1.

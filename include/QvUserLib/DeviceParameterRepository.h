@@ -60,7 +60,7 @@ public:
     /// changes that were not applied are lost, also when loading fails.
     ///
     /// @retval NotConnected  `Connect` was not called; nothing is logged.
-    /// @retval OutOfMemory   "Not enough memory". Some of the parameters of before may still be here.
+    /// @retval OutOfMemory   "Not enough memory". Some of the earlier parameters may still be here.
     /// @return otherwise as `Connect`.
     virtual Result Refresh();
 
