@@ -21,6 +21,8 @@ packages=(
     clang-format-19 clang-tidy-19
     # Lays classes out as MSVC does, to compare the binary interface.
     clang-19
+    # The reference, and the spelling of public texts.
+    doxygen codespell
 )
 
 quiet=false

@@ -71,8 +71,7 @@ public:
     /// @param aSize        The size of `aOut` in bytes.
     /// @param aInfo        Receives how many bytes were read.
     /// @param aOverlapped  Null to wait, without limit. Otherwise an `OVERLAPPED`, which has to
-    /// stay
-    ///                     valid, as the buffer, until the request has completed.
+    ///                     stay valid, as the buffer, until the request has completed.
     /// @retval InvalidArgument  "aOut cannot be NULL"; "The size of read operation must be greater
     ///                          than 0 byte"; "aInfo cannot be NULL".
     /// @retval NotAllowed       "Connect first".
@@ -98,7 +97,7 @@ public:
     /// @retval InvalidArgument  "CreateFile failed".
     Result Connect(const char* aName);
 
-    /// Opens a device by a name and an index that is appended in decimal, as in `\\.\Dev` and 3.
+    /// Opens a device by a name and an index that is appended in decimal, as in "\\.\Dev" and 3.
     ///
     /// @retval InvalidArgument  "CreateFile failed", also when both together take more than 63
     ///                          characters.
@@ -120,6 +119,7 @@ public:
     /// when no device is open. The object is not connected afterwards.
     void* ReleaseHandle();
 
+    /// Whether a device is open. It may have been removed since.
     bool IsConnected() const;
 
     /// Completes an overlapped request.

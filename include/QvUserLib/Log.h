@@ -58,8 +58,10 @@ public:
     /// Chooses whether every line is flushed to the system, and returns what was chosen before.
     /// Off at first.
     bool SetAutoFlush(bool aOn);
+    /// Whether every line is flushed to the system.
     bool IsAutoFlush();
 
+    /// Whether a file is open.
     bool IsOpened();
 
 protected:

@@ -70,14 +70,23 @@ public:
     /// @retval NotSet           A group or a parameter without a type: nothing is copied.
     Result SetParameter(const Parameter* aSource);
 
-    // Initialisation. Each sets the type, and value and default alike; marks stay as they are.
+    /// @name Initialisation
+    ///
+    /// Each sets the type, and value and default alike; marks stay as they are.
+    ///
+    /// @{
 
-    /// The value is not checked against the range, which is inclusive.
+    /// Makes the parameter an integer. The value is not checked against the range, which is
+    /// inclusive.
     void InitInteger(long long aValue, long long aMin, long long aMax);
+
+    /// As `InitInteger`, for a floating-point number. Here limits may be negative.
     void InitDouble(double aValue, double aMin, double aMax);
+
+    /// The text is "TRUE" or "FALSE", and the range 0 to 1.
     void InitBool(bool aValue);
 
-    /// Null reads as empty.
+    /// Makes the parameter a string. Null reads as empty.
     void InitString(const char* aValue);
 
     /// Only the type: entries are then added with `AddEnumValue`.
@@ -86,6 +95,8 @@ public:
     /// Makes the parameter a group of `aMembers`, which it owns from now on, instead of an earlier
     /// set, and gives every member its own marks. Null stands for a group without members.
     void InitRepository(ParameterRepository* aMembers);
+
+    /// @}
 
     // What a parameter is.
 
@@ -97,12 +108,19 @@ public:
 
     /// The position in the owning repository, which sets it. 0xFFFFFFFF for a null object.
     unsigned long GetIndex() const;
+
+    /// For the owning repository: says where the parameter stands.
     void SetIndex(unsigned long aIndex);
 
     /// One of `Type`; `TypeNone` for a null object.
     unsigned long GetType() const;
 
+    /// The description, which may hold a unit in parentheses; empty for a null object.
     const String& GetDescription() const;
+
+    /// Replaces the description.
+    ///
+    /// @retval InvalidArgument  "The specified parameter doesn't exist".
     Result SetDescription(const String& aDescription);
 
     /// The members of a group, which stay this parameter's own; null for every other type.
@@ -169,22 +187,30 @@ public:
     /// The default of the integer family; 4294967295 for another type or a null object.
     long long GetDefaultInt() const;
 
-    /// These two give the present value, not the default.
+    /// The present value, not the default.
     bool GetDefaultBool() const;
+
+    /// The present value, not the default.
     double GetDefaultDouble() const;
 
     /// The default text of a string or boolean, or the name of an enumeration's default entry;
     /// empty for another type or a null object.
     const String& GetDefaultString() const;
 
+    /// Sets the default of the integer family; the value stays.
+    ///
     /// @retval InvalidArgument  "Invalid default value": it lies outside the range.
     /// @retval NotAllowed       "Parameter is not an integer type".
     Result SetDefaultInt(long long aValue);
 
+    /// Sets the default of a floating-point parameter; the value stays.
+    ///
     /// @retval InvalidArgument  "Invalid default value": it lies outside the range.
     /// @retval NotAllowed       "Parameter is not an floating point type".
     Result SetDefaultDouble(double aValue);
 
+    /// Sets the default text of a string; the value stays.
+    ///
     /// @retval NotAllowed  "Parameter is not a string type".
     Result SetDefaultString(const String& aValue);
 
@@ -195,10 +221,16 @@ public:
 
     // Ranges, inclusive.
 
-    /// The limits as they stand, whatever the type.
+    /// The lower limit of the integer family as it stands, whatever the type.
     long long GetMinInt() const;
+
+    /// The upper limit of the integer family as it stands, whatever the type.
     long long GetMaxInt() const;
+
+    /// The lower limit of floating-point numbers as it stands, whatever the type.
     double GetMinDouble() const;
+
+    /// The upper limit of floating-point numbers as it stands, whatever the type.
     double GetMaxDouble() const;
 
     /// Gives the limits of an integer or enumeration. A failure leaves the outputs alone.
@@ -229,30 +261,39 @@ public:
     /// @retval NotAllowed       "Invalid parameter type".
     Result SetRange(double aMin, double aMax);
 
-    // Attribute marks. Setting one sets it for all members of a group too, whose own results are
-    // not looked at; the only failure is `InvalidArgument` for a null object. Of a null object
-    // every mark reads as false. Only read-only has an effect here: it makes the value setters
-    // refuse. The others inform the application and the driver.
+    /// @name Attribute marks
+    ///
+    /// Setting one sets it for all members of a group too, whose own results are not looked at; the
+    /// only failure is `InvalidArgument` for a null object. Of a null object every mark reads as
+    /// false. Only read-only has an effect here: it makes the value setters refuse. The others
+    /// inform the application and the driver.
+    ///
+    /// @{
 
-    Result SetReadOnly(bool aOn);
-    Result SetHidden(bool aOn);
-    Result SetVolatile(bool aOn);
-    Result SetEnabled(bool aOn);
-    Result SetPersistent(bool aOn);
-    Result SetAdvanced(bool aOn);
-    Result SetRestartRequired(bool aOn);
+    Result SetReadOnly(bool aOn);         ///< Sets what `IsReadOnly` answers.
+    Result SetHidden(bool aOn);           ///< Sets what `IsHidden` answers.
+    Result SetVolatile(bool aOn);         ///< Sets what `IsVolatile` answers.
+    Result SetEnabled(bool aOn);          ///< Sets what `IsEnabled` answers.
+    Result SetPersistent(bool aOn);       ///< Sets what `IsPersistent` answers.
+    Result SetAdvanced(bool aOn);         ///< Sets what `IsAdvanced` answers.
+    Result SetRestartRequired(bool aOn);  ///< Sets what `IsRestartRequired` answers.
 
+    /// The value setters refuse, but for `ChangeInt`.
     bool IsReadOnly() const;
+    /// Not for the eyes of ordinary users.
     bool IsHidden() const;
     /// The driver changes the value by itself.
     bool IsVolatile() const;
-    /// True at first.
+    /// The parameter can be used at present. True at first.
     bool IsEnabled() const;
     /// The value outlives a restart of the driver. True at first.
     bool IsPersistent() const;
+    /// For experts.
     bool IsAdvanced() const;
     /// A change takes effect after a restart of the driver.
     bool IsRestartRequired() const;
+
+    /// @}
 
     /// Whether the last change gave another value, of a group whether this holds for any member.
     /// `aReset` clears the mark, or those of all members. False for a null object.

@@ -36,6 +36,7 @@ class Parameter;
 /// unchanged.
 class QVUSERLIB_API ParameterRepository {
 public:
+    /// An empty repository.
     ParameterRepository(const String& aName, unsigned long aID);
 
     /// Copies name, identifier and every parameter, as `Parameter`'s copy constructor does: pending
@@ -52,17 +53,23 @@ public:
     // overloads of one name in reverse order of declaration, GCC and Clang do not: to give all of
     // them the same order, overloads stand together and are declared in reverse for MSVC.
 
+    /// The name; it stays this object's own.
     virtual const String& GetName() const;
+    /// The identifier.
     virtual unsigned long GetID() const;
 
 #ifndef _MSC_VER
     /// The parameter with that identifier, or null.
     virtual Parameter* GetByID(unsigned long aID);
+
+    /// As the other form.
     virtual const Parameter* GetByID(unsigned long aID) const;
 
-    /// The parameter at that index. The form for a constant repository needs an index below
-    /// `GetCount()` and stops the process otherwise; the other one then answers null.
+    /// The parameter at that index, or null.
     virtual Parameter* GetByIndex(unsigned long aIndex);
+
+    /// The parameter at that index, which has to be below `GetCount()`: the process is stopped
+    /// otherwise.
     virtual const Parameter* GetByIndex(unsigned long aIndex) const;
 #else
     virtual const Parameter* GetByID(unsigned long aID) const;
@@ -71,14 +78,20 @@ public:
     virtual Parameter* GetByIndex(unsigned long aIndex);
 #endif
 
+    /// The number of parameters; a group counts as one.
     virtual unsigned long GetCount() const;
 
-    /// The index of the parameter with that identifier, or name, which has to be there: test with
-    /// `HasByID` or `HasByName` first. Otherwise the process is stopped.
+    /// The index of the parameter with that identifier, which has to be there: test with `HasByID`
+    /// first. Otherwise the process is stopped.
     virtual unsigned long GetIndexByID(unsigned long aID);
+
+    /// The index of the parameter with that name, which has to be there: test with `HasByName`
+    /// first. Otherwise the process is stopped.
     virtual unsigned long GetIndexByName(const String& aName);
 
+    /// Whether there is a parameter with that identifier.
     virtual bool HasByID(unsigned long aID) const;
+    /// Whether there is a parameter with that name.
     virtual bool HasByName(const String& aName) const;
 
     /// Sets every parameter that is not read-only to its default; what they report is not looked
@@ -101,8 +114,14 @@ public:
     ///                   stops the process.
     virtual Result RemoveByIndex(unsigned long aIndex);
 
+    /// As `RemoveByIndex`, for the parameter with that identifier.
+    ///
     /// @retval NotFound  There is none; nothing is logged.
     virtual Result RemoveByID(unsigned long aID);
+
+    /// As `RemoveByIndex`, for the parameter with that name.
+    ///
+    /// @retval NotFound  There is none; nothing is logged.
     virtual Result RemoveByName(const String& aName);
 
     /// Sets the value of the parameter with that identifier from the one in `aSource`. A refusal of
@@ -116,7 +135,9 @@ public:
     /// Removes and deletes all parameters. Always succeeds.
     Result Reset();
 
+    /// Replaces the name.
     void SetName(const String& aName);
+    /// Replaces the identifier.
     void SetID(unsigned long aID);
 
 private:

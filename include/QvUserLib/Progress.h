@@ -31,10 +31,14 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
+    /// A copy of the status text.
     String GetStatus();
+    /// Replaces the status text.
     void SetStatus(const String& aStatus);
 
+    /// The number of steps done.
     unsigned int GetStepCompleted();
+    /// The number of steps in all.
     unsigned int GetStepTotal();
 
     /// The percentage as it was last set: it does not follow the steps by itself.

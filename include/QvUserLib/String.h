@@ -39,12 +39,16 @@ public:
     /// characters.
     String(const char* aText, unsigned int aLength);
 
-    /// As the 8-bit constructors, for the UTF-16 form.
+    /// The zero-terminated text, as UTF-16 form.
     String(const wchar_t* aText);  // NOLINT(google-explicit-constructor)
+
+    /// The zero-terminated text, cut or padded with zero units to exactly `aLength` units.
     String(const wchar_t* aText, unsigned int aLength);
 
-    /// One character.
-    String(char aCharacter);     // NOLINT(google-explicit-constructor)
+    /// One character, as 8-bit form.
+    String(char aCharacter);  // NOLINT(google-explicit-constructor)
+
+    /// One character, as UTF-16 form.
     String(wchar_t aCharacter);  // NOLINT(google-explicit-constructor)
 
     /// Copies the UTF-16 form, which is built in the source first if need be, with any zeros in it.
@@ -73,25 +77,36 @@ public:
     /// Whether the text has no characters. Nothing is converted.
     bool IsEmpty() const;
 
+    /// Makes the text empty.
     void Clear();
 
     /// The 8-bit form. It belongs to this object and is valid until the text changes.
     const char* GetAscii() const;
+
+    /// As `GetAscii`.
     operator const char*() const;  // NOLINT(google-explicit-constructor)
 
     /// The UTF-16 form. It belongs to this object and is valid until the text changes.
     const wchar_t* GetUnicode() const;
+
+    /// As `GetUnicode`.
     operator const wchar_t*()  // NOLINT(google-explicit-constructor)
         const;
 
-    /// Compare the 8-bit forms, as unsigned bytes, up to the first zero: case-sensitive and without
-    /// rules of any language.
+    /// Whether both 8-bit forms, as unsigned bytes up to the first zero, are the same:
+    /// case-sensitive and without rules of any language.
     bool operator==(const String& aOther) const;
+
+    /// The opposite of `==`.
     bool operator!=(const String& aOther) const;
+
+    /// Whether this text comes first, compared as by `==`.
     bool operator<(const String& aOther) const;
 
-    /// The 8-bit form with its ASCII letters in upper, or lower, case. Bytes from 0x80 stay.
+    /// The 8-bit form with its ASCII letters in upper case. Bytes from 0x80 stay.
     std::string ToUpper() const;
+
+    /// The 8-bit form with its ASCII letters in lower case. Bytes from 0x80 stay.
     std::string ToLower() const;
 
     /// The 8-bit form with the first `%NAME%` in it replaced by the value of that environment

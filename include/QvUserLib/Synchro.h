@@ -47,8 +47,8 @@ protected:
     /// Closes the handle, if there is one.
     virtual ~Synchro();
 
-    // This field is part of the binary interface. A derived class stores a handle in it, which is
-    // this object's from then on; null until then.
+    /// The handle; null until a derived class stores one, which is this object's from then on. This
+    /// field is part of the binary interface.
     void* handle_;
 };
 

@@ -95,6 +95,7 @@ public:
 
     /// A pseudo-handle, which need not be closed.
     static void* GetCurrentThreadHandle();
+    /// The identifier of the calling thread.
     static unsigned long GetCurrentThreadID();
 
     /// Does nothing for a time in milliseconds.

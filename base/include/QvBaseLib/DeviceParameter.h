@@ -28,28 +28,42 @@ public:
 
     /// The flag word: `QV_PARAMETER_ADVANCED` and its neighbours.
     unsigned long GetFlags() const;
+    /// Replaces the flag word.
     void SetFlags(unsigned long aFlags);
 
+    /// How the value is held, as the record says it.
     Type GetType() const;
+    /// The identifier.
     unsigned long GetId() const;
+    /// The name.
     std::wstring GetName() const;
 
-    /// In the ANSI code page, as is the unit.
+    /// The description, in the ANSI code page.
     std::string GetDescription() const;
+
+    /// The unit of an integer, in the ANSI code page.
     std::string GetUnit() const;
 
-    /// The range, inclusive. Of an enumeration the maximum is the index of the last name.
+    /// The least value.
     unsigned long GetMin() const;
+
+    /// The greatest value; of an enumeration the index of the last name.
     unsigned long GetMax() const;
+
+    /// The default as a number, of an enumeration as an index.
     unsigned long GetDefaultDWord() const;
+
+    /// The value as a number, of an enumeration as an index.
     unsigned long GetValueDWord() const;
 
     /// The name of entry `aIndex` of an enumeration; empty when the record holds no such name. The
     /// first empty name ends the list.
     std::wstring GetValueName(unsigned long aIndex) const;
 
-    /// The texts of a string; empty for the other types.
+    /// The text of a string; empty for the other types.
     std::wstring GetValueString() const;
+
+    /// The default text of a string; empty for the other types.
     std::wstring GetDefaultString() const;
 
     /// Sets identifier, name and description. Null texts read as empty.

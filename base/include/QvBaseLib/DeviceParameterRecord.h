@@ -29,28 +29,41 @@
 /** Function 0x802. Input: the changed records, back to back. */
 #define IOCTL_PARAMETERS_SET 0x222008u
 
-/** Bits of `QV_PARAMETER_RECORD::flags`. */
+/* Bits of `QV_PARAMETER_RECORD::flags`. */
+
+/** For experts. */
 #define QV_PARAMETER_ADVANCED 0x01u
 /** Set in every record that user mode sends; has no meaning in records from a driver. */
 #define QV_PARAMETER_SENT 0x02u
+/** Not for the eyes of ordinary users. */
 #define QV_PARAMETER_HIDDEN 0x04u
+/** Outlives a restart of the driver. */
 #define QV_PARAMETER_PERSISTENT 0x08u
-/** Only from driver to user mode. */
+/** Programs cannot set it. Only from driver to user mode. */
 #define QV_PARAMETER_READ_ONLY 0x10u
+/** A change takes effect after a restart of the driver. */
 #define QV_PARAMETER_RESTART_REQUIRED 0x20u
-/** Only from driver to user mode. */
+/** The driver changes the value by itself. Only from driver to user mode. */
 #define QV_PARAMETER_VOLATILE 0x40u
 
-/** Values of `QV_PARAMETER_RECORD::type`. */
+/* Values of `QV_PARAMETER_RECORD::type`. */
+
+/** A number of 32 bits. */
 #define QV_PARAMETER_INTEGER 0u
+/** The index of one of several names. */
 #define QV_PARAMETER_ENUMERATION 1u
+/** A text. */
 #define QV_PARAMETER_STRING 2u
 
-/** Sizes of the text fields: UTF-16 units for names and values, bytes for the others. */
+/** The size of a name in UTF-16 units. */
 #define QV_PARAMETER_NAME_UNITS 32
+/** The size of a description in bytes. */
 #define QV_PARAMETER_DESCRIPTION_BYTES 256
+/** The size of a unit in bytes. */
 #define QV_PARAMETER_UNIT_BYTES 16
+/** The size of a string's value, and of its default, in UTF-16 units. */
 #define QV_PARAMETER_TEXT_UNITS 216
+/** The size of the list of value names in UTF-16 units. */
 #define QV_PARAMETER_VALUE_NAMES_UNITS 432
 
 /**
@@ -59,6 +72,7 @@
  */
 #define QV_PARAMETER_MAX_VALUE_NAMES ((QV_PARAMETER_VALUE_NAMES_UNITS - 1) / 2)
 
+/** The size of a record in bytes. */
 #define QV_PARAMETER_RECORD_SIZE 1228
 
 #pragma pack(push, 4)
@@ -87,6 +101,7 @@ typedef struct QV_PARAMETER_RECORD {
 
 #pragma pack(pop)
 
+/** Does not compile unless the condition holds; each name serves once. */
 #ifdef __cplusplus
 #define QV_PARAMETER_ASSERT(aName, aCondition) static_assert(aCondition, #aName)
 #else

@@ -34,6 +34,7 @@ private:
 /// Holds a `Gate` from its construction to its destruction.
 class GateGuard {
 public:
+    /// Waits, without limit, for the lock, which has to outlive this object.
     explicit GateGuard(Gate& aGate) : gate_(aGate) { gate_.Lock(); }
     ~GateGuard() { gate_.Unlock(); }
 

@@ -70,6 +70,7 @@ public:
     /// Copies the code and the description. When there is no memory for the description, the copy
     /// has none.
     Result(const Result& aOther);
+    /// As the copy constructor; the present description goes.
     Result& operator=(const Result& aOther);
     ~Result();
 
@@ -92,6 +93,7 @@ public:
     /// True when any of the code's low 16 bits is set. A code such as 0x10000, with the low 16
     /// bits clear, counts as success.
     bool IsFailure() const noexcept { return (code_ & 0xFFFF) != 0; }
+    /// The opposite of `IsFailure`.
     bool IsSuccess() const noexcept { return !IsFailure(); }
 
 private:

@@ -167,8 +167,9 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 /** Enumeration, hidden: Off, or On for reads that wait whatever there is. */
 #define QV_SAMPLE_ID_FAULT_HOLD 0x204u
 
-/** The values of StreamMode. */
+/** A value of StreamMode: reads return packets. */
 #define QV_SAMPLE_MODE_PACKETS 0u
+/** A value of StreamMode: reads return what was written. */
 #define QV_SAMPLE_MODE_LOOP_BACK 1u
 
 /** The longest label. */
