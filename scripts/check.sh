@@ -2,7 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Checks the sources: layout with clang-format, code with clang-tidy. A file that passed clang-tidy
+# Checks the sources: layout with clang-format, spelling with codespell, links of the pages,
+# descriptions of everything public with doxygen, code with clang-tidy. A file that passed clang-tidy
 # is looked at again only when it, a header or the rules have changed.
 # Usage: scripts/check.sh [PRESET]      (default: mingw; built before)
 set -euo pipefail
@@ -20,6 +21,14 @@ sources() {
 
 step "Checking the layout of the sources"
 sources '*.cpp' '*.c' '*.h' | xargs -0 clang-format-19 --dry-run --Werror
+
+step "Checking the spelling"
+sources . ':!tests/abi/exports.txt' | xargs -0 codespell
+
+step "Checking the links of the pages"
+sources '*.md' | xargs -0 python3 scripts/check_docs.py
+
+scripts/docs.sh
 
 step "Checking the sources with clang-tidy"
 common=$(sources '*.h' '*.clang-tidy' scripts/check.sh | sort -z | xargs -0 sha256sum | sha256sum)

@@ -14,6 +14,12 @@ set(guide_pages
     docs/streaming.md
     docs/errors-and-logs.md
     docs/troubleshooting.md
+    docs/architecture.md
+    docs/abi.md
+    docs/reference.md
+    CONTRIBUTING.md
+    SECURITY.md
+    examples/README.md
 )
 set(guide_output ${CMAKE_CURRENT_BINARY_DIR}/guide)
 

@@ -1,0 +1,60 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+"""Checks the links of Markdown pages, and the messages that the guide quotes.
+
+Usage: check_docs.py PAGE…      (from the project's directory)
+
+A link leads to a file that is there and, if it names one, to a heading of that page. Each message
+in quotation marks in docs/troubleshooting.md stands so in a source of the library.
+"""
+
+import pathlib
+import re
+import sys
+
+MESSAGES = pathlib.Path("docs/troubleshooting.md")
+
+
+def prose_of(page):
+    """The text without blocks of code, which have brackets of their own."""
+    return re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.S | re.M)
+
+
+def anchors_of(page):
+    """What links may name, as GitHub makes it from headings."""
+    headings = re.findall(r"^#+ (.*)$", prose_of(page), re.M)
+    plain = [re.sub(r"[^\w\- ]", "", heading.lower()) for heading in headings]
+    return {heading.strip().replace(" ", "-") for heading in plain}
+
+
+def broken_links(page):
+    """Those that lead nowhere."""
+    for target in re.findall(r"\]\(([^)\s]+)\)", prose_of(page)):
+        if re.match(r"(https?|mailto):", target):
+            continue
+        path, _, anchor = target.partition("#")
+        file = page if not path else page.parent / path
+        if not file.exists() or (anchor and anchor not in anchors_of(file)):
+            yield target
+
+
+def unknown_messages():
+    """Quoted messages that no source has. There, a long one is in pieces."""
+    sources = [*pathlib.Path("src").glob("*.cpp"), *pathlib.Path("src").glob("*.h")]
+    code = "".join(source.read_text(encoding="utf-8") for source in sources)
+    code = re.sub(r'"\s*"', "", code)
+    for message in re.findall(r'^\| (?:\w+ after )?"([^"]+)" \|', prose_of(MESSAGES), re.M):
+        if f'"{message}"' not in code:
+            yield message
+
+
+def main():
+    errors = [f"{page}: broken link {target}" for page in sys.argv[1:]
+              for target in broken_links(pathlib.Path(page))]
+    errors += [f"{MESSAGES}: no such message: {message}" for message in unknown_messages()]
+    print("\n".join(errors), end="\n" if errors else "")
+    return 1 if errors else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
