@@ -15,6 +15,8 @@ packages=(
     googletest libcli11-dev nlohmann-json3-dev
     # What building log4cxx from Debian's sources needs besides, and the delay import of it.
     gcc libc6-dev bzip2 python3
+    # What finds an installed library, for the test of ours.
+    pkgconf
     # Runs what was built, the kernel driver included.
     wine wine64
     # The checks of scripts/check.sh.

@@ -1,0 +1,29 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Packages of what is installed: a zip file, and an installer where makensis is there. They are made
+# by scripts/package.sh, or by cpack in the build directory.
+
+set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
+set(CPACK_PACKAGE_VENDOR "QvUserLib contributors")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
+set(CPACK_PACKAGE_FILE_NAME ${PROJECT_NAME}-${PROJECT_VERSION}-win64)
+set(CPACK_PACKAGE_DIRECTORY ${PROJECT_BINARY_DIR}/packages)
+set(CPACK_PACKAGE_INSTALL_DIRECTORY ${PROJECT_NAME})
+set(CPACK_PACKAGE_INSTALL_REGISTRY_KEY ${PROJECT_NAME})
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+
+set(CPACK_GENERATOR ZIP)
+find_program(QV_MAKENSIS makensis)
+if(QV_MAKENSIS)
+    list(APPEND CPACK_GENERATOR NSIS)
+    # Has the installer's script, in place of CPack's own.
+    set(CPACK_MODULE_PATH ${PROJECT_SOURCE_DIR}/packaging/nsis)
+    set(CPACK_NSIS_PACKAGE_NAME ${PROJECT_NAME})
+    set(CPACK_NSIS_DISPLAY_NAME "${PROJECT_NAME} ${PROJECT_VERSION}")
+    set(CPACK_NSIS_COMPRESSOR "/SOLID lzma")
+endif()
+
+include(CPack)

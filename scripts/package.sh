@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Builds everything and makes the packages: a zip file and an installer, in build/mingw/packages.
+# Usage: scripts/package.sh
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+
+scripts/install-packages.sh --quiet nsis
+scripts/build.sh mingw
+step "Packing into build/mingw/packages"
+rm -rf build/mingw/packages
+run_quietly build/mingw/package.log cpack --config build/mingw/CPackConfig.cmake
+rm -rf build/mingw/packages/_CPack_Packages
+(cd build/mingw/packages && sha256sum -- * | tee SHA256SUMS)

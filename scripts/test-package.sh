@@ -1,0 +1,122 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Tries the packages of scripts/package.sh in a fresh Wine prefix of the build directory: the
+# installer is run without questions, what it installed is used, and it is uninstalled; then the zip
+# file is unpacked and used.
+# Usage: scripts/test-package.sh
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/common.sh
+source scripts/wine-environment.sh
+
+work=$PWD/build/mingw/package-test
+installers=(build/mingw/packages/QvUserLib-*-win64.exe)
+installer=${installers[0]}
+archive=${installer%.exe}.zip
+if [[ ! -e "$installer" || ! -e "$archive" ]]; then
+    echo "error: no packages in build/mingw/packages; scripts/package.sh makes them" >&2
+    exit 2
+fi
+
+environment='HKLM\System\CurrentControlSet\Control\Session Manager\Environment'
+programs='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QvUserLib'
+place='C:\Driver Tools\QvUserLib'
+
+# windows COMMAND…: runs a Windows program with its output in a file, as it may leave a process of
+# the desktop behind that would keep a pipe open, and shows that output.
+windows() {
+    local code=0
+    timeout 120 wine "$@" </dev/null >"$work/out" 2>&1 || code=$?
+    tr -d '\r' <"$work/out"
+    return "$code"
+}
+
+fail() {
+    printf 'error: %s\n' "$*" >&2
+    exit 1
+}
+
+# expect_text TEXT COMMAND…: the command succeeds and its output has the text.
+expect_text() {
+    local text=$1 output
+    shift
+    output=$(windows "$@") || fail "exit code $?: $*: $output"
+    [[ "$output" == *"$text"* ]] || fail "'$text' is missing in the output of: $*: $output"
+}
+
+# The machine's PATH, as the registry has it.
+machine_path() {
+    windows reg query "$environment" /v PATH | sed -n 's/^ *PATH *REG_[A-Z_]* *//Ip'
+}
+
+set_machine_path() {
+    windows reg add "$environment" /v PATH /t REG_EXPAND_SZ /d "$1" /f >/dev/null
+}
+
+expect_path() {
+    [[ "$(machine_path)" == "$1" ]] || fail "PATH is $(machine_path) instead of $1"
+}
+
+is_registered() {
+    windows reg query "$programs" >/dev/null
+}
+
+rm -rf "$work"
+mkdir -p "$work"
+use_wine "$work"
+trap stop_wine EXIT
+step "Starting Wine in a fresh prefix"
+start_wine
+root=$WINEPREFIX/drive_c
+installed="$root/Driver Tools/QvUserLib"
+
+short_path=$(machine_path)
+# Longer than the strings of the installer itself. Wine gives programs only the beginning of it.
+long_path=$short_path
+for ((i = 0; i < 150; ++i)); do long_path+=";C:\\tools\\number $i"; done
+set_machine_path "$long_path"
+
+# The installer wants its directory without quotation marks, though it has a blank: as two words.
+read -r -a directory <<<"$place"
+directory_option=("/D=${directory[0]}" "${directory[@]:1}")
+uninstalled_option=("_?=${directory[0]}" "${directory[@]:1}")
+
+step "Installing without a request for PATH"
+windows "$installer" /S "${directory_option[@]}"
+[[ -e "$installed/bin/qvctl.exe" ]] || fail "qvctl.exe was not installed"
+is_registered || fail "the system's list of programs lacks the library"
+expect_path "$long_path"
+
+step "Installing again, with qvctl in PATH"
+windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
+expect_path "$long_path;$place\\bin"
+set_machine_path "$short_path"
+windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
+windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
+expect_path "$short_path;$place\\bin"
+expect_text "QvUserLib" reg query "$programs" /v DisplayName
+
+step "Using what was installed"
+expect_text "qvctl " cmd /c qvctl --version
+windows "$place\\bin\\QvSampleSetup.exe" install --devices 1 >/dev/null
+expect_text '0  \\?\root#qvsample' cmd /c qvctl list
+expect_text "Gain: 6 dB -> 12 dB" cmd /c qvctl set Gain=12
+windows "$place\\bin\\QvSampleSetup.exe" remove >/dev/null
+
+step "Uninstalling"
+touch "$installed/a file of the user"
+# In place, as it would answer before it is done otherwise.
+windows "$place\\Uninstall.exe" /S "${uninstalled_option[@]}"
+expect_path "$short_path"
+if is_registered; then fail "the system's list of programs still has the library"; fi
+rest=$(find "$root/Driver Tools" -type f ! -name Uninstall.exe)
+[[ "$rest" == "$installed/a file of the user" ]] || fail "wrong files are left: $rest"
+
+step "Using the zip file"
+cmake -E chdir "$work" cmake -E tar xf "$PWD/$archive"
+expect_text "qvctl " "$work/$(basename "$archive" .zip)/bin/qvctl.exe" --version
+
+step "The packages work"

@@ -1,0 +1,42 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Installs into one place and moves everything to another: nothing installed may depend on where.
+
+include(${CMAKE_CURRENT_LIST_DIR}/Common.cmake)
+
+file(REMOVE_RECURSE ${WORK})
+run(${CMAKE_COMMAND} --install ${BUILD} --prefix ${WORK}/first)
+file(RENAME ${WORK}/first ${installed})
+
+foreach(
+    file
+    bin/QvUserLib64.dll
+    bin/QvBaseLib64.dll
+    bin/qvctl.exe
+    bin/QvSampleSetup.exe
+    include/QvUserLib/QvUserLib.h
+    include/QvBaseLib/QvBaseLib.h
+    include/QvSample/QvSampleDevice.h
+    lib/cmake/QvUserLib/QvUserLibConfig.cmake
+    lib/pkgconfig/QvUserLib.pc
+    share/QvUserLib/driver/src/Driver.c
+    share/doc/QvUserLib/README.md
+    share/licenses/QvUserLib/LICENSE
+)
+    if(NOT EXISTS ${installed}/${file})
+        message(SEND_ERROR "not installed: ${file}")
+    endif()
+endforeach()
+
+# What was installed must not know the directory that it was made in.
+foreach(pattern lib/cmake/*/*.cmake lib/pkgconfig/*.pc)
+    file(GLOB files ${installed}/${pattern})
+    foreach(file ${files})
+        file(READ ${file} text)
+        string(FIND "${text}" ${WORK} place)
+        if(NOT place EQUAL -1)
+            message(SEND_ERROR "${file} names the place that it was installed in")
+        endif()
+    endforeach()
+endforeach()

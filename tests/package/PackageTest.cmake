@@ -1,0 +1,32 @@
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# What is installed serves other projects: a separate client is built against it in both ways.
+
+find_program(QV_PKG_CONFIG NAMES pkgconf pkg-config)
+
+# qv_add_package_test(NAME SCRIPT)
+function(qv_add_package_test name script)
+    add_test(
+        NAME PackageTest.${name}
+        COMMAND
+            ${CMAKE_COMMAND} -D BUILD=${PROJECT_BINARY_DIR}
+            -D WORK=${PROJECT_BINARY_DIR}/tests/package -D TOOLCHAIN=${CMAKE_TOOLCHAIN_FILE} -D
+            CXX=${CMAKE_CXX_COMPILER} -D PKG_CONFIG=${QV_PKG_CONFIG} -D
+            EMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR} -P
+            ${PROJECT_SOURCE_DIR}/tests/package/${script}.cmake
+    )
+    set_tests_properties(
+        PackageTest.${name} PROPERTIES LABELS package TIMEOUT 120 FIXTURES_REQUIRED installed
+    )
+endfunction()
+
+qv_add_package_test(InstallsInAnyPlace Install)
+set_tests_properties(
+    PackageTest.InstallsInAnyPlace PROPERTIES FIXTURES_REQUIRED "" FIXTURES_SETUP installed
+)
+qv_add_package_test(IsFoundByCMake FindByCMake)
+qv_add_package_test(IsNotFoundForAnotherMajorVersion RefuseOtherVersion)
+if(QV_PKG_CONFIG)
+    qv_add_package_test(IsFoundByPkgConfig FindByPkgConfig)
+endif()

@@ -1,0 +1,104 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Adds a directory to the machine's PATH, or takes it out, for the installer. It needs to be run as
+// administrator. Exit codes: 0 done, 1 failed, 2 wrong usage.
+
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <windows.h>
+
+#include "PathList.h"
+
+namespace QvPathEntry {
+namespace {
+
+constexpr wchar_t kVariable[] = L"Path";
+
+// The machine's environment variables.
+class EnvironmentKey {
+public:
+    EnvironmentKey() {
+        error_ = ::RegOpenKeyExW(
+            HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Control\\Session Manager\\Environment",
+            0, KEY_QUERY_VALUE | KEY_SET_VALUE, &key_);
+    }
+    ~EnvironmentKey() {
+        if (key_ != nullptr) ::RegCloseKey(key_);
+    }
+    EnvironmentKey(const EnvironmentKey&) = delete;
+    EnvironmentKey& operator=(const EnvironmentKey&) = delete;
+
+    // A list without the value is empty. Its references to other variables stay unexpanded.
+    LSTATUS Read(std::wstring* aList, DWORD* aType) const {
+        if (error_ != ERROR_SUCCESS) return error_;
+        *aType = REG_EXPAND_SZ;
+        DWORD bytes = 0;
+        LSTATUS error = ::RegQueryValueExW(key_, kVariable, nullptr, aType, nullptr, &bytes);
+        if (error == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
+        if (error != ERROR_SUCCESS) return error;
+        if (*aType != REG_SZ && *aType != REG_EXPAND_SZ) return ERROR_INVALID_DATA;
+
+        std::vector<wchar_t> text(bytes / sizeof(wchar_t) + 1, L'\0');
+        error = ::RegQueryValueExW(key_, kVariable, nullptr, nullptr,
+                                   reinterpret_cast<BYTE*>(text.data()), &bytes);
+        *aList = text.data();
+        return error;
+    }
+
+    LSTATUS Write(const std::wstring& aList, DWORD aType) const {
+        const auto bytes = static_cast<DWORD>((aList.size() + 1) * sizeof(wchar_t));
+        return ::RegSetValueExW(key_, kVariable, 0, aType,
+                                reinterpret_cast<const BYTE*>(aList.c_str()), bytes);
+    }
+
+private:
+    HKEY key_ = nullptr;
+    LSTATUS error_;
+};
+
+// Programs that are started later then see the change.
+void TellOthers() {
+    constexpr UINT kTimeoutMs = 1000;
+    DWORD_PTR unused = 0;
+    ::SendMessageTimeoutW(HWND_BROADCAST, WM_SETTINGCHANGE, 0,
+                          reinterpret_cast<LPARAM>(L"Environment"), SMTO_ABORTIFHUNG, kTimeoutMs,
+                          &unused);
+}
+
+LSTATUS Change(bool aAdd, const std::wstring& aDirectory) {
+    const EnvironmentKey key;
+    std::wstring list;
+    DWORD type = 0;
+    const LSTATUS error = key.Read(&list, &type);
+    if (error != ERROR_SUCCESS) return error;
+
+    const std::wstring changed =
+        aAdd ? WithEntry(list, aDirectory) : WithoutEntry(list, aDirectory);
+    if (changed == list) return ERROR_SUCCESS;
+    const LSTATUS written = key.Write(changed, type);
+    if (written == ERROR_SUCCESS) TellOthers();
+    return written;
+}
+
+int Run(int aCount, wchar_t** aArguments) {
+    const std::wstring verb = aCount == 3 ? aArguments[1] : L"";
+    const std::wstring directory = aCount == 3 ? aArguments[2] : L"";
+    if ((verb != L"add" && verb != L"remove") || directory.empty() ||
+        directory.find(L';') != std::wstring::npos) {
+        (void)std::fputs("Usage: QvPathEntry add|remove DIRECTORY\n", stderr);
+        return 2;
+    }
+    const LSTATUS error = Change(verb == L"add", directory);
+    if (error == ERROR_SUCCESS) return 0;
+    (void)std::fprintf(stderr, "QvPathEntry: PATH cannot be changed (error %ld)%s\n", error,
+                       error == ERROR_ACCESS_DENIED ? ": run it as administrator" : "");
+    return 1;
+}
+
+}  // namespace
+}  // namespace QvPathEntry
+
+int wmain(int aCount, wchar_t** aArguments) { return QvPathEntry::Run(aCount, aArguments); }
