@@ -17,6 +17,8 @@ packages=(
     gcc libc6-dev bzip2 python3
     # What finds an installed library, for the test of ours.
     pkgconf
+    # What checks the tool's JSON output and its manual page.
+    python3 python3-jsonschema groff-base
     # Runs what was built, the kernel driver included.
     wine wine64
     # The checks of scripts/check.sh.

@@ -10,6 +10,8 @@
 
 #include <windows.h>
 
+#include <shellapi.h>
+
 #include "PathList.h"
 
 namespace QvPathEntry {
@@ -83,9 +85,20 @@ LSTATUS Change(bool aAdd, const std::wstring& aDirectory) {
     return written;
 }
 
-int Run(int aCount, wchar_t** aArguments) {
-    const std::wstring verb = aCount == 3 ? aArguments[1] : L"";
-    const std::wstring directory = aCount == 3 ? aArguments[2] : L"";
+// From the system's own command line: the runtime's arguments went through the code page.
+std::vector<std::wstring> GetArguments() {
+    int count = 0;
+    wchar_t** const texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
+    if (texts == nullptr) return {};
+    std::vector<std::wstring> arguments(texts + 1, texts + count);
+    ::LocalFree(texts);
+    return arguments;
+}
+
+int Run(const std::vector<std::wstring>& aArguments) {
+    const bool isComplete = aArguments.size() == 2;
+    const std::wstring verb = isComplete ? aArguments[0] : L"";
+    const std::wstring directory = isComplete ? aArguments[1] : L"";
     if ((verb != L"add" && verb != L"remove") || directory.empty() ||
         directory.find(L';') != std::wstring::npos) {
         (void)std::fputs("Usage: QvPathEntry add|remove DIRECTORY\n", stderr);
@@ -101,4 +114,4 @@ int Run(int aCount, wchar_t** aArguments) {
 }  // namespace
 }  // namespace QvPathEntry
 
-int wmain(int aCount, wchar_t** aArguments) { return QvPathEntry::Run(aCount, aArguments); }
+int main() { return QvPathEntry::Run(QvPathEntry::GetArguments()); }

@@ -6,12 +6,16 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "Failure.h"
 #include "InterfaceId.h"
 
 namespace Qvctl {
 namespace {
+
+constexpr char kSummary[] =
+    "Lists devices, shows and changes their parameters, and moves their data.";
 
 constexpr char kDetails[] =
     "\"qvctl VERB --help\" tells the options of a verb. Messages go to standard error.\n"
@@ -106,21 +110,66 @@ Failure WrongUsage(const CLI::App& aProgram, const std::vector<std::string>& aAr
     return Failure(ExitCode::WrongUsage, message + "; see \"qvctl " + verb + "--help\"");
 }
 
+// Makes the parser, which stores what it reads in the verbs and the texts.
+void SetUp(CLI::App& aProgram, const Verbs& aVerbs, OptionTexts& aTexts) {
+    // An argument that begins with a slash is a name or a value like any other.
+    aProgram.allow_windows_style_options(false);
+    aProgram.require_subcommand(1);
+    aProgram.set_version_flag("--version", "qvctl " QVCTL_VERSION);
+    aProgram.footer(kDetails);
+    aProgram.get_formatter()->column_width(26);
+    aProgram.get_formatter()->label("SUBCOMMAND", "VERB ...");
+    for (const std::unique_ptr<Verb>& verb : aVerbs) AddVerb(aProgram, *verb, aTexts);
+}
+
+OptionDescription Describe(const CLI::Option& aOption) {
+    OptionDescription description;
+    description.isRequired = aOption.get_required();
+    if (aOption.get_positional()) {
+        description.name = aOption.get_name(/*positional=*/true);
+    } else {
+        description.name = "--" + aOption.get_lnames().front();
+    }
+    description.value = aOption.get_option_text();
+    // A blank keeps the help from saying what goes without saying.
+    if (description.value == " ") description.value.clear();
+    description.summary = aOption.get_description();
+    // The help breaks its lines where its column ends.
+    std::replace(description.summary.begin(), description.summary.end(), '\n', ' ');
+    return description;
+}
+
 }  // namespace
 
-Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs) {
-    CLI::App program("Lists devices, shows and changes their parameters, and moves their data.",
-                     "qvctl");
-    // An argument that begins with a slash is a name or a value like any other.
-    program.allow_windows_style_options(false);
-    program.require_subcommand(1);
-    program.set_version_flag("--version", "qvctl " QVCTL_VERSION);
-    program.footer(kDetails);
-    program.get_formatter()->column_width(26);
-    program.get_formatter()->label("SUBCOMMAND", "VERB ...");
-
+ProgramDescription DescribeProgram(const Verbs& aVerbs) {
+    CLI::App program(kSummary, "qvctl");
     OptionTexts texts;
-    for (const std::unique_ptr<Verb>& verb : aVerbs) AddVerb(program, *verb, texts);
+    SetUp(program, aVerbs, texts);
+
+    ProgramDescription description;
+    description.summary = kSummary;
+    description.details = kDetails;
+    for (const CLI::Option* option : std::as_const(program).get_options()) {
+        description.options.push_back(Describe(*option));
+    }
+    for (const std::unique_ptr<Verb>& verb : aVerbs) {
+        const CLI::App& command = *program.get_subcommand(verb->GetName());
+        VerbDescription verbDescription{
+            verb->GetName(), verb->GetSummary(), verb->GetDetails(), {}, {}};
+        for (const CLI::Option* option : command.get_options()) {
+            auto& list =
+                option->get_positional() ? verbDescription.arguments : verbDescription.options;
+            list.push_back(Describe(*option));
+        }
+        description.verbs.push_back(std::move(verbDescription));
+    }
+    return description;
+}
+
+Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs) {
+    CLI::App program(kSummary, "qvctl");
+    OptionTexts texts;
+    SetUp(program, aVerbs, texts);
 
     try {
         program.parse(std::vector<std::string>(aArguments.rbegin(), aArguments.rend()));

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "Context.h"
+#include "ProgramDescription.h"
 #include "Verbs/Verb.h"
 
 namespace Qvctl {
@@ -22,6 +23,9 @@ struct Command {
 
 // Reads the arguments, without the program's name, in UTF-8. Throws `Failure` for wrong usage.
 Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs);
+
+// What can be given there.
+ProgramDescription DescribeProgram(const Verbs& aVerbs);
 
 // Whether --json stands among the arguments, for those that could not be read.
 bool AsksForJson(const std::vector<std::string>& aArguments);

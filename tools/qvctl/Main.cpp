@@ -68,7 +68,8 @@ ExitCode Report(const Failure& aFailure, bool aJson, Output& aOut, Output& aErr,
                 OptionalLog& aLog) {
     for (const std::string& line : aFailure.GetLines()) {
         if (aLog) aLog->Write(QvUserLib::PriorityLevel::Error, line);
-        aErr.WriteLine("qvctl: " + Printable(line));
+        aErr.WriteColoured(Output::Red, "qvctl:");
+        aErr.WriteLine(" " + Printable(line));
     }
     if (aJson && !aFailure.IsInReport()) {
         nlohmann::ordered_json json;

@@ -20,14 +20,32 @@ constexpr std::size_t kConsoleUnits = 8192;
 
 bool IsHighSurrogate(wchar_t aUnit) { return aUnit >= 0xD800 && aUnit <= 0xDBFF; }
 
+bool IsColourRefused() {
+    // The size that is needed for a value, with its end: 1 for an empty one, 0 for none.
+    return ::GetEnvironmentVariableW(L"NO_COLOR", nullptr, 0) > 1;
+}
+
+WORD AttributesFor(Output::Colour aColour) {
+    switch (aColour) {
+        case Output::Red:
+            return FOREGROUND_RED | FOREGROUND_INTENSITY;
+        case Output::Yellow:
+            return FOREGROUND_RED | FOREGROUND_GREEN | FOREGROUND_INTENSITY;
+        default:
+            return FOREGROUND_GREEN | FOREGROUND_INTENSITY;
+    }
+}
+
 }  // namespace
 
 Output::Output(Stream aStream)
     : handle_(::GetStdHandle(aStream == Standard ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE)),
       isConsole_(false),
+      isColoured_(false),
       failed_(false) {
     DWORD mode = 0;
     isConsole_ = ::GetConsoleMode(handle_, &mode) != FALSE;
+    isColoured_ = isConsole_ && !IsColourRefused();
 }
 
 void Output::Write(std::string_view aText) {
@@ -36,6 +54,21 @@ void Output::Write(std::string_view aText) {
 }
 
 void Output::WriteLine(std::string_view aText) { Write(std::string(aText) + '\n'); }
+
+// By attributes: escape sequences are not understood by the consoles of older systems.
+void Output::WriteColoured(Colour aColour, std::string_view aText) {
+    constexpr WORD kForeground =
+        FOREGROUND_RED | FOREGROUND_GREEN | FOREGROUND_BLUE | FOREGROUND_INTENSITY;
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (!isColoured_ || !::GetConsoleScreenBufferInfo(handle_, &info)) {
+        Write(aText);
+        return;
+    }
+    const WORD background = info.wAttributes & static_cast<WORD>(~kForeground);
+    ::SetConsoleTextAttribute(handle_, background | AttributesFor(aColour));
+    Write(aText);
+    ::SetConsoleTextAttribute(handle_, info.wAttributes);
+}
 
 std::size_t Output::GetWidth() const {
     CONSOLE_SCREEN_BUFFER_INFO info;

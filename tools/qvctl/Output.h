@@ -16,6 +16,7 @@ namespace Qvctl {
 class Output {
 public:
     enum Stream { Standard, Error };
+    enum Colour { Red, Yellow, Green };
 
     explicit Output(Stream aStream);
 
@@ -23,6 +24,10 @@ public:
 
     // One line; the line feed is added.
     void WriteLine(std::string_view aText);
+
+    // A text in a colour: on a console, unless the environment variable NO_COLOR is set and not
+    // empty. Elsewhere as it is.
+    void WriteColoured(Colour aColour, std::string_view aText);
 
     // Whether what is written appears on a console, where a line can be written over.
     bool IsTerminal() const { return isConsole_; }
@@ -39,6 +44,7 @@ private:
 
     void* handle_;
     bool isConsole_;
+    bool isColoured_;
     bool failed_;
 };
 

@@ -1,14 +1,18 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
+#include "Verbs/CompletionVerb.h"
+#include "Verbs/DoctorVerb.h"
 #include "Verbs/GetVerb.h"
 #include "Verbs/ListVerb.h"
+#include "Verbs/ManualVerb.h"
 #include "Verbs/Md5Verb.h"
 #include "Verbs/ResetVerb.h"
 #include "Verbs/SetVerb.h"
 #include "Verbs/ShowVerb.h"
 #include "Verbs/StreamVerb.h"
 #include "Verbs/Verb.h"
+#include "Verbs/VersionVerb.h"
 #include "Verbs/WatchVerb.h"
 #include "Verbs/WriteVerb.h"
 
@@ -27,6 +31,10 @@ Verbs MakeAllVerbs() {
     verbs.push_back(std::make_unique<StreamVerb>());
     verbs.push_back(std::make_unique<WriteVerb>());
     verbs.push_back(std::make_unique<Md5Verb>());
+    verbs.push_back(std::make_unique<DoctorVerb>());
+    verbs.push_back(std::make_unique<VersionVerb>());
+    verbs.push_back(std::make_unique<CompletionVerb>());
+    verbs.push_back(std::make_unique<ManualVerb>());
     return verbs;
 }
 

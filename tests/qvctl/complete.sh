@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# Copyright (c) 2026 QvUserLib contributors
+# SPDX-License-Identifier: MIT
+#
+# Completes a command line as bash does and compares what is offered.
+# Usage: complete.sh SCRIPT EXPECTED WORD…    (the last word is the one at the cursor; "nothing"
+# stands for an empty one)
+set -euo pipefail
+
+source "$1"
+expected=${2/#nothing/}
+COMP_WORDS=("${@:3}")
+COMP_WORDS[-1]=${COMP_WORDS[-1]/#nothing/}
+COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
+
+# Stands for the tool with a device.
+qvctl() {
+    printf '{\n  "parameters": [\n    {\n      "name": "Gain",\n      "id": 2\n    },\n'
+    printf '    {\n      "name": "Label",\n      "id": 6\n    }\n  ]\n}\n'
+}
+
+# Stands for bash's own, which works only while a word is completed.
+compopt() {
+    :
+}
+
+cd "$(dirname "${BASH_SOURCE[0]}")"
+_qvctl
+offered="${COMPREPLY[*]-}"
+if [[ "$offered" != "$expected" ]]; then
+    printf 'offered: %s\ninstead of: %s\n' "$offered" "$expected"
+    exit 1
+fi

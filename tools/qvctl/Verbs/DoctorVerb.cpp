@@ -1,0 +1,93 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "Verbs/DoctorVerb.h"
+
+#include <nlohmann/json.hpp>
+
+#include "Doctor.h"
+#include "Inspection.h"
+#include "Utf8.h"
+
+namespace Qvctl {
+namespace {
+
+const char* VerdictText(Verdict aVerdict) {
+    switch (aVerdict) {
+        case Verdict::Ok:
+            return "ok";
+        case Verdict::Warning:
+            return "warning";
+        default:
+            return "problem";
+    }
+}
+
+Output::Colour ColourOf(Verdict aVerdict) {
+    switch (aVerdict) {
+        case Verdict::Ok:
+            return Output::Green;
+        case Verdict::Warning:
+            return Output::Yellow;
+        default:
+            return Output::Red;
+    }
+}
+
+std::string Padded(std::string aText, std::size_t aWidth) {
+    aText.resize(aWidth, ' ');
+    return aText;
+}
+
+void Print(Output& aOut, const Check& aCheck) {
+    constexpr std::size_t kVerdictWidth = 9;
+    constexpr std::size_t kNameWidth = 12;
+    aOut.WriteColoured(ColourOf(aCheck.verdict),
+                       Padded(VerdictText(aCheck.verdict), kVerdictWidth));
+    aOut.WriteLine(Padded(aCheck.name, kNameWidth) + Printable(aCheck.found));
+    if (aCheck.advice.empty()) return;
+    aOut.WriteLine(std::string(kVerdictWidth + kNameWidth, ' ') + "-> " + Printable(aCheck.advice));
+}
+
+nlohmann::ordered_json ToJson(const Check& aCheck) {
+    nlohmann::ordered_json json;
+    json["name"] = aCheck.name;
+    json["verdict"] = VerdictText(aCheck.verdict);
+    json["found"] = aCheck.found;
+    json["advice"] = nullptr;
+    if (!aCheck.advice.empty()) json["advice"] = aCheck.advice;
+    return json;
+}
+
+}  // namespace
+
+std::string DoctorVerb::GetName() const { return "doctor"; }
+
+std::string DoctorVerb::GetSummary() const { return "Check what usually goes wrong"; }
+
+std::string DoctorVerb::GetDetails() const {
+    return "Looks at the versions of the DLLs, the driver, its devices, the access to them\n"
+           "and their parameters, and at log4cxx, and says what to do. Nothing is changed.\n"
+           "A problem makes the exit code 1; a warning does not.\n"
+           "\n"
+           "Example:\n"
+           "  qvctl doctor --interface {0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
+}
+
+void DoctorVerb::Run(const Context& aContext) {
+    std::size_t problems = 0;
+    nlohmann::ordered_json json;
+    json["checks"] = nlohmann::ordered_json::array();
+    for (const Check& check : Judge(Inspect(aContext))) {
+        if (check.verdict == Verdict::Problem) ++problems;
+        json["checks"].push_back(ToJson(check));
+        if (!aContext.options.json) Print(aContext.out, check);
+    }
+    const Failure failure(ExitCode::Failed, "problems found: " + std::to_string(problems));
+    json["error"] = nullptr;
+    if (problems > 0) json["error"] = failure.ToJson();
+    if (aContext.options.json) aContext.out.WriteLine(json.dump(2));
+    if (problems > 0) throw failure.InReport();
+}
+
+}  // namespace Qvctl
