@@ -35,8 +35,10 @@ bool IsCountedThread() { return theTally.thread == ::GetCurrentThreadId(); }
 // The heap functions below the imports that are patched.
 template <typename Function>
 Function* HeapFunction(const char* aName) {
-    return reinterpret_cast<Function*>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleA("ntdll.dll"), aName)));
+    const FARPROC address = ::GetProcAddress(::GetModuleHandleA("ntdll.dll"), aName);
+    Function* function = nullptr;
+    std::memcpy(&function, &address, sizeof function);
+    return function;
 }
 const auto kAllocate = HeapFunction<decltype(::HeapAlloc)>("RtlAllocateHeap");
 const auto kReAllocate = HeapFunction<decltype(::HeapReAlloc)>("RtlReAllocateHeap");
@@ -173,7 +175,7 @@ public:
         for (unsigned char* const entry : entries_) {
             const Tally* const tally = &theTally;
             std::memcpy(stub, kStub, sizeof kStub);
-            std::memcpy(stub + kStubTally, &tally, sizeof tally);
+            std::memcpy(stub + kStubTally, &tally, sizeof(const Tally*));
             std::memcpy(stub + kStubEntry, entry, kEntrySize);
             WriteJump(stub + kStubJump, entry + kEntrySize);
             originals_.push_back(stub + kStubEntry);

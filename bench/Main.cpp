@@ -31,6 +31,8 @@ struct Options {
 struct Outcome {
     double oursNs;
     double bareNs;
+    // The same of the rounds that went quickest: what others do on the machine disturbs them least.
+    double quickestRatio;
     CallCounts ours;
     CallCounts bare;
 };
@@ -69,8 +71,8 @@ std::string NewName() {
     return "run" + std::to_string(++count);
 }
 
-// Runs the body as a benchmark of so many iterations; with 0 it finds out how many the time takes.
-Collector RunOnce(const Comparison& aComparison, const Body& aBody, double aSeconds,
+// Runs the body as a benchmark of so many iterations.
+Collector RunOnce(const Comparison& aComparison, const Body& aBody,
                   benchmark::IterationCount aIterations) {
     const std::string name = NewName();
     auto* const added = benchmark::RegisterBenchmark(name.c_str(), aBody);
@@ -80,11 +82,7 @@ Collector RunOnce(const Comparison& aComparison, const Body& aBody, double aSeco
     } else {
         added->UseRealTime();
     }
-    if (aIterations > 0) {
-        added->Iterations(aIterations);
-    } else {
-        added->MinTime(aSeconds * aComparison.share);
-    }
+    added->Iterations(aIterations);
     Collector collector;
     const std::size_t run = benchmark::RunSpecifiedBenchmarks(&collector, "^" + name + "(/.*)?$");
     benchmark::ClearRegisteredBenchmarks();
@@ -100,22 +98,27 @@ double Median(std::vector<double> aValues) {
 
 CallCounts Count(const Comparison& aComparison, const Body& aBody) {
     const CallCounter counter;
-    return RunOnce(aComparison, aBody, 0, 1).counts;
+    return RunOnce(aComparison, aBody, 1).counts;
 }
 
-// How many iterations take the time. The quickest of a few tries counts: the others were disturbed
-// by other programs.
+// How many iterations take the time. More and more of them are tried, and the quickest of a few
+// tries counts: the others were disturbed by other programs.
 benchmark::IterationCount Calibrate(const Comparison& aComparison, const Body& aBody,
                                     double aSeconds) {
-    constexpr int kTries = 7;
-    constexpr double kLongNs = 2e7;
-    double quickestNs = RunOnce(aComparison, aBody, aSeconds, 0).timeNs;
-    for (int tries = 1; tries < kTries && quickestNs < kLongNs; ++tries) {
-        quickestNs = std::min(quickestNs, RunOnce(aComparison, aBody, aSeconds, 0).timeNs);
+    constexpr int kTries = 5;
+    constexpr benchmark::IterationCount kGrowth = 8;
+    constexpr double kLongNs = 1e8;
+    const double wantedNs = aSeconds * aComparison.share * 1e9;
+    for (benchmark::IterationCount iterations = 1;; iterations *= kGrowth) {
+        double quickestNs = RunOnce(aComparison, aBody, iterations).timeNs;
+        for (int tries = 1; tries < kTries && quickestNs < kLongNs; ++tries) {
+            quickestNs = std::min(quickestNs, RunOnce(aComparison, aBody, iterations).timeNs);
+        }
+        if (quickestNs * static_cast<double>(iterations) >= wantedNs) {
+            return std::max<benchmark::IterationCount>(
+                1, static_cast<benchmark::IterationCount>(wantedNs / std::max(quickestNs, 0.1)));
+        }
     }
-    const double iterations = aSeconds * aComparison.share * 1e9 / std::max(quickestNs, 0.1);
-    return std::max<benchmark::IterationCount>(1,
-                                               static_cast<benchmark::IterationCount>(iterations));
 }
 
 // Each round does the same work, so that the time of one that was disturbed stands out and the
@@ -135,11 +138,13 @@ Outcome Measure(const Comparison& aComparison, const Options& aOptions) {
     const bool isLong = oursIterations == 1 || bareIterations == 1;
     const int rounds = isLong ? std::min(aOptions.rounds, kLongRounds) : aOptions.rounds;
     for (int round = 0; round < rounds; ++round) {
-        ours.push_back(RunOnce(aComparison, aComparison.ours, 0, oursIterations).timeNs);
-        bare.push_back(RunOnce(aComparison, aComparison.bare, 0, bareIterations).timeNs);
+        ours.push_back(RunOnce(aComparison, aComparison.ours, oursIterations).timeNs);
+        bare.push_back(RunOnce(aComparison, aComparison.bare, bareIterations).timeNs);
     }
     outcome.oursNs = Median(ours) / aComparison.batch;
     outcome.bareNs = Median(bare) / aComparison.batch;
+    outcome.quickestRatio =
+        *std::min_element(ours.begin(), ours.end()) / *std::min_element(bare.begin(), bare.end());
     return outcome;
 }
 
@@ -171,15 +176,16 @@ std::string GoalText(const Comparison& aRow) {
 
 void PrintHeading() {
     std::puts(
-        "| what | against | ours | bare | ratio | goal | allocations | system calls |\n"
-        "|---|---|---:|---:|---:|---:|---:|---:|");
+        "| what | against | ours | bare | ratio | quickest | goal | allocations | system calls |\n"
+        "|---|---|---:|---:|---:|---:|---:|---:|---:|");
 }
 
 void PrintRow(const Comparison& aRow, const Outcome& aOutcome) {
-    std::printf("| %s | %s | %s | %s | %.2f | %s%s | %s | %s |\n", aRow.what.c_str(),
+    std::printf("| %s | %s | %s | %s | %.2f | %.2f | %s%s | %s | %s |\n", aRow.what.c_str(),
                 aRow.against.c_str(), TimeText(aOutcome.oursNs).c_str(),
                 TimeText(aOutcome.bareNs).c_str(), aOutcome.oursNs / aOutcome.bareNs,
-                GoalText(aRow).c_str(), IsMet(aRow, aOutcome) ? "" : " (missed)",
+                aOutcome.quickestRatio, GoalText(aRow).c_str(),
+                IsMet(aRow, aOutcome) ? "" : " (missed)",
                 CountText(aOutcome.ours.allocations, aOutcome.bare.allocations).c_str(),
                 CountText(aOutcome.ours.systemCalls, aOutcome.bare.systemCalls).c_str());
     std::fflush(stdout);

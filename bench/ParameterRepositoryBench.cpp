@@ -7,6 +7,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Comparison.h"
@@ -126,7 +127,7 @@ private:
 
 // An iteration is one look-up. The keys, made beforehand, come in random order; each is there.
 
-std::vector<String> NameKeys(int aCount, bool aIsWide) {
+std::vector<String> MakeNameKeys(int aCount, bool aIsWide) {
     std::vector<String> keys;
     keys.reserve(static_cast<std::size_t>(aCount));
     for (const int id : Shuffled(aCount)) {
@@ -136,22 +137,27 @@ std::vector<String> NameKeys(int aCount, bool aIsWide) {
         } else {
             keys.emplace_back(NameOf(id).c_str());
         }
+        // A wide name builds its 8-bit form once, at its first look-up.
+        Must(Ours(aCount).HasByName(keys.back()), "a name is missing");
     }
     return keys;
+}
+
+// Made once: they take longer than what is measured.
+Cycle<const String*> NameKeys(int aCount, bool aIsWide) {
+    static std::map<std::pair<int, bool>, std::vector<String>> made;
+    std::vector<String>& keys = made[{aCount, aIsWide}];
+    if (keys.empty()) keys = MakeNameKeys(aCount, aIsWide);
+    std::vector<const String*> pointers;
+    for (const String& key : keys) pointers.push_back(&key);
+    return Cycle<const String*>(std::move(pointers));
 }
 
 template <typename LookUp>
 Body OursByName(int aCount, bool aIsWide, LookUp aLookUp) {
     return [=](benchmark::State& aState) {
         ParameterRepository& repository = Ours(aCount);
-        const std::vector<String> names = NameKeys(aCount, aIsWide);
-        std::vector<const String*> pointers;
-        for (const String& name : names) {
-            // A wide name builds its 8-bit form once, at its first look-up.
-            Must(repository.HasByName(name), "a name is missing");
-            pointers.push_back(&name);
-        }
-        Cycle<const String*> keys(pointers);
+        Cycle<const String*> keys = NameKeys(aCount, aIsWide);
         Repeat(aState, [&] { benchmark::DoNotOptimize(aLookUp(repository, *keys.Next())); });
     };
 }
@@ -159,8 +165,11 @@ Body OursByName(int aCount, bool aIsWide, LookUp aLookUp) {
 Body BareByName(int aCount) {
     return [=](benchmark::State& aState) {
         PlainSet& set = Bare(aCount);
-        std::vector<std::string> names;
-        for (const int id : Shuffled(aCount)) names.push_back(NameOf(id));
+        static std::map<int, std::vector<std::string>> made;
+        std::vector<std::string>& names = made[aCount];
+        if (names.empty()) {
+            for (const int id : Shuffled(aCount)) names.push_back(NameOf(id));
+        }
         Cycle<std::string_view> keys(std::vector<std::string_view>(names.begin(), names.end()));
         Repeat(aState, [&] { benchmark::DoNotOptimize(set.byName.find(keys.Next())->second); });
     };
