@@ -65,7 +65,8 @@ bool Read(DeviceConnection& aConnection, int aCount) {
                      .GetCode() == QvUserLib::Code::Pending;
     }
     const HANDLE ready = ::OpenEventA(EVENT_MODIFY_STATE, FALSE, aReady);
-    if (isDone) ::SetEvent(ready);
+    if (!isDone) ::ExitProcess(102);
+    ::SetEvent(ready);
     for (;;) ::Sleep(INFINITE);
 }
 

@@ -41,6 +41,8 @@ using QvUserLib::DeviceParameterRepository;
 using QvUserLib::DeviceRequestQueue;
 using QvUserLib::ErrorLog;
 using QvUserLib::Log;
+using QvUserLib::Logger;
+using QvUserLib::MD5;
 using QvUserLib::Parameter;
 using QvUserLib::ParameterRepository;
 using QvUserLib::Result;
@@ -364,6 +366,35 @@ void TextsAndFolders(Attempt& aAttempt) {
     EXPECT_THAT(UseTextsAndFolders(), IsBareCode(Code::Success));
 }
 
+Result DigestText() {
+    MD5 digest;
+    const Result begun = digest.Init();
+    if (begun.IsFailure()) return begun;
+    const unsigned char text[] = {'a', 'b', 'c'};
+    digest.Update(text, sizeof text);
+    digest.Final();
+    return Result(digest.GetDigest()[0] == 0x90 ? 0 : 1);
+}
+
+void Digest(Attempt& aAttempt) {
+    aAttempt.Try(DigestText);
+
+    EXPECT_THAT(DigestText(), IsBareCode(Code::Success));
+}
+
+// A logger that cannot be set up does nothing, and says so nowhere.
+Result UseLogger() {
+    Logger logger("failing calls");
+    logger.Log(QvUserLib::PriorityLevel::Error, "test", 1, "prefix", "line %d", 1);
+    return Result(Code::Success);
+}
+
+void LogToLogger(Attempt& aAttempt) {
+    aAttempt.Try(UseLogger);
+
+    EXPECT_THAT(UseLogger(), IsBareCode(Code::Success));
+}
+
 struct Scenario {
     const char* name;
     void (*run)(Attempt& aAttempt);
@@ -384,6 +415,8 @@ constexpr Scenario kScenarios[] = {
     {"log", &OpenLog, false},
     {"thread", &RunThread, false},
     {"single instance", &HoldName, false},
+    {"md5", &Digest, false},
+    {"logger", &LogToLogger, true},
     {"texts and folders", &TextsAndFolders, true},
 };
 
@@ -423,6 +456,12 @@ std::vector<Subject> MakeSubjects() {
     add(QV_CALL(MultiByteToWideChar, 0, ERROR_INVALID_PARAMETER));
     add(QV_CALL(WideCharToMultiByte, 0, ERROR_INVALID_PARAMETER));
     add(QV_CALL(SHGetFolderPathA, E_FAIL));
+    add(QV_CALL(LoadLibraryA, none, ERROR_MOD_NOT_FOUND, Effect::Takes), {Code::Md5Unavailable});
+    add(QV_CALL(FreeLibrary, FALSE, kError, Effect::GivesBack, Failure::AfterWork));
+    add(QV_CALL(GetProcAddress, none, ERROR_PROC_NOT_FOUND), {Code::Md5Unavailable});
+    add(QV_CALL(GetModuleFileNameA, 0, kError));
+    add(QV_CALL(_putenv, -1, kError));
+    add(QV_CALL(_access, -1, kError));
 
     add(QV_CALL(SetupDiGetClassDevsA, INVALID_HANDLE_VALUE, ERROR_NOT_ENOUGH_MEMORY, Effect::Takes),
         {Code::InvalidArgument});
@@ -463,14 +502,17 @@ const std::map<std::string, const char*> kCannotFail = {
     {"GetCurrentThread", "returns a constant"},
     {"GetCurrentThreadId", "reads the thread's own block"},
     {"GetLastError", "reads the thread's own block"},
+    {"GetModuleHandleA", "finds the library's own module, which is there"},
     {"GetSystemInfo", "has no result"},
+    {"LocalAlloc", "delay-load helper: its list of loaded DLLs, which it can do without"},
+    {"LocalFree", "has no result that matters"},
+    {"OutputDebugStringA", "has no result"},
     {"GetTickCount", "reads a counter"},
     {"Sleep", "has no result"},
     {"RaiseException", "has no result"},
     {"IsDBCSLeadByteEx", "answers a question about a byte"},
     {"TlsGetValue", "reads a slot of the thread, when it ends"},
     {"GetModuleHandleW", "C library: looks for newer functions, which it can do without"},
-    {"GetProcAddress", "C library: looks for newer functions, which it can do without"},
     {"VirtualProtect", "start-up code: before anything of the library runs"},
     {"VirtualQuery", "start-up code: before anything of the library runs"},
     {"_amsg_exit", "start-up code: ends the process"},

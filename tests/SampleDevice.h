@@ -7,6 +7,7 @@
 #define QVTESTS_SAMPLEDEVICE_H
 
 #include <string>
+#include <vector>
 
 #include "TestSupport.h"
 #include "WindowsApi.h"
@@ -55,7 +56,21 @@ class SampleLoopBackTest : public SampleDeviceTest {
 protected:
     void SetUp() override {
         SampleDeviceTest::SetUp();
-        if (!HasFatalFailure()) Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
+        if (HasFatalFailure()) return;
+        Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
+        EmptyTheLoopBack();
+    }
+
+private:
+    // Earlier tests may have left bytes. One more keeps the read from waiting when there are none;
+    // it is refused when there is no room for it. The read has room for the largest buffer.
+    void EmptyTheLoopBack() {
+        std::vector<char> bytes(256 * 1024);
+        unsigned long size = 0;
+        (void)connection_.Write("x", 1, &size, nullptr);
+        ASSERT_THAT(
+            connection_.Read(bytes.data(), static_cast<unsigned int>(bytes.size()), &size, nullptr),
+            HasCode(QvUserLib::Code::Success));
     }
 };
 

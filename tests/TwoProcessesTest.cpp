@@ -26,6 +26,8 @@ using QvUserLib::String;
 
 constexpr wchar_t kProbe[] = L"DeviceProbe.exe";
 constexpr unsigned int kPacketSize = 65536;
+// How often a wait looks whether the other program still runs.
+constexpr DWORD kLookMs = 100;
 
 std::string LinkOf(unsigned int aDevice) {
     DeviceEnumerator enumerator;
@@ -43,7 +45,11 @@ public:
           ready_(::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE,
                                 readyName_.c_str())),
           program_(kProbe, {LinkOf(aDevice), "hold", std::to_string(aReads), readyName_}) {
-        ::WaitForSingleObject(ready_.Get(), INFINITE);
+        while (::WaitForSingleObject(ready_.Get(), kLookMs) == WAIT_TIMEOUT) {
+            if (program_.IsRunning()) continue;
+            ADD_FAILURE() << "the program holds nothing: " << program_.WaitForExitCode();
+            return;
+        }
     }
 
     void Kill() { program_.Kill(); }

@@ -43,7 +43,7 @@ struct vector {
     Value* end;
 };
 
-template <typename Key, typename Value>
+template <typename Key, typename Value, typename Order = void>
 struct map {
     ~map();
     void* head;
