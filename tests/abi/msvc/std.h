@@ -45,6 +45,9 @@ struct vector {
 
 template <typename Key, typename Value, typename Order = void>
 struct map {
+    struct const_iterator {
+        void* node;
+    };
     ~map();
     void* head;
     unsigned long long size;
