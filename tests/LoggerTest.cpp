@@ -35,8 +35,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
 
 // A variable of the environment, as it was again in the end.
 class Variable {

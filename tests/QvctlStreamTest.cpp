@@ -31,12 +31,10 @@ using QvTests::ToolProcess;
 using QvTests::WriteBytes;
 using testing::Contains;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::Gt;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
-using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 

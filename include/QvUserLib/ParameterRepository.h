@@ -144,6 +144,7 @@ private:
     // Orders names as String's operator< does, and finds one by its 8-bit text without making a
     // String of it. The keys of the map were made from 8-bit texts, so their 8-bit form is current
     // and has no zeros in it.
+    /// @cond
     struct NameOrder {
         struct Text {
             const char* data;
@@ -154,6 +155,7 @@ private:
         bool operator()(const String& aLeft, const Text& aRight) const;
         bool operator()(const Text& aLeft, const String& aRight) const;
     };
+    /// @endcond
     typedef std::map<String, Parameter*, NameOrder> NameMap;
 
     NameMap::const_iterator FindName(const String& aName) const;
