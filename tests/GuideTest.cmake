@@ -13,6 +13,7 @@ set(guide_pages
     docs/writing-a-driver.md
     docs/streaming.md
     docs/errors-and-logs.md
+    docs/log4cxx.md
     docs/troubleshooting.md
     docs/architecture.md
     docs/abi.md
