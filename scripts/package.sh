@@ -2,7 +2,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything and makes the packages: a zip file and an installer, in build/mingw/packages.
+# Builds everything and makes the packages: a zip file and an installer, in build/mingw/dist.
 # Usage: scripts/package.sh
 set -euo pipefail
 
@@ -11,8 +11,8 @@ source scripts/common.sh
 
 scripts/install-packages.sh --quiet nsis
 scripts/build.sh mingw
-step "Packing into build/mingw/packages"
-rm -rf build/mingw/packages
+step "Packing into build/mingw/dist"
+rm -rf build/mingw/dist
 run_quietly build/mingw/package.log cpack --config build/mingw/CPackConfig.cmake
-rm -rf build/mingw/packages/_CPack_Packages
-(cd build/mingw/packages && sha256sum -- * | tee SHA256SUMS)
+rm -rf build/mingw/dist/_CPack_Packages
+(cd build/mingw/dist && sha256sum -- * | tee SHA256SUMS)

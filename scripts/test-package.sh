@@ -13,11 +13,11 @@ source scripts/common.sh
 source scripts/wine-environment.sh
 
 work=$PWD/build/mingw/package-test
-installers=(build/mingw/packages/QvUserLib-*-win64.exe)
+installers=(build/mingw/dist/QvUserLib-*-win64.exe)
 installer=${installers[0]}
 archive=${installer%.exe}.zip
 if [[ ! -e "$installer" || ! -e "$archive" ]]; then
-    echo "error: no packages in build/mingw/packages; scripts/package.sh makes them" >&2
+    echo "error: no packages in build/mingw/dist; scripts/package.sh makes them" >&2
     exit 2
 fi
 
@@ -97,6 +97,10 @@ set_machine_path "$short_path"
 windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
 windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
 expect_path "$short_path;$place\\bin"
+for file in share/QvUserLib/driver/src/Driver.c share/licenses/QvUserLib/LICENSE \
+    share/man/man1/qvctl.1 share/qvctl/qvctl.schema.json; do
+    [[ -e "$installed/$file" ]] || fail "$file was not installed"
+done
 expect_text "QvUserLib" reg query "$programs" /v DisplayName
 
 step "Using what was installed"
@@ -104,6 +108,7 @@ expect_text "qvctl " cmd /c qvctl --version
 windows "$place\\bin\\QvSampleSetup.exe" install --devices 1 >/dev/null
 expect_text '0  \\?\root#qvsample' cmd /c qvctl list
 expect_text "Gain: 6 dB -> 12 dB" cmd /c qvctl set Gain=12
+expect_text "ok       parameters" cmd /c qvctl doctor
 windows "$place\\bin\\QvSampleSetup.exe" remove >/dev/null
 
 step "Uninstalling"

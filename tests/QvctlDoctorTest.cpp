@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -228,6 +229,17 @@ TEST(QvctlCompletionTest, PowerShellScriptKnowsEveryVerbAndOption) {
         for (const auto& option : verb.options) {
             EXPECT_THAT(script, HasSubstr("'" + option.name + "'")) << verb.name;
         }
+    }
+}
+
+TEST(QvctlHelpTest, HelpOfEveryVerbFitsEightyColumnsAndHasAnExample) {
+    for (const auto& verb : Qvctl::DescribeProgram(Qvctl::MakeAllVerbs()).verbs) {
+        SCOPED_TRACE(verb.name);
+        const std::string help = RunQvctl({verb.name, "--help"}).out;
+
+        EXPECT_THAT(help, HasSubstr("\n  qvctl " + verb.name));
+        std::istringstream lines(help);
+        for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80u) << line;
     }
 }
 

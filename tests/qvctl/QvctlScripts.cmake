@@ -87,6 +87,7 @@ if(QV_PYTHON)
     qv_add_schema_test(StreamWithoutFile stream stream --packets 1 --quiet --verify)
     # Nothing that a read of the loop-back would get.
     qv_add_schema_test(Write write write NUL --quiet)
+    qv_add_schema_test(Md5 md5 md5 ${PROJECT_SOURCE_DIR}/LICENSE)
     qv_add_schema_test(Doctor doctor doctor)
     qv_add_schema_test(
         DoctorWithProblem doctor doctor --interface {0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}
