@@ -11,7 +11,7 @@ source scripts/common.sh
 source scripts/wine-environment.sh
 
 scripts/build.sh mingw
-scripts/check.sh mingw
+scripts/check.sh mingw --products
 
 use_wine "$PWD/build/mingw"
 trap stop_wine EXIT
