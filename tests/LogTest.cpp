@@ -86,6 +86,18 @@ private:
     ImportPatch patch_{"fwrite", &Write};
 };
 
+// A disk that gives only some of the bytes asked for.
+class UnreadableDisk {
+public:
+    bool IsActive() const { return patch_.IsActive(); }
+
+private:
+    static std::size_t Read(void* aBytes, std::size_t aSize, std::size_t aCount, std::FILE* aFile) {
+        return std::fread(aBytes, aSize, aCount / 2, aFile);
+    }
+    ImportPatch patch_{"fread", &Read};
+};
+
 // Opens a file in one mode once only.
 class OneOpening {
 public:
@@ -414,6 +426,15 @@ TEST_F(LogTest, FileStaysWholeWhenThereIsNoMemoryForItsTail) {
     EXPECT_EQ(content, OpenCapped("a", 1000));
 
     EXPECT_LT(0, noMemory.Count());
+}
+
+TEST_F(LogTest, FileWhoseTailCannotBeReadStaysWhole) {
+    const std::string content = BinaryContent(4000);
+    WriteBytes(path_, content);
+    const UnreadableDisk disk;
+    ASSERT_TRUE(disk.IsActive());
+
+    EXPECT_EQ(content, OpenCapped("a", 1000));
 }
 
 TEST_F(LogTest, CappedFileThatCannotBeOpenedAgainIsReported) {

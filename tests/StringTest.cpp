@@ -10,6 +10,7 @@
 #include <memory>
 #include <string>
 
+#include "ImportPatch.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
@@ -337,6 +338,36 @@ TEST(StringTest, ConversionCarriesAtMost4095Characters) {
     }
 }
 
+// The most units that the library asks the system to convert.
+int theLongestSource = 0;
+
+int WINAPI NoteToWide(UINT aCodePage, DWORD aFlags, const char* aText, int aLength, wchar_t* aOut,
+                      int aOutSize) {
+    theLongestSource = std::max(theLongestSource, aLength);
+    return ::MultiByteToWideChar(aCodePage, aFlags, aText, aLength, aOut, aOutSize);
+}
+
+int WINAPI NoteToAnsi(UINT aCodePage, DWORD aFlags, const wchar_t* aText, int aLength, char* aOut,
+                      int aOutSize, const char* aDefault, BOOL* aIsDefaultUsed) {
+    theLongestSource = std::max(theLongestSource, aLength);
+    return ::WideCharToMultiByte(aCodePage, aFlags, aText, aLength, aOut, aOutSize, aDefault,
+                                 aIsDefaultUsed);
+}
+
+TEST(StringTest, ConversionReadsNothingBehindTheText) {
+    const QvTests::ImportPatch toWide("MultiByteToWideChar", &NoteToWide);
+    const QvTests::ImportPatch toAnsi("WideCharToMultiByte", &NoteToAnsi);
+    std::string text = LongText(5000);
+    text[0] = '\xE4';  // What is all ASCII need not be converted by the system.
+    theLongestSource = 0;
+
+    (void)String(text.c_str()).GetUnicode();
+    (void)String(Widen(text).c_str()).GetAscii();
+
+    EXPECT_LE(5000, theLongestSource);
+    EXPECT_GE(5001, theLongestSource);
+}
+
 TEST(StringTest, FormThatIsCurrentStaysWholeWhenItIsTooLongToConvert) {
     const std::string text = LongText(5000);
     const String ascii(text.c_str());
@@ -588,6 +619,22 @@ TEST(StringTest, ExpansionTakesValuesOfAnyLength) {
     const EnvironmentVariable variable("QV_STRING_TEST_A", value);
 
     EXPECT_TRUE("<" + value + ">" == String("<%QV_STRING_TEST_A%>").ExpandEnvironmentVariables());
+}
+
+// Another thread makes the variable's value longer between its measuring and its copying.
+errno_t GetGrowingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
+                           const char* aName) {
+    const errno_t error = getenv_s(aSize, aOut, aOutSize, aName);
+    if (aOut == nullptr && *aSize < 20) _putenv_s(aName, LongText(100).c_str());
+    return error;
+}
+
+TEST(StringTest, ExpansionTakesAValueThatGrowsMeanwhile) {
+    const EnvironmentVariable variable("QV_STRING_TEST_A", "short");
+    const QvTests::ImportPatch patch("getenv_s", &GetGrowingVariable);
+    ASSERT_TRUE(patch.IsActive());
+
+    EXPECT_EQ(LongText(100), String("%QV_STRING_TEST_A%").ExpandEnvironmentVariables());
 }
 
 TEST(StringTest, ArraysHoldIndependentStrings) {
