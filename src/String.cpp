@@ -93,8 +93,8 @@ void ConvertText(const std::basic_string<Source>& aSource, std::basic_string<Tar
 
     // The text is too long. What this many source units give holds all that is kept.
     const std::size_t end = std::min(aSource.find(Source()), aSource.size());
-    const auto length =
-        static_cast<int>(std::min<std::size_t>(end, kMaxConverted * kMaxUnitsPerCharacter));
+    constexpr std::size_t kMaxNeeded = std::size_t{kMaxConverted} * kMaxUnitsPerCharacter;
+    const auto length = static_cast<int>(std::min(end, kMaxNeeded));
     std::basic_string<Target> whole(static_cast<std::size_t>(length) * kMaxUnitsPerCharacter,
                                     Target());
     const int converted =
