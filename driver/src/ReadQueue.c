@@ -96,14 +96,18 @@ BOOLEAN MoveToServed(QV_DEVICE* device, IRP* irp, LONGLONG now) {
 }
 
 // Takes the oldest served read if it is to be completed now, and null if there is none. One that is
-// being cancelled holds up nobody. The lock is held.
+// being cancelled holds up nobody, but its packet is dropped before a later one leaves the list,
+// which has to tell of it. The lock is held.
 static IRP* TakeServedRead(QV_DEVICE* device, LONGLONG now) {
     LIST_ENTRY* entry;
     for (entry = device->servedReads.Flink; entry != &device->servedReads; entry = entry->Flink) {
         IRP* irp = ReadOfEntry(entry);
         const QV_READ* notes = NotesOfRead(irp);
         if (notes->due > now) return NULL;
-        if (notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) continue;
+        if (notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) {
+            DropPacketOfRead(device, irp);
+            continue;
+        }
         RemoveEntryList(entry);
         return irp;
     }
