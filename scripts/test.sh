@@ -24,8 +24,10 @@ run_quietly build/mingw/setup.log wine build/mingw/bin/QvSampleSetup.exe install
 if scripts/build-log4cxx.sh --sources-only >/dev/null; then export QV_LOG4CXX_REQUIRED=1; fi
 
 step "Testing"
-# In the same order each time, not in that of the times which an earlier run took.
-rm -f build/mingw/Testing/Temporary/CTestCostData.txt
 # Wine fails to start a program once in some thousand times, without a word: what failed is run a
-# second time.
-ctest --preset mingw --progress --repeat until-pass:2 "$@" </dev/null
+# second time, and named below.
+failed=0
+ctest --preset mingw --progress --repeat until-pass:2 "$@" </dev/null || failed=$?
+awk '/ Testing: / { name = $NF } /^Test Failed/ { print "Failed at first: " name }' \
+    build/mingw/Testing/Temporary/LastTest.log
+exit "$failed"

@@ -243,6 +243,7 @@ void Transfer(Attempt& aAttempt) {
     Parameter* const mode = parameters.GetByID(QV_SAMPLE_ID_STREAM_MODE);
     ASSERT_THAT(mode->SetInt(QV_SAMPLE_MODE_LOOP_BACK), IsBareCode(Code::Success));
     ASSERT_THAT(parameters.Apply(), IsBareCode(Code::Success));
+    EmptyTheLoopBack(connection);
     aAttempt.Try([&] { return WriteAndRead(connection); });
 
     EXPECT_THAT(WriteAndRead(connection), IsBareCode(Code::Success));

@@ -69,6 +69,24 @@ inline std::wstring CommandLineOf(const std::wstring& aProgram,
     return commandLine;
 }
 
+/// Lets a process run that was started with CREATE_SUSPENDED, and has the system end it when this
+/// program ends, however that happens: a test that hangs and is killed leaves nothing behind that
+/// goes on using the device.
+inline void RunNoLongerThanThisProgram(const PROCESS_INFORMATION& aProcess) {
+    static const HANDLE job = [] {
+        JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+        // What the program starts in turn may be one of the system's own, and stays.
+        limits.BasicLimitInformation.LimitFlags =
+            JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE | JOB_OBJECT_LIMIT_SILENT_BREAKAWAY_OK;
+        const HANDLE created = ::CreateJobObjectW(nullptr, nullptr);
+        EXPECT_TRUE(::SetInformationJobObject(created, JobObjectExtendedLimitInformation, &limits,
+                                              sizeof limits));
+        return created;
+    }();
+    EXPECT_TRUE(::AssignProcessToJobObject(job, aProcess.hProcess)) << ::GetLastError();
+    ::ResumeThread(aProcess.hThread);
+}
+
 /// A program beside the test program that runs on its own, and is ended with the object at the
 /// latest.
 class StartedProgram {
@@ -79,10 +97,12 @@ public:
         startup.cb = sizeof startup;
         PROCESS_INFORMATION process = {};
         if (!::CreateProcessW(nullptr, commandLine.data(), nullptr, nullptr,
-                              /*bInheritHandles=*/FALSE, 0, nullptr, nullptr, &startup, &process)) {
+                              /*bInheritHandles=*/FALSE, CREATE_SUSPENDED, nullptr, nullptr,
+                              &startup, &process)) {
             ADD_FAILURE() << "the program does not start: " << ::GetLastError();
             return;
         }
+        RunNoLongerThanThisProgram(process);
         ::CloseHandle(process.hThread);
         process_ = process.hProcess;
     }
@@ -131,10 +151,12 @@ inline Outcome RunProgram(const std::wstring& aFile, const std::vector<std::stri
     PROCESS_INFORMATION process = {};
     Outcome outcome;
     if (!::CreateProcessW(program.c_str(), commandLine.data(), nullptr, nullptr,
-                          /*bInheritHandles=*/TRUE, 0, nullptr, nullptr, &startup, &process)) {
+                          /*bInheritHandles=*/TRUE, CREATE_SUSPENDED, nullptr, nullptr, &startup,
+                          &process)) {
         ADD_FAILURE() << "the program does not start: " << ::GetLastError();
         return outcome;
     }
+    RunNoLongerThanThisProgram(process);
     ::WaitForSingleObject(process.hProcess, INFINITE);
     ::GetExitCodeProcess(process.hProcess, &outcome.exitCode);
     ::CloseHandle(process.hThread);

@@ -60,14 +60,7 @@ bool CanBeMade(const std::string& aPath) {
     return file.IsValid();
 }
 
-class QvctlStreamTest : public QvTests::SampleDeviceTest {
-protected:
-    // Other tests find the loop-back buffer empty.
-    void EmptyTheLoopBack() {
-        Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
-        (void)Qvctl({"stream", "--seconds", "0.05", "--depth", "32"});
-    }
-};
+using QvctlStreamTest = QvTests::SampleDeviceTest;
 
 // stream
 
@@ -364,7 +357,7 @@ TEST_F(QvctlCtrlCTest, StopsAWatchWithAnObjectOnALine) {
 }
 
 TEST_F(QvctlCtrlCTest, StopsAWriteToADeviceThatIsBusy) {
-    Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
+    BeginLoopBack();
     const TemporaryDirectory directory;
     WriteBytes(directory.File("data"), std::string(200000, 'x'));
 
@@ -373,7 +366,6 @@ TEST_F(QvctlCtrlCTest, StopsAWriteToADeviceThatIsBusy) {
 
     EXPECT_EQ(130u, outcome.exitCode);
     EXPECT_THAT(LinesOf(outcome.out), Contains("bytes                65536"));
-    EmptyTheLoopBack();
 }
 
 // write
@@ -382,16 +374,12 @@ class QvctlWriteTest : public QvctlStreamTest {
 protected:
     void SetUp() override {
         QvctlStreamTest::SetUp();
-        Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
+        if (HasFatalFailure()) return;
+        BeginLoopBack();
         for (std::size_t number = 0; number < kPackets; ++number) {
             packets_ += MakePacket(number, kPacketSize);
         }
         WriteBytes(Source(), packets_);
-    }
-
-    void TearDown() override {
-        EmptyTheLoopBack();
-        QvctlStreamTest::TearDown();
     }
 
     std::string Source() const { return directory_.File("sent"); }

@@ -19,6 +19,18 @@
 
 namespace QvTests {
 
+/// Takes what earlier tests have left in the loop-back buffer of a device that is in that mode. One
+/// byte more keeps the read from waiting when there are none; it is refused when there is no room
+/// for it. The read has room for the largest buffer.
+inline void EmptyTheLoopBack(QvUserLib::DeviceConnection& aConnection) {
+    std::vector<char> bytes(256 * 1024);
+    unsigned long size = 0;
+    (void)aConnection.Write("x", 1, &size, nullptr);
+    ASSERT_THAT(
+        aConnection.Read(bytes.data(), static_cast<unsigned int>(bytes.size()), &size, nullptr),
+        HasCode(QvUserLib::Code::Success));
+}
+
 /// Opens the first device, and gives it back with all parameters at their defaults.
 class SampleDeviceTest : public ::testing::Test {
 protected:
@@ -48,6 +60,12 @@ protected:
         ASSERT_THAT(parameters.Apply(), HasCode(QvUserLib::Code::Success));
     }
 
+    /// Has the first device return what is written to it from now on.
+    void BeginLoopBack() {
+        Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
+        EmptyTheLoopBack(connection_);
+    }
+
     QvUserLib::DeviceConnection connection_;
 };
 
@@ -56,21 +74,7 @@ class SampleLoopBackTest : public SampleDeviceTest {
 protected:
     void SetUp() override {
         SampleDeviceTest::SetUp();
-        if (HasFatalFailure()) return;
-        Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
-        EmptyTheLoopBack();
-    }
-
-private:
-    // Earlier tests may have left bytes. One more keeps the read from waiting when there are none;
-    // it is refused when there is no room for it. The read has room for the largest buffer.
-    void EmptyTheLoopBack() {
-        std::vector<char> bytes(256 * 1024);
-        unsigned long size = 0;
-        (void)connection_.Write("x", 1, &size, nullptr);
-        ASSERT_THAT(
-            connection_.Read(bytes.data(), static_cast<unsigned int>(bytes.size()), &size, nullptr),
-            HasCode(QvUserLib::Code::Success));
+        if (!HasFatalFailure()) BeginLoopBack();
     }
 };
 

@@ -80,10 +80,11 @@ public:
         startup.hStdOutput = out_.WriteEnd();
         startup.hStdError = err_.WriteEnd();
         if (!::CreateProcessW(tool.c_str(), commandLine.data(), nullptr, nullptr,
-                              /*bInheritHandles=*/TRUE, aFlags, nullptr, nullptr, &startup,
-                              &process_)) {
+                              /*bInheritHandles=*/TRUE, CREATE_SUSPENDED | aFlags, nullptr, nullptr,
+                              &startup, &process_)) {
             ADD_FAILURE() << "qvctl.exe does not start: " << ::GetLastError();
         }
+        RunNoLongerThanThisProgram(process_);
         out_.CloseWriteEnd();
         err_.CloseWriteEnd();
         output_ = std::async(std::launch::async, [this] {
