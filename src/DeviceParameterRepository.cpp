@@ -89,7 +89,8 @@ Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConne
 
 std::vector<const Parameter*> ChangedOf(const ParameterRepository& aRepository) {
     std::vector<const Parameter*> changed;
-    for (unsigned long index = 0; index < aRepository.GetCount(); ++index) {
+    const unsigned long count = aRepository.GetCount();
+    for (unsigned long index = 0; index < count; ++index) {
         const Parameter* const parameter = aRepository.GetByIndex(index);
         if (parameter->HasChanged(/*aReset=*/false)) changed.push_back(parameter);
     }
@@ -157,11 +158,12 @@ Result DeviceParameterRepository::Refresh() {
 bool DeviceParameterRepository::IsConnected() const { return connection_ != nullptr; }
 
 unsigned int DeviceParameterRepository::GetChangeCount() const {
-    unsigned int count = 0;
-    for (unsigned long index = 0; index < GetCount(); ++index) {
-        if (GetByIndex(index)->HasChanged(/*aReset=*/false)) ++count;
+    unsigned int changed = 0;
+    const unsigned long count = GetCount();
+    for (unsigned long index = 0; index < count; ++index) {
+        if (GetByIndex(index)->HasChanged(/*aReset=*/false)) ++changed;
     }
-    return count;
+    return changed;
 }
 
 }  // namespace QvUserLib

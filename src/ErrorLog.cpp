@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "CopyBytes.h"
 #include "DateTimeText.h"
 #include "ExpandText.h"
 #include "ReportError.h"
@@ -42,7 +43,7 @@ bool IsEmptyFormat(const char* aFormat) { return aFormat == nullptr || *aFormat 
 // Copies as much of the text as fits.
 void CopyText(char* aOut, std::size_t aSize, const char* aText) {
     const std::size_t length = LengthUpTo(aText, aSize - 1);
-    std::memcpy(aOut, aText, length);
+    CopyBytes(aOut, aText, length);
     aOut[length] = '\0';
 }
 
@@ -254,7 +255,7 @@ Result ErrorLog::WriteLine(const char* aLine) {
     std::size_t length = 0;
     for (const char* in = aLine; *in != '\0' && length < kWrittenSize - 1;) {
         const std::size_t plain = LengthUpTo(in, '%', kWrittenSize - 1 - length);
-        std::memcpy(line + length, in, plain);
+        CopyBytes(line + length, in, plain);
         length += plain;
         in += plain;
         if (*in != '%' || length == kWrittenSize - 1) continue;
@@ -270,7 +271,7 @@ void ErrorLog::AddRecord(const Result& aResult, const char* aFile, unsigned long
     newest_ = (newest_ + 1) % kRecordCount;
     Record& record = records_[newest_];
     record.result = aResult;
-    std::memcpy(record.message, aMessage, aLength + 1);
+    CopyBytes(record.message, aMessage, aLength + 1);
     CopyText(record.file, sizeof record.file, aFile != nullptr ? aFile : "");
     record.line = aLine;
     record.thread = ::GetCurrentThreadId();

@@ -5,8 +5,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 
+#include "CopyBytes.h"
 #include "TextLength.h"
 
 namespace QvUserLib {
@@ -26,7 +26,7 @@ public:
     const char* AppendUpTo(const char* aText, char aStop) {
         const auto room = static_cast<std::size_t>(end_ - next_);
         const std::size_t length = LengthUpTo(aText, aStop, room);
-        std::memcpy(next_, aText, length);
+        CopyBytes(next_, aText, length);
         next_ += length;
         return aText + length;
     }

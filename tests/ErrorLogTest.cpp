@@ -869,6 +869,27 @@ TEST_F(ErrorLogTest, DumpWritesTheErrorsNewestFirst) {
                                      LineBehindTime({1}, "error 1")));
 }
 
+// The pieces of a line are copied in different ways, depending on their length.
+TEST_F(ErrorLogTest, DumpHoldsMessagesAndFilesOfEveryLength) {
+    constexpr char kLetters[] = "abcdefghijklmnopqrstuvwxyz0123456789";
+    const auto textOf = [&](std::size_t aLength) {
+        std::string text;
+        while (text.size() < aLength) text += kLetters;
+        return text.substr(0, aLength);
+    };
+    for (const std::size_t longest : {64, 100}) {
+        std::vector<std::string> lines;
+        for (std::size_t length = longest - 63; length <= longest; ++length) {
+            const std::string text = textOf(length);
+            (void)log_.WriteError(Result(5), text.c_str(), kLine, "%s", text.c_str());
+            lines.insert(lines.begin(), LineBehindTime({5, "ERR ", text}, text));
+        }
+        Open();
+        EXPECT_THAT(log_.DumpLastError(), IsBareCode(Code::Success));
+        EXPECT_EQ(lines, WithoutTimes(CloseAndRead()));
+    }
+}
+
 TEST_F(ErrorLogTest, DumpWritesTheSixtyFourNewestErrors) {
     ReportRange(1, kRingSize + 1);
     Open();
