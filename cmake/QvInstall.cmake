@@ -6,6 +6,15 @@
 
 include(CMakePackageConfigHelpers)
 
+# All that is installed and has to be built before.
+add_custom_target(delivered)
+add_dependencies(delivered QvBaseLib QvUserLib QvSampleSetup qvctl QvPathEntry)
+foreach(target QvSampleDriver QvRuntimeDlls)
+    if(TARGET ${target})
+        add_dependencies(delivered ${target})
+    endif()
+endforeach()
+
 set(qv_package_dir lib/cmake/QvUserLib)
 configure_package_config_file(
     ${PROJECT_SOURCE_DIR}/cmake/QvUserLibConfig.cmake.in
@@ -33,27 +42,69 @@ foreach(name QvBaseLib QvUserLib)
     install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc DESTINATION lib/pkgconfig)
 endforeach()
 
-# The sample driver as a start for one's own, with the INF as it is used.
+# The sample driver as a start for one's own: a project of its own, with the INF as it is used.
 install(
     DIRECTORY ${PROJECT_SOURCE_DIR}/driver
     DESTINATION share/QvUserLib
     PATTERN .clang-tidy EXCLUDE
+    PATTERN README.md EXCLUDE
+)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/QvVersionResource.cmake
+              ${PROJECT_SOURCE_DIR}/cmake/VersionInfo.rc.in
+        DESTINATION share/QvUserLib/driver/cmake
 )
 if(QV_BUILD_DRIVER)
     install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/QvSampleDriver.inf
             DESTINATION share/QvUserLib/driver
     )
 endif()
+install(
+    DIRECTORY ${PROJECT_SOURCE_DIR}/examples
+    DESTINATION share/QvUserLib
+    PATTERN README.md EXCLUDE
+)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/x86_64-w64-mingw32.cmake
+        DESTINATION share/QvUserLib/cmake
+)
 
 # The default configuration of logging, to start one's own from; the one that is used lies beside
 # the library.
-install(FILES ${PROJECT_SOURCE_DIR}/config/default.logcfg DESTINATION share/QvUserLib OPTIONAL)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION share/QvUserLib OPTIONAL)
+install(FILES ${PROJECT_SOURCE_DIR}/config/default.logcfg DESTINATION share/QvUserLib)
 
-install(FILES ${PROJECT_SOURCE_DIR}/README.md ${PROJECT_SOURCE_DIR}/CHANGELOG.md
-        DESTINATION share/doc/QvUserLib
+# The pages, with links that fit where they are then, and the reference if it was made before.
+set(qv_pages
+    README.md
+    CHANGELOG.md
+    CONTRIBUTING.md
+    SECURITY.md
+    docs/README.md
+    docs/abi.md
+    docs/architecture.md
+    docs/devices.md
+    docs/errors-and-logs.md
+    docs/getting-started.md
+    docs/log4cxx.md
+    docs/parameters.md
+    docs/performance.md
+    docs/reliability.md
+    docs/streaming.md
+    docs/troubleshooting.md
+    docs/writing-a-driver.md
+    driver/README.md
+    examples/README.md
 )
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION share/doc/QvUserLib OPTIONAL)
+find_package(Python3 REQUIRED COMPONENTS Interpreter)
+set(qv_page_tool ${PROJECT_SOURCE_DIR}/cmake/install_pages.py)
+execute_process(
+    COMMAND ${Python3_EXECUTABLE} ${qv_page_tool} ${PROJECT_SOURCE_DIR}
+            ${PROJECT_BINARY_DIR}/package/pages ${qv_pages} COMMAND_ERROR_IS_FATAL ANY
+)
+list(TRANSFORM qv_pages PREPEND ${PROJECT_SOURCE_DIR}/)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${qv_pages} ${qv_page_tool})
+install(DIRECTORY ${PROJECT_BINARY_DIR}/package/pages/share DESTINATION .)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/reference/html
+        DESTINATION share/doc/QvUserLib/reference OPTIONAL
+)
 
 # qv_install_license(NAME FILE): the licence of something that is part of what is installed.
 function(qv_install_license name file)

@@ -1,7 +1,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# How our targets are built: language level, warnings, hardening, version resource, runtime DLLs.
+# How our targets are built: language level, warnings, hardening, runtime DLLs.
+
+include(QvVersionResource)
 
 # qv_configure_compilation(TARGET): how all our code is compiled. Everything here is private to the
 # target; clients keep their own flags.
@@ -49,31 +51,6 @@ function(qv_configure_target target description)
     if(TARGET QvRuntimeDlls)
         add_dependencies(${target} QvRuntimeDlls)
     endif()
-endfunction()
-
-# qv_add_version_resource(TARGET DESCRIPTION): a VERSIONINFO resource with the project's version.
-# The file name in it comes from the target's OUTPUT_NAME, which has to be set before.
-function(qv_add_version_resource target description)
-    get_target_property(type ${target} TYPE)
-    get_target_property(name ${target} OUTPUT_NAME)
-    if(NOT name)
-        set(name ${target})
-    endif()
-    get_target_property(suffix ${target} SUFFIX)
-    if(suffix)
-        set(QV_FILE_NAME ${name}${suffix})
-        set(QV_FILE_TYPE VFT_DRV)
-    elseif(type STREQUAL "EXECUTABLE")
-        set(QV_FILE_NAME ${name}.exe)
-        set(QV_FILE_TYPE VFT_APP)
-    else()
-        set(QV_FILE_NAME ${name}.dll)
-        set(QV_FILE_TYPE VFT_DLL)
-    endif()
-    set(QV_FILE_DESCRIPTION "${description}")
-    set(resource ${CMAKE_CURRENT_BINARY_DIR}/${target}.rc)
-    configure_file(${PROJECT_SOURCE_DIR}/cmake/VersionInfo.rc.in ${resource} @ONLY)
-    target_sources(${target} PRIVATE ${resource})
 endfunction()
 
 # qv_add_runtime_dlls(): copies the compiler's runtime DLLs, stripped, beside our programs and

@@ -13,10 +13,17 @@ set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 
 # Further places are given with -D CMAKE_FIND_ROOT_PATH=…
 list(APPEND CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
+# Installed, this file lies in share/QvUserLib/cmake, and the library is found without being told.
+cmake_path(SET qv_prefix NORMALIZE ${CMAKE_CURRENT_LIST_DIR}/../../..)
+if(EXISTS ${qv_prefix}/lib/cmake/QvUserLib)
+    list(APPEND CMAKE_FIND_ROOT_PATH ${qv_prefix})
+endif()
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-# Tests run in a Wine prefix of the build directory.
-set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-in-wine.sh)
+# Tests run in a Wine prefix of the build directory; in other projects as they see fit.
+if(EXISTS ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-in-wine.sh)
+    set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../scripts/run-in-wine.sh)
+endif()

@@ -2,7 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything and makes the packages: a zip file and an installer, in build/mingw/dist.
+# Builds what is delivered and makes the packages of it: a zip file and an installer, in
+# build/mingw/dist.
 # Usage: scripts/package.sh
 set -euo pipefail
 
@@ -10,7 +11,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
 
 scripts/install-packages.sh --quiet nsis
-scripts/build.sh mingw
+scripts/build.sh mingw delivered
+scripts/docs.sh
 step "Packing into build/mingw/dist"
 rm -rf build/mingw/dist
 run_quietly build/mingw/package.log cpack --config build/mingw/CPackConfig.cmake

@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: MIT
 #
 # Tries the packages of scripts/package.sh in a fresh Wine prefix of the build directory: the
-# installer is run without questions, what it installed is used, and it is uninstalled; then the zip
-# file is unpacked and used.
+# installer is run without questions, what it installed is used, and it is uninstalled; then what the
+# guide says is done with the zip file, in a prefix of its own.
 # Usage: scripts/test-package.sh
 set -euo pipefail
 
@@ -120,8 +120,7 @@ if is_registered; then fail "the system's list of programs still has the library
 rest=$(find "$root/Driver Tools" -type f ! -name Uninstall.exe)
 [[ "$rest" == "$installed/a file of the user" ]] || fail "wrong files are left: $rest"
 
-step "Using the zip file"
-cmake -E chdir "$work" cmake -E tar xf "$PWD/$archive"
-expect_text "qvctl " "$work/$(basename "$archive" .zip)/bin/qvctl.exe" --version
+step "Doing with the zip file what the guide says"
+cmake -D ZIP="$PWD/$archive" -D WORK="$work" -D PYTHON=python3 -P tests/package/FollowGuide.cmake
 
 step "The packages work"

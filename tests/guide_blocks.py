@@ -10,15 +10,19 @@ cpp             Compiled and run, alone. A block without a `main` becomes the bo
 console         Each line `$ qvctl …` is run; what it prints follows.
 c, cmake,       Stands word for word, up to indentation, in the file that the comment before it
 properties      names: `<!-- from driver/src/Driver.c -->`.
-text            The output of the program before it.
-sh, mermaid     Not tried; scripts that are named have to be there.
+text            The output of the program before it, or of the commands before it.
+sh              Commands with `<!-- follow -->` in front are typed by `follow`. Others are not tried;
+                scripts that are named have to be there.
+mermaid         Not tried.
 
 A comment `<!-- before … -->` in front of a block holds what the reader need not see: statements
-for `cpp`, commands for `console`.
+for `cpp`, commands for `console`. A comment `<!-- file NAME -->` tells the file that `follow` puts
+the block into.
 
 Usage: guide_blocks.py generate ROOT OUTPUT PAGE…     writes programs, expectations and a list
        guide_blocks.py excerpts ROOT PAGE…            checks excerpts and named scripts
        guide_blocks.py console ROOT PAGE NUMBER BIN [EMULATOR…]
+       guide_blocks.py follow ROOT PAGE DIRECTORY     does in the directory what the page says
 """
 
 import dataclasses
@@ -72,6 +76,15 @@ class Block:
         """Where it is, for messages."""
         return f"{self.page}:{self.line}"
 
+    def file(self):
+        """The file that the reader makes of it; empty for none."""
+        match = re.fullmatch(r"file (\S+)", self.comment)
+        return match[1] if match else ""
+
+    def is_followed(self):
+        """Whether the reader types it."""
+        return self.language == "sh" and self.comment == "follow"
+
     def before(self):
         """The hidden part."""
         match = re.fullmatch(r"before\s+(.*)", self.comment, re.DOTALL)
@@ -101,9 +114,10 @@ def blocks_of(root, page):
         if block.language not in LANGUAGES:
             raise SystemExit(f"{block.place}: unknown language '{block.language}'")
         if block.language == "text":
-            if not blocks or blocks[-1].language != "cpp" or blocks[-1].output:
+            last = blocks[-1] if blocks else None
+            if not last or last.output or not (last.language == "cpp" or last.is_followed()):
                 raise SystemExit(f"{block.place}: a text block follows the program it belongs to")
-            blocks[-1].output = block.text
+            last.output = block.text
             continue
         blocks.append(block)
     return blocks
@@ -143,6 +157,8 @@ def generate(root, output, pages):
 
 def excerpt_error(root, block):
     """What is wrong with a block that is not run; empty when nothing is."""
+    if block.is_followed():
+        return ""
     if block.language == "sh":
         missing = [
             name
@@ -150,7 +166,7 @@ def excerpt_error(root, block):
             if not (root / name).exists()
         ]
         return f"no such file: {missing[0]}" if missing else ""
-    if block.language not in EXCERPTS:
+    if block.language not in EXCERPTS or block.file():
         return ""
     match = re.fullmatch(r"from (\S+)", block.comment)
     if not match:
@@ -208,6 +224,49 @@ def run_console(root, page, number, programs, emulator):
     return False
 
 
+def script_of(blocks):
+    """Everything that is typed, in one shell; what a block prints goes to a file of its number."""
+    commands = ["set -euo pipefail"]
+    for block in blocks:
+        if block.is_followed():
+            commands.append("{\n" + block.text + f"}} >{block.number}.out")
+    return "\n".join(commands) + "\n"
+
+
+def follow(root, page, directory):
+    """Answers whether all commands succeed and print what the page shows."""
+    blocks = blocks_of(root, page)
+    for block in blocks:
+        if block.file():
+            write(directory / block.file(), block.text)
+    with open(directory / "followed.log", "wb") as log:
+        code = subprocess.run(
+            ["bash", "-x", "-c", script_of(blocks)],
+            cwd=directory,
+            stdin=subprocess.DEVNULL,
+            stdout=log,
+            stderr=log,
+            check=False,
+        ).returncode
+    if code != 0:
+        print((directory / "followed.log").read_text(encoding="utf-8", errors="replace"))
+        for output in sorted(directory.glob("*.out")):
+            print(f"{output.name}:\n{output.read_text(encoding='utf-8', errors='replace')}")
+        print(f"{page}: a command fails with {code}")
+        return False
+    wrong = False
+    for block in blocks:
+        if not block.is_followed() or not block.output:
+            continue
+        seen = (directory / f"{block.number}.out").read_text(encoding="utf-8")
+        # The build's own messages come first.
+        if not seen.endswith(block.output):
+            wrong = True
+            print(f"{block.place} shows:\n{textwrap.indent(block.output, '  ')}but this is printed:")
+            print(textwrap.indent(seen, "  "))
+    return not wrong
+
+
 def main():
     verb, root, *rest = sys.argv[1:]
     root = pathlib.Path(root)
@@ -216,6 +275,8 @@ def main():
         return 0
     if verb == "excerpts":
         return 1 if check_excerpts(root, rest) else 0
+    if verb == "follow":
+        return 0 if follow(root, rest[0], pathlib.Path(rest[1])) else 1
     page, number, programs, *emulator = rest
     return 0 if run_console(root, page, int(number), pathlib.Path(programs), emulator) else 1
 

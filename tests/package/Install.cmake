@@ -15,13 +15,22 @@ foreach(
     bin/QvBaseLib64.dll
     bin/qvctl.exe
     bin/QvSampleSetup.exe
+    bin/log4cxx/default.logcfg
+    lib/libQvUserLib64.dll.a
+    lib/libQvBaseLib64.dll.a
     include/QvUserLib/QvUserLib.h
     include/QvBaseLib/QvBaseLib.h
     include/QvSample/QvSampleDevice.h
     lib/cmake/QvUserLib/QvUserLibConfig.cmake
     lib/pkgconfig/QvUserLib.pc
+    share/QvUserLib/cmake/x86_64-w64-mingw32.cmake
+    share/QvUserLib/default.logcfg
     share/QvUserLib/driver/src/Driver.c
+    share/QvUserLib/examples/list-devices.cpp
     share/doc/QvUserLib/README.md
+    share/doc/QvUserLib/docs/getting-started.md
+    share/man/man1/qvctl.1
+    share/qvctl/qvctl.schema.json
     share/licenses/QvUserLib/LICENSE
 )
     if(NOT EXISTS ${installed}/${file})

@@ -13,7 +13,7 @@ function(qv_add_package_test name script)
             ${CMAKE_COMMAND} -D BUILD=${PROJECT_BINARY_DIR}
             -D WORK=${PROJECT_BINARY_DIR}/tests/package -D TOOLCHAIN=${CMAKE_TOOLCHAIN_FILE} -D
             CXX=${CMAKE_CXX_COMPILER} -D PKG_CONFIG=${QV_PKG_CONFIG} -D
-            EMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR} -P
+            PYTHON=${Python3_EXECUTABLE} -D EMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR} -P
             ${PROJECT_SOURCE_DIR}/tests/package/${script}.cmake
     )
     set_tests_properties(
@@ -29,4 +29,12 @@ qv_add_package_test(IsFoundByCMake FindByCMake)
 qv_add_package_test(IsNotFoundForAnotherMajorVersion RefuseOtherVersion)
 if(QV_PKG_CONFIG)
     qv_add_package_test(IsFoundByPkgConfig FindByPkgConfig)
+endif()
+qv_add_package_test(PagesHaveNoBrokenLinks Links)
+if(CMAKE_CROSSCOMPILING AND QV_PKG_CONFIG)
+    qv_add_package_test(GuideLeadsFromTheZipFileToAClientAndADriver FollowGuide)
+    set_tests_properties(
+        PackageTest.GuideLeadsFromTheZipFileToAClientAndADriver
+        PROPERTIES FIXTURES_REQUIRED "" TIMEOUT 600
+    )
 endif()
