@@ -22,6 +22,7 @@
 #include "ParameterText.h"
 #include "QvUserLib/DeviceParameterRepository.h"
 #include "QvUserLib/Parameter.h"
+#include "Spelling.h"
 #include "TestSupport.h"
 #include "TextTable.h"
 #include "Utf8.h"
@@ -424,6 +425,32 @@ TEST(QvctlTableTest, LinesFitWhateverTheCells) {
 }
 
 // Arguments
+
+TEST(QvctlSpellingTest, AWordWithAMistakeIsFound) {
+    const std::vector<std::string> known = {"show", "set", "stream", "SamplingInterval"};
+
+    EXPECT_EQ("show", Qvctl::NearestWord("shwo", known));
+    EXPECT_EQ("show", Qvctl::NearestWord("SHOW", known));
+    EXPECT_EQ("stream", Qvctl::NearestWord("streem", known));
+    EXPECT_EQ("stream", Qvctl::NearestWord("stram", known));
+    EXPECT_EQ("set", Qvctl::NearestWord("sett", known));
+    EXPECT_EQ("SamplingInterval", Qvctl::NearestWord("samplinginteval", known));
+}
+
+TEST(QvctlSpellingTest, AWordThatIsNotNearIsNotFound) {
+    const std::vector<std::string> known = {"show", "set", "stream"};
+
+    EXPECT_EQ("", Qvctl::NearestWord("", known));
+    EXPECT_EQ("", Qvctl::NearestWord("frobnicate", known));
+    EXPECT_EQ("", Qvctl::NearestWord("go", known));
+    EXPECT_EQ("", Qvctl::NearestWord("ship", known));
+}
+
+TEST(QvctlTextTest, LinesAreBrokenBetweenWordsAndNothingIsLost) {
+    EXPECT_THAT(Qvctl::Wrap("install the driver first", 12),
+                ElementsAre("install the", "driver first"));
+    EXPECT_THAT(Qvctl::Wrap("", 12), ElementsAre(""));
+}
 
 TEST(QvctlArgumentsTest, AParameterMayBeCalledAsAVerb) {
     const Qvctl::Verbs verbs = Qvctl::MakeAllVerbs();

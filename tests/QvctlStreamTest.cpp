@@ -535,7 +535,7 @@ TEST_F(QvctlStreamTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
          "--seconds: 'nan' is no time in seconds, above 0 and up to 1000000"},
         {{"stream", "--packets", "1", "--seconds", "1"}, "--packets excludes --seconds"},
         {{"stream", "--out", ""}, "--out: a file name cannot be empty"},
-        {{"stream", "extra"}, "The following argument was not expected: extra"},
+        {{"stream", "extra"}, "'extra' is an argument too many"},
         {{"write"}, "FILE is required"},
         {{"write", "file", "--size", "0"}, "--size: '0' is no whole number from 1 to 16777216"},
         {{"watch", "--every", "0"}, "--every: '0' is no whole number from 1 to 86400000"},

@@ -107,4 +107,16 @@ if(QV_PYTHON)
         QvctlColours.DoNotAppearWithNoColor unit terminal_test.py terminal plain ${qvctl} unknown
     )
     set_tests_properties(QvctlColours.DoNotAppearWithNoColor PROPERTIES ENVIRONMENT NO_COLOR=1)
+
+    # The line with it is longer than the terminal is wide.
+    set(unknown_class "{0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}")
+    qv_add_python_test(
+        QvctlDoctor.BreaksLinesBetweenWordsOnATerminal unit terminal_test.py terminal
+        ${unknown_class} ${qvctl} doctor --interface ${unknown_class}
+    )
+    qv_add_python_test(
+        QvctlDoctor.DoesNotBreakLinesInAPipe unit terminal_test.py pipe
+        "no device has had the interface ${unknown_class}" ${qvctl} doctor --interface
+        ${unknown_class}
+    )
 endif()

@@ -10,6 +10,7 @@
 
 #include "Failure.h"
 #include "InterfaceId.h"
+#include "Spelling.h"
 
 namespace Qvctl {
 namespace {
@@ -91,20 +92,51 @@ Options Understand(const OptionTexts& aTexts) {
                    aTexts.verbose};
 }
 
-// The parser's words where the mistake is in a verb's arguments, ours where there is no verb.
+std::vector<std::string> NamesOf(const std::vector<const CLI::App*>& aCommands) {
+    std::vector<std::string> names;
+    for (const CLI::App* command : aCommands) names.push_back(command->get_name());
+    return names;
+}
+
+std::vector<std::string> NamesOf(const std::vector<const CLI::Option*>& aOptions) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : aOptions) {
+        for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+    return names;
+}
+
+bool IsOption(const std::string& aWord) { return aWord.rfind('-', 0) == 0; }
+
+// What is wrong with the arguments of a verb: the parser's words where they are plain enough.
+std::string MistakeIn(const CLI::App& aCommand, const CLI::ParseError& aError) {
+    std::string message = aError.what();
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    if (aError.get_exit_code() == static_cast<int>(CLI::ExitCodes::ArgumentMismatch)) {
+        const std::string option = message.substr(0, message.find(':'));
+        const bool isMissing = message.find("missing") != std::string::npos;
+        return option + (isMissing ? ": a value is missing" : " is given more than once");
+    }
+    const std::vector<std::string> unexpected = aCommand.remaining();
+    if (unexpected.empty()) return message;
+    const std::string& word = unexpected.front();
+    if (!IsOption(word)) return "'" + word + "' is an argument too many";
+    return "there is no option '" + word + "'" + Suggestion(word, NamesOf(aCommand.get_options()));
+}
+
 Failure WrongUsage(const CLI::App& aProgram, const std::vector<std::string>& aArguments,
                    const CLI::ParseError& aError) {
     const std::vector<CLI::App*> commands = aProgram.get_subcommands();
     std::string message;
     if (aArguments.empty()) {
         message = "a verb is missing";
-    } else if (aArguments.front().rfind('-', 0) == 0) {
+    } else if (IsOption(aArguments.front())) {
         message = "options follow the verb, but '" + aArguments.front() + "' comes first";
     } else if (commands.empty()) {
-        message = "there is no verb '" + aArguments.front() + "'";
+        message = "there is no verb '" + aArguments.front() + "'" +
+                  Suggestion(aArguments.front(), NamesOf(aProgram.get_subcommands(nullptr)));
     } else {
-        message = aError.what();
-        std::replace(message.begin(), message.end(), '\n', ' ');
+        message = MistakeIn(*commands.front(), aError);
     }
     const std::string verb = commands.empty() ? std::string() : commands.front()->get_name() + " ";
     return Failure(ExitCode::WrongUsage, message + "; see \"qvctl " + verb + "--help\"");
@@ -119,6 +151,7 @@ void SetUp(CLI::App& aProgram, const Verbs& aVerbs, OptionTexts& aTexts) {
     aProgram.footer(kDetails);
     aProgram.get_formatter()->column_width(26);
     aProgram.get_formatter()->label("SUBCOMMAND", "VERB ...");
+    aProgram.get_formatter()->label("Positionals", "Arguments");
     for (const std::unique_ptr<Verb>& verb : aVerbs) AddVerb(aProgram, *verb, aTexts);
 }
 

@@ -16,7 +16,8 @@ Failure CannotOpen(const Device& aDevice, const QvUserLib::Result& aResult) {
         return Failure(ExitCode::NoSuchDevice,
                        "there is no device '" + aDevice.path + "': " + reason, aResult.GetCode());
     }
-    return Failure(ExitCode::Failed, "cannot open '" + aDevice.path + "': " + reason,
+    return Failure(ExitCode::Failed,
+                   "cannot open '" + aDevice.path + "': " + reason + "; \"qvctl doctor\" tells why",
                    aResult.GetCode());
 }
 

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "LibraryError.h"
+#include "Spelling.h"
 #include "Utf8.h"
 
 namespace Qvctl {
@@ -51,13 +52,12 @@ std::vector<Parameter*> GetNamedParameters(ParameterRepository& aParameters,
 }
 
 std::string SuggestName(ParameterRepository& aParameters, const std::string& aName) {
-    const std::string wanted = LibraryText(aName).ToLower();
+    std::vector<std::string> names;
     for (const Parameter* parameter : GetAllParameters(aParameters)) {
-        if (parameter->GetName().ToLower() == wanted) {
-            return "did you mean " + Printable(Utf8Of(parameter->GetName())) + "?";
-        }
+        names.push_back(Utf8Of(parameter->GetName()));
     }
-    return std::string();
+    const std::string nearest = NearestWord(aName, names);
+    return nearest.empty() ? nearest : "did you mean " + Printable(nearest) + "?";
 }
 
 void RequireDistinctNames(const std::vector<std::string>& aNames) {

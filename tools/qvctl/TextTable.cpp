@@ -73,19 +73,6 @@ std::size_t FittingBytes(const std::string& aText, std::size_t aWidth) {
     return position;
 }
 
-std::vector<std::string> Wrap(std::string aText, std::size_t aWidth) {
-    std::vector<std::string> lines;
-    while (WidthOf(aText) > aWidth) {
-        const std::size_t fitting = FittingBytes(aText, aWidth);
-        const std::size_t blank = aText.rfind(' ', fitting);
-        const bool atBlank = blank != std::string::npos && blank > 0;
-        lines.push_back(aText.substr(0, atBlank ? blank : fitting));
-        aText.erase(0, atBlank ? blank + 1 : fitting);
-    }
-    if (!aText.empty() || lines.empty()) lines.push_back(aText);
-    return lines;
-}
-
 std::size_t LongestWord(const std::string& aText) {
     std::size_t longest = 0;
     std::istringstream words(aText);
@@ -137,6 +124,19 @@ void AppendCells(std::string& aOut, const std::vector<std::string>& aCells,
 }
 
 }  // namespace
+
+std::vector<std::string> Wrap(std::string aText, std::size_t aWidth) {
+    std::vector<std::string> lines;
+    while (WidthOf(aText) > aWidth) {
+        const std::size_t fitting = FittingBytes(aText, aWidth);
+        const std::size_t blank = aText.rfind(' ', fitting);
+        const bool atBlank = blank != std::string::npos && blank > 0;
+        lines.push_back(aText.substr(0, atBlank ? blank : fitting));
+        aText.erase(0, atBlank ? blank + 1 : fitting);
+    }
+    if (!aText.empty() || lines.empty()) lines.push_back(aText);
+    return lines;
+}
 
 TextTable::TextTable(std::vector<std::string> aHeadings) {
     rows_.push_back(Row{std::move(aHeadings), std::string()});

@@ -12,6 +12,10 @@
 
 namespace Qvctl {
 
+// The text in lines of at most `aWidth` columns, broken between words where it can be. One line at
+// least.
+std::vector<std::string> Wrap(std::string aText, std::size_t aWidth);
+
 // Nothing is cut: a cell that is too wide for its column goes on in further lines, broken between
 // words where it can be.
 class TextTable {

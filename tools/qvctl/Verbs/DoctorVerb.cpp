@@ -7,6 +7,7 @@
 
 #include "Doctor.h"
 #include "Inspection.h"
+#include "TextTable.h"
 #include "Utf8.h"
 
 namespace Qvctl {
@@ -39,14 +40,33 @@ std::string Padded(std::string aText, std::size_t aWidth) {
     return aText;
 }
 
+// A console would break lines anywhere; what reads from a file or a pipe gets whole ones.
+std::vector<std::string> LinesFor(const Output& aOut, const std::string& aText,
+                                  std::size_t aIndent) {
+    const std::string text = Printable(aText);
+    if (!aOut.IsTerminal()) return {text};
+    // The last column stays free: some consoles go to the next line once it is written to.
+    return Wrap(text, aOut.GetWidth() - aIndent - 1);
+}
+
 void Print(Output& aOut, const Check& aCheck) {
     constexpr std::size_t kVerdictWidth = 9;
     constexpr std::size_t kNameWidth = 12;
+    constexpr std::size_t kArrowWidth = 3;
+    constexpr std::size_t kIndent = kVerdictWidth + kNameWidth;
     aOut.WriteColoured(ColourOf(aCheck.verdict),
                        Padded(VerdictText(aCheck.verdict), kVerdictWidth));
-    aOut.WriteLine(Padded(aCheck.name, kNameWidth) + Printable(aCheck.found));
+    std::string margin = Padded(aCheck.name, kNameWidth);
+    for (const std::string& line : LinesFor(aOut, aCheck.found, kIndent)) {
+        aOut.WriteLine(margin + line);
+        margin = std::string(kIndent, ' ');
+    }
     if (aCheck.advice.empty()) return;
-    aOut.WriteLine(std::string(kVerdictWidth + kNameWidth, ' ') + "-> " + Printable(aCheck.advice));
+    std::string arrow = "-> ";
+    for (const std::string& line : LinesFor(aOut, aCheck.advice, kIndent + kArrowWidth)) {
+        aOut.WriteLine(margin + arrow + line);
+        arrow = std::string(kArrowWidth, ' ');
+    }
 }
 
 nlohmann::ordered_json ToJson(const Check& aCheck) {
