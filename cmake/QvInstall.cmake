@@ -80,6 +80,7 @@ set(qv_pages
     docs/README.md
     docs/abi.md
     docs/architecture.md
+    docs/building-blocks.md
     docs/devices.md
     docs/errors-and-logs.md
     docs/getting-started.md

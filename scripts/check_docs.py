@@ -5,7 +5,7 @@
 Usage: check_docs.py [--links-only] PAGE…      (from the project's directory)
 
 A link leads to a file that is there and, if it names one, to a heading of that page. Each message
-in quotation marks in docs/troubleshooting.md stands so in a source of the library.
+in quotation marks in the first column of docs/troubleshooting.md stands so in a source of the library.
 """
 
 import pathlib
@@ -42,10 +42,11 @@ def unknown_messages():
     """Quoted messages that no source has. There, a long one is in pieces."""
     sources = [*pathlib.Path("src").glob("*.cpp"), *pathlib.Path("src").glob("*.h")]
     code = "".join(source.read_text(encoding="utf-8") for source in sources)
-    code = re.sub(r'"\s*"', "", code)
-    for message in re.findall(r'^\| (?:\w+ after )?"([^"]+)" \|', prose_of(MESSAGES), re.M):
-        if f'"{message}"' not in code:
-            yield message
+    code = re.sub(r'"\s*"', "", code).replace('\\n"', '"')
+    for cell in re.findall(r"^\|([^|]+)\|", prose_of(MESSAGES), re.M):
+        for message in re.findall(r'"([^"]+)"', cell):
+            if f'"{message}"' not in code:
+                yield message
 
 
 def main():

@@ -14,6 +14,7 @@ set(guide_pages
     docs/streaming.md
     docs/errors-and-logs.md
     docs/log4cxx.md
+    docs/building-blocks.md
     docs/troubleshooting.md
     docs/architecture.md
     docs/abi.md

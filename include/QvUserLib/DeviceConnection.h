@@ -48,6 +48,11 @@ public:
 
     /// Sends an I/O-control request.
     ///
+    /// @param aCode        The control code, as the driver defines it.
+    /// @param aIn          What the driver gets; null for nothing.
+    /// @param aInSize      The size of `aIn` in bytes.
+    /// @param aOut         Receives what the driver returns; null for nothing.
+    /// @param aOutSize     The size of `aOut` in bytes.
     /// @param aInfo        Receives how many bytes the driver returned.
     /// @param aOverlapped  Null to wait for the request. Otherwise it and the buffers have to stay
     ///                     valid until the request has completed.

@@ -57,10 +57,11 @@ public:
     /// Logs `aPrefix`, a blank and the expanded text at a level, cut to 1023 characters in all. A
     /// text that log4cxx throws goes to standard output.
     ///
+    /// @param aLevel   The level; the configuration says from which one on messages are kept.
     /// @param aFile    Not used.
     /// @param aLine    Not used.
-    /// @param aPrefix  In the ANSI code page, as is the text. Null counts as empty, and so does a
-    ///                 null `aFormat`.
+    /// @param aPrefix  In the ANSI code page, as is the text. Null counts as empty.
+    /// @param aFormat  The text, expanded as by `printf`. Null counts as empty.
     QVBASELIB_PRINTF(6, 7)
     void Log(PriorityLevel aLevel, const char* aFile, unsigned long aLine, const char* aPrefix,
              const char* aFormat, ...);

@@ -94,6 +94,7 @@ Options Understand(const OptionTexts& aTexts) {
 
 std::vector<std::string> NamesOf(const std::vector<const CLI::App*>& aCommands) {
     std::vector<std::string> names;
+    names.reserve(aCommands.size());
     for (const CLI::App* command : aCommands) names.push_back(command->get_name());
     return names;
 }

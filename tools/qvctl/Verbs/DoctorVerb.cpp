@@ -62,10 +62,10 @@ void Print(Output& aOut, const Check& aCheck) {
         margin = std::string(kIndent, ' ');
     }
     if (aCheck.advice.empty()) return;
-    std::string arrow = "-> ";
+    margin += "-> ";
     for (const std::string& line : LinesFor(aOut, aCheck.advice, kIndent + kArrowWidth)) {
-        aOut.WriteLine(margin + arrow + line);
-        arrow = std::string(kArrowWidth, ' ');
+        aOut.WriteLine(margin + line);
+        margin = std::string(kIndent + kArrowWidth, ' ');
     }
 }
 
