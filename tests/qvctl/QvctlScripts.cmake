@@ -49,12 +49,18 @@ if(QV_BASH)
 
     qv_add_completion_test(VerbsComeFirst "show set stream" s)
     qv_add_completion_test(OptionsOfTheVerbFollow "--packets" stream --pa)
-    qv_add_completion_test(NamesOfParametersAreTheDevices "Gain Label" get nothing)
+    qv_add_completion_test(NamesOfParametersAreTheDevices "Gain Label \\$\\(exit\\ 9\\)\\ x" get nothing)
     qv_add_completion_test(AssignmentsEndWithTheirSign "Gain=" set Ga)
     qv_add_completion_test(FilesStandBehindAnOptionForThem "schema_test.py" stream --out sche)
     qv_add_completion_test(FilesStandWhereTheVerbTakesThem "schema_test.py" write sche)
     qv_add_completion_test(ShellsAreOfferedByName "bash powershell" completion nothing)
     qv_add_completion_test(NothingIsOfferedForANumber nothing stream --packets nothing)
+    qv_add_completion_test(NamesOfADeviceAreOffered "SamplingInterval=" set Sam)
+    list(JOIN qvctl " " command)
+    set_tests_properties(
+        QvctlCompletion.NamesOfADeviceAreOffered
+        PROPERTIES LABELS device RESOURCE_LOCK sample-devices ENVIRONMENT "QVCTL=${command}"
+    )
 endif()
 
 # Debian's, which knows Debian's packages.

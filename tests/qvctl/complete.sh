@@ -5,6 +5,7 @@
 # Completes a command line as bash does and compares what is offered.
 # Usage: complete.sh SCRIPT EXPECTED WORD…    (the last word is the one at the cursor; "nothing"
 # stands for an empty one)
+# QVCTL names the tool, when names are to come from a device.
 set -euo pipefail
 
 source "$1"
@@ -13,10 +14,17 @@ COMP_WORDS=("${@:3}")
 COMP_WORDS[-1]=${COMP_WORDS[-1]/#nothing/}
 COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
 
-# Stands for the tool with a device.
+# The tool, or what stands for it with a device.
 qvctl() {
+    if [[ -n "${QVCTL-}" ]]; then
+        # One word each, without blanks inside.
+        # shellcheck disable=SC2086
+        $QVCTL "$@"
+        return
+    fi
     printf '{\n  "parameters": [\n    {\n      "name": "Gain",\n      "id": 2\n    },\n'
-    printf '    {\n      "name": "Label",\n      "id": 6\n    }\n  ]\n}\n'
+    printf '    {\n      "name": "Label",\n      "id": 6\n    },\n'
+    printf '    {\n      "name": "$(exit 9) x",\n      "id": 7\n    }\n  ]\n}\n'
 }
 
 # Stands for bash's own, which works only while a word is completed.

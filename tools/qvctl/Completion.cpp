@@ -68,6 +68,15 @@ _qvctl_parameters() {
     "${COMP_WORDS[0]}" show --all --json 2>/dev/null | sed -n 's/^ *"name": "\(.*\)",\{0,1\}$/\1/p'
 }
 
+# _qvctl_offer_parameters ENDING: offers their names, quoted: a driver may call them anything, and
+# compgen -W would expand them.
+_qvctl_offer_parameters() {
+    local name
+    while IFS= read -r name; do
+        if [[ "$name" == "$current"* ]]; then COMPREPLY+=("$(printf %q "$name")$1"); fi
+    done < <(_qvctl_parameters)
+}
+
 # _qvctl_offer KIND: offers what may stand where the word is.
 _qvctl_offer() {
     case "$1" in
@@ -75,10 +84,10 @@ _qvctl_offer() {
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
         name)
-            mapfile -t COMPREPLY < <(compgen -W "$(_qvctl_parameters)" -- "$current") ;;
+            _qvctl_offer_parameters "" ;;
         assignment)
             compopt -o nospace 2>/dev/null
-            mapfile -t COMPREPLY < <(compgen -S = -W "$(_qvctl_parameters)" -- "$current") ;;
+            _qvctl_offer_parameters = ;;
         *)
             mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current") ;;
     esac
@@ -126,7 +135,9 @@ Register-ArgumentCompleter -Native -CommandName qvctl, qvctl.exe -ScriptBlock {
         default { $kind -split ' ' }
     }
     $offered | Where-Object { $_ -and $_.StartsWith($word) } | ForEach-Object {
-        [System.Management.Automation.CompletionResult]::new($_, $_, 'ParameterValue', $_)
+        # A driver may call its parameters anything.
+        $text = if ($_ -match '^[\w.|=-]+$') { $_ } else { "'" + $_.Replace("'", "''") + "'" }
+        [System.Management.Automation.CompletionResult]::new($text, $_, 'ParameterValue', $_)
     }
 }.GetNewClosure()
 )script";
