@@ -28,7 +28,10 @@ void ShowFile(const char* aTitle, const std::string& aPath, const char* aMark) {
 }  // namespace
 
 int main(int aCount, char** aArguments) {
-    if (aCount != 2) return 2;
+    if (aCount != 2) {
+        std::fprintf(stderr, "Usage: log-setup FOLDER\n");
+        return 2;
+    }
     const std::string folder = aArguments[1];
     const std::string errorPath = folder + "\\errors.log";
     const std::string logPath = folder + "\\program.log";

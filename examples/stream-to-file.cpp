@@ -32,7 +32,10 @@ bool PrepareStream(QvUserLib::DeviceConnection& aDevice) {
 }  // namespace
 
 int main(int aCount, char** aArguments) {
-    if (aCount != 2) return 2;
+    if (aCount != 2) {
+        std::fprintf(stderr, "Usage: stream-to-file FILE\n");
+        return 2;
+    }
     QvUserLib::DeviceConnection device;
     if (device.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0).IsFailure()) return 3;
     std::ofstream file(aArguments[1], std::ios::binary);

@@ -4,11 +4,13 @@
 # Builds the sources that this port lies among.
 
 vcpkg_check_linkage(ONLY_DYNAMIC_LIBRARY)
+vcpkg_find_acquire_program(PYTHON3)
 get_filename_component(SOURCE_PATH ${CMAKE_CURRENT_LIST_DIR}/../../../.. ABSOLUTE)
 
 vcpkg_cmake_configure(
     SOURCE_PATH ${SOURCE_PATH}
-    OPTIONS -DQV_BUILD_TESTS=OFF -DQV_BUILD_DRIVER=OFF
+    OPTIONS -DQV_BUILD_TESTS=OFF -DQV_BUILD_EXAMPLES=OFF -DQV_BUILD_DRIVER=OFF
+            -DPython3_EXECUTABLE=${PYTHON3}
 )
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(CONFIG_PATH lib/cmake/QvUserLib)
