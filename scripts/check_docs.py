@@ -6,6 +6,7 @@ Usage: check_docs.py [--links-only] PAGE…      (from the project's directory)
 
 A link leads to a file that is there and, if it names one, to a heading of that page. Each message
 in quotation marks in the first column of docs/troubleshooting.md stands so in a source of the library.
+A command of the tool that stands within a line has a verb and options that its manual page knows.
 """
 
 import pathlib
@@ -13,6 +14,7 @@ import re
 import sys
 
 MESSAGES = pathlib.Path("docs/troubleshooting.md")
+MANUAL = pathlib.Path("tools/qvctl/qvctl.1")
 
 
 def prose_of(page):
@@ -49,12 +51,26 @@ def unknown_messages():
                 yield message
 
 
+def unknown_commands(page):
+    """Commands within lines that the tool would refuse; words in capitals stand for others."""
+    manual = MANUAL.read_text(encoding="utf-8").replace("\\-", "-")
+    verbs = set(re.findall(r"^\.SS (.*)$", manual, re.M))
+    options = set(re.findall(r"^\\fB(--[\w-]+)", manual, re.M))
+    for command in re.findall(r"`qvctl ([^`]+)`", prose_of(page)):
+        first, *rest = command.split()
+        is_known = first in verbs or first.isupper() or command in ("--help", "--version")
+        if not is_known or any(word not in options for word in rest if word.startswith("--")):
+            yield f"qvctl {command}"
+
+
 def main():
     pages = sys.argv[1:]
     links_only = pages[:1] == ["--links-only"]
     errors = [f"{page}: broken link {target}" for page in pages[links_only:]
               for target in broken_links(pathlib.Path(page))]
     if not links_only:
+        errors += [f"{page}: qvctl would refuse this: {command}" for page in pages
+                   for command in unknown_commands(pathlib.Path(page))]
         errors += [f"{MESSAGES}: no such message: {message}" for message in unknown_messages()]
     print("\n".join(errors), end="\n" if errors else "")
     return 1 if errors else 0

@@ -429,10 +429,10 @@ TEST(QvctlTableTest, LinesFitWhateverTheCells) {
 TEST(QvctlSpellingTest, AWordWithAMistakeIsFound) {
     const std::vector<std::string> known = {"show", "set", "stream", "SamplingInterval"};
 
-    EXPECT_EQ("show", Qvctl::NearestWord("shwo", known));
+    EXPECT_EQ("show", Qvctl::NearestWord("hsow", known));
     EXPECT_EQ("show", Qvctl::NearestWord("SHOW", known));
-    EXPECT_EQ("stream", Qvctl::NearestWord("streem", known));
-    EXPECT_EQ("stream", Qvctl::NearestWord("stram", known));
+    EXPECT_EQ("stream", Qvctl::NearestWord("strean", known));
+    EXPECT_EQ("stream", Qvctl::NearestWord("strea", known));
     EXPECT_EQ("set", Qvctl::NearestWord("sett", known));
     EXPECT_EQ("SamplingInterval", Qvctl::NearestWord("samplinginteval", known));
 }

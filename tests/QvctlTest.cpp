@@ -505,7 +505,7 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
         {{}, "a verb is missing; see \"qvctl --help\""},
         {{"frobnicate"}, "there is no verb 'frobnicate'; see \"qvctl --help\""},
         {{"show", "--frobnicate"}, "there is no option '--frobnicate'; see \"qvctl show --help\""},
-        {{"shwo"}, "there is no verb 'shwo' (did you mean show?); see \"qvctl --help\""},
+        {{"hsow"}, "there is no verb 'hsow' (did you mean show?); see \"qvctl --help\""},
         {{"list", "--jsno"},
          "there is no option '--jsno' (did you mean --json?); see \"qvctl list --help\""},
         {{"list", "all"}, "'all' is an argument too many; see \"qvctl list --help\""},

@@ -261,10 +261,14 @@ ExitCode Run() {
     CLI::App* const install = app.add_subcommand("install",
                                                  "Makes devices present and starts them.\n"
                                                  "Example: QvSampleSetup install --devices 2");
-    install->add_option("--devices", count, "How many devices there are to be, at least (1 to 64)")
+    install
+        ->add_option("--devices", count,
+                     "How many devices there are to be, at least: 1 to 64;\n1 by default")
         ->check(CLI::Range(1, 64))
+        ->option_text("N")
         ->capture_default_str();
-    install->add_option("--inf", inf, "The driver's INF; that beside this program if not given");
+    install->add_option("--inf", inf, "The driver's INF; that beside this program if not given")
+        ->option_text("FILE");
 
     CLI::App* const status =
         app.add_subcommand("status",

@@ -27,7 +27,7 @@ execute_process(
     RESULT_VARIABLE code
 )
 set(ENV{WINEPREFIX} ${user}/wine)
-execute_process(COMMAND wineserver -k -w OUTPUT_QUIET ERROR_QUIET)
+execute_process(COMMAND wineserver -k OUTPUT_QUIET ERROR_QUIET)
 if(NOT code EQUAL 0)
     message(FATAL_ERROR "${output}")
 endif()
