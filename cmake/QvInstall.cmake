@@ -115,6 +115,8 @@ endfunction()
 qv_install_license(QvUserLib ${PROJECT_SOURCE_DIR}/LICENSE)
 if(CMAKE_CROSSCOMPILING)
     qv_install_license(gcc-runtime /usr/share/doc/gcc-mingw-w64-base/copyright)
+    # To which that file refers.
+    qv_install_license(gcc-runtime /usr/share/common-licenses/GPL-3)
     qv_install_license(mingw-w64-runtime /usr/share/doc/mingw-w64-common/copyright)
     qv_install_license(CLI11 /usr/share/doc/libcli11-dev/copyright)
     qv_install_license(nlohmann-json /usr/share/doc/nlohmann-json3-dev/copyright)
