@@ -19,29 +19,40 @@ namespace QvTests {
 /// the C++ runtime in the meantime counts too.
 class AllocationCounter {
 public:
-    AllocationCounter() {
-        taken_ = 0;
-        freed_ = 0;
-    }
+    AllocationCounter() : takenBefore_(Taken()), freedBefore_(Freed()) {}
 
     /// Blocks taken since the object was made.
-    long Count() const { return taken_; }
+    long Count() const { return Taken() - takenBefore_; }
 
     /// Blocks taken and not given back yet.
-    long Live() const { return taken_ - freed_; }
+    long Live() const { return Count() - (Freed() - freedBefore_); }
+
+    /// A program that has a heap of its own, and our DLLs' objects in it, counts by itself. Its
+    /// main sets these.
+    struct Totals {
+        long (*taken)();
+        long (*freed)();
+    };
+    inline static Totals programTotals{};
 
 private:
-    static void* Taken(void* aBlock) {
+    static long Taken() {
+        return programTotals.taken != nullptr ? programTotals.taken() : taken_.load();
+    }
+    static long Freed() {
+        return programTotals.freed != nullptr ? programTotals.freed() : freed_.load();
+    }
+    static void* Counted(void* aBlock) {
         if (aBlock != nullptr) ++taken_;
         return aBlock;
     }
-    static void* Malloc(std::size_t aSize) { return Taken(std::malloc(aSize)); }
+    static void* Malloc(std::size_t aSize) { return Counted(std::malloc(aSize)); }
     static void* Calloc(std::size_t aCount, std::size_t aSize) {
-        return Taken(std::calloc(aCount, aSize));
+        return Counted(std::calloc(aCount, aSize));
     }
     static void* Realloc(void* aBlock, std::size_t aSize) {
         if (aBlock != nullptr) ++freed_;
-        return Taken(std::realloc(aBlock, aSize));
+        return Counted(std::realloc(aBlock, aSize));
     }
     static void Free(void* aBlock) {
         if (aBlock != nullptr) ++freed_;
@@ -68,6 +79,9 @@ private:
     Patches library_{"QvUserLib64.dll"};
     Patches base_{"QvBaseLib64.dll"};
     Patches runtime_{"libstdc++-6.dll"};
+    // Read last: making the redirections takes memory, too.
+    long takenBefore_;
+    long freedBefore_;
 };
 
 }  // namespace QvTests

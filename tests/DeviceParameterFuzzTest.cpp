@@ -185,6 +185,17 @@ void Save(const ParameterBlock& aBlock) {
     std::printf("the block is in %s\n", path.c_str());
 }
 
+// Blocks that once did harm, and such as are known to be hard.
+TEST(DeviceParameterFuzzTest, BlocksOfTheCorpusAreSurvived) {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QVTEST_CORPUS)) {
+        SCOPED_TRACE(entry.path().string());
+        ExpectNothingLost(ParameterBlock::FromBytes(ReadBytes(entry.path().string())));
+        ++count;
+    }
+    EXPECT_GT(count, 0);
+}
+
 TEST(DeviceParameterFuzzTest, RandomBlocksAreSurvived) {
     const CrashReporter reporter;
     theBlock.seed = Seed();
@@ -205,17 +216,6 @@ TEST(DeviceParameterFuzzTest, RandomBlocksAreSurvived) {
     }
     std::printf("%lu blocks, %lu of them flawless, with %lu parameters\n", count, theFlawless,
                 theParameters);
-}
-
-// Blocks that once did harm, and such as are known to be hard.
-TEST(DeviceParameterFuzzTest, BlocksOfTheCorpusAreSurvived) {
-    int count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(QVTEST_CORPUS)) {
-        SCOPED_TRACE(entry.path().string());
-        ExpectNothingLost(ParameterBlock::FromBytes(ReadBytes(entry.path().string())));
-        ++count;
-    }
-    EXPECT_GT(count, 0);
 }
 
 }  // namespace

@@ -50,8 +50,15 @@ private:
         if (active_->Refuses(aSize)) throw std::bad_alloc();
         return ::operator new(aSize);
     }
+    static void* NewArray(std::size_t aSize) {
+        if (active_->Refuses(aSize)) throw std::bad_alloc();
+        return ::operator new[](aSize);
+    }
     static void* NewOrNull(std::size_t aSize, const std::nothrow_t& aTag) {
         return active_->Refuses(aSize) ? nullptr : ::operator new(aSize, aTag);
+    }
+    static void* NewArrayOrNull(std::size_t aSize, const std::nothrow_t& aTag) {
+        return active_->Refuses(aSize) ? nullptr : ::operator new[](aSize, aTag);
     }
 
     inline static FailingAllocations* active_ = nullptr;
@@ -65,9 +72,9 @@ private:
     ImportPatch calloc_{"calloc", &Calloc};
     ImportPatch realloc_{"realloc", &Realloc};
     ImportPatch new_{"_Znwy", &New};
-    ImportPatch newArray_{"_Znay", &New};
+    ImportPatch newArray_{"_Znay", &NewArray};
     ImportPatch newOrNull_{"_ZnwyRKSt9nothrow_t", &NewOrNull};
-    ImportPatch newArrayOrNull_{"_ZnayRKSt9nothrow_t", &NewOrNull};
+    ImportPatch newArrayOrNull_{"_ZnayRKSt9nothrow_t", &NewArrayOrNull};
 };
 
 }  // namespace QvTests

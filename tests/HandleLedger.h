@@ -19,14 +19,11 @@ namespace QvTests {
 /// of all handles that it closes, on whatever thread.
 class HandleLedger {
 public:
-    HandleLedger() {
-        const std::lock_guard<std::mutex> guard(book_.lock);
-        book_.events = 0;
-        book_.files = 0;
-        book_.lastFile = nullptr;
-        book_.open.clear();
-        book_.closes.clear();
-    }
+    HandleLedger() { Clear(); }
+    ~HandleLedger() { Clear(); }
+
+    HandleLedger(const HandleLedger&) = delete;
+    HandleLedger& operator=(const HandleLedger&) = delete;
 
     int EventsOpened() const { return Read(book_.events); }
     int FilesOpened() const { return Read(book_.files); }
@@ -66,6 +63,15 @@ private:
         std::map<HANDLE, int> open;
         std::map<HANDLE, int> closes;
     };
+
+    static void Clear() {
+        const std::lock_guard<std::mutex> guard(book_.lock);
+        book_.events = 0;
+        book_.files = 0;
+        book_.lastFile = nullptr;
+        book_.open.clear();
+        book_.closes.clear();
+    }
 
     template <typename Value>
     static Value Read(const Value& aValue) {

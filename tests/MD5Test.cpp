@@ -78,6 +78,7 @@ BOOL WINAPI WatchedFree(HMODULE aLibrary) {
 class MD5LoadingTest : public testing::Test {
 protected:
     MD5LoadingTest() { loading = Loading(); }
+    ~MD5LoadingTest() override { loading = Loading(); }
 
     static bool IsLoaded() { return ::GetModuleHandleA("Cryptdll.dll") != nullptr; }
 
