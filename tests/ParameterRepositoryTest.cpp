@@ -3,8 +3,10 @@
 
 #include "QvUserLib/ParameterRepository.h"
 
+#include <cstdint>
 #include <map>
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,6 +47,15 @@ using testing::UnorderedElementsAre;
 
 constexpr char kNameExists[] = "Parameter already exists!";
 constexpr char kIdExists[] = "Parameter with the specified identifier already exists!";
+
+// Whether there was memory for it.
+bool AddOrThrow(ParameterRepository& aRepository, Parameter* aParameter) {
+    try {
+        return aRepository.Add(aParameter).IsSuccess();
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
 
 // Three integers A, B, C with the identifiers 10, 20, 30.
 class ParameterRepositoryTest : public testing::Test {
@@ -644,6 +655,24 @@ TEST_F(ParameterRepositoryTest, CopyReportsWhatThereIsNoMemoryForAndGoesOn) {
     EXPECT_THAT(names, ElementsAre("A"));
     EXPECT_EQ("Error allocating memory for the parameter", LastErrorText());
     EXPECT_THAT(NamesIn(repository), ElementsAre("A", "B", "C"));
+}
+
+TEST_F(ParameterRepositoryTest, AddingChangesNothingWhicheverMemoryRunsOut) {
+    bool isRefused = true;
+    for (int spared = 0; isRefused; ++spared) {
+        SCOPED_TRACE(spared);
+        auto added = std::make_unique<IntegerParameter>(4, 0, 10, "D, with a long name", 40);
+        {
+            const FailingAllocations failing(1, SIZE_MAX, spared);
+            EXPECT_TRUE(!AddOrThrow(repository, added.get()) || failing.Count() == 0);
+            isRefused = failing.Count() > 0;
+        }
+        if (!isRefused) (void)added.release();
+
+        EXPECT_EQ(isRefused ? 3u : 4u, repository.GetCount());
+        EXPECT_EQ(!isRefused, repository.HasByID(40));
+        EXPECT_EQ(!isRefused, repository.HasByName("D, with a long name"));
+    }
 }
 
 // Derived repositories
