@@ -2,32 +2,13 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything, checks the sources, and runs all tests in Wine, against the sample driver too.
-# Usage: scripts/test.sh [CTEST OPTION…]      (such as -L unit, or -R Parameter)
+# Builds everything, checks the sources, and runs all tests in Wine: against the sample driver too,
+# and the unit tests a second time on a guarded heap.
+# Usage: scripts/test.sh [CTEST OPTION…]      (such as -L unit, -L guarded, or -R Parameter)
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-source scripts/common.sh
-source scripts/wine-environment.sh
 
 scripts/build.sh mingw
 scripts/check.sh mingw --products
-
-use_wine "$PWD/build/mingw"
-trap stop_wine EXIT
-stop_wine
-start_wine
-step "Installing the sample driver with two devices"
-run_quietly build/mingw/setup.log wine build/mingw/bin/QvSampleSetup.exe install --devices 2
-
-# Tests of logging are skipped when log4cxx could not be had, and only then.
-if scripts/build-log4cxx.sh --sources-only >/dev/null; then export QV_LOG4CXX_REQUIRED=1; fi
-
-step "Testing"
-# Wine fails to start a program once in some thousand times, without a word: what failed is run a
-# second time, and named below.
-failed=0
-ctest --preset mingw --progress --repeat until-pass:2 "$@" </dev/null || failed=$?
-awk '/ Testing: / { name = $NF } /^Test Failed/ { print "Failed at first: " name }' \
-    build/mingw/Testing/Temporary/LastTest.log
-exit "$failed"
+scripts/run-suite.sh mingw "$@"

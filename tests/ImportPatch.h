@@ -26,6 +26,10 @@ public:
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
 
+    /// Where the objects of a DLL are part of the program, whose main sets this, it answers where
+    /// they find a function by its name.
+    inline static void** (*findSlotInProgram)(const char* aDll, const char* aName) = nullptr;
+
     /// Whether the DLL imports the function at all.
     bool IsActive() const { return slot_ != nullptr; }
 
@@ -36,6 +40,8 @@ public:
 
 private:
     static void** FindSlot(const char* aDll, const char* aName) {
+        // Without a DLL it is the program's own import table.
+        if (findSlotInProgram != nullptr && aDll != nullptr) return findSlotInProgram(aDll, aName);
         for (const Import& import : ImportsOf(aDll)) {
             if (import.name == aName) return import.slot;
         }
