@@ -20,6 +20,10 @@ function(qv_delay_import target dll_target objects)
     set(tool ${PROJECT_SOURCE_DIR}/cmake/delay_import.py)
     set(source ${CMAKE_CURRENT_BINARY_DIR}/${dll_target}-delay-import.s)
     set(object ${CMAKE_CURRENT_BINARY_DIR}/${dll_target}-delay-import.obj)
+    set(assembler_target)
+    if(CMAKE_C_COMPILER_TARGET)
+        set(assembler_target --target=${CMAKE_C_COMPILER_TARGET})
+    endif()
     add_custom_command(
         OUTPUT ${object}
         COMMAND
@@ -27,7 +31,7 @@ function(qv_delay_import target dll_target objects)
             --dll $<TARGET_FILE_NAME:${dll_target}> --namespace ${dll_target}
             --import-library $<TARGET_LINKER_FILE:${dll_target}> --output ${source}
             $<TARGET_OBJECTS:${objects}>
-        COMMAND ${CMAKE_C_COMPILER} -c ${source} -o ${object}
+        COMMAND ${CMAKE_C_COMPILER} ${assembler_target} -c ${source} -o ${object}
         DEPENDS ${tool} ${objects} $<TARGET_OBJECTS:${objects}>
                 $<TARGET_LINKER_FILE:${dll_target}>
         COMMENT "Generating the delay import of ${dll_target}"

@@ -60,10 +60,15 @@ function(qv_add_runtime_dlls)
     if(NOT MINGW)
         return()
     endif()
+    # Another compiler's code may run on GCC's runtime.
+    set(compiler ${CMAKE_CXX_COMPILER})
+    if(QV_RUNTIME_COMPILER)
+        set(compiler ${QV_RUNTIME_COMPILER})
+    endif()
     set(copies)
     foreach(name libgcc_s_seh-1.dll libssp-0.dll libstdc++-6.dll libwinpthread-1.dll)
         execute_process(
-            COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=${name}
+            COMMAND ${compiler} -print-file-name=${name}
             OUTPUT_VARIABLE file
             OUTPUT_STRIP_TRAILING_WHITESPACE
         )

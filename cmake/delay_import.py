@@ -12,7 +12,8 @@ import struct
 import subprocess
 import sys
 
-SECTION = ".didat"
+# Not .didat, which LLVM's linker puts into .rdata.
+SECTION = ".qvdelay"
 DIRECTORY_ENTRY = 13
 # The descriptor and the null descriptor that ends the list.
 DIRECTORY_SIZE = 2 * 32
