@@ -24,6 +24,7 @@ function(qv_configure_compilation target)
             ${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>
         )
     endif()
+    qv_instrument_target(${target})
 endfunction()
 
 # qv_link_image(TARGET): how GNU and LLVM linkers lay out our images. In a build that is delivered
@@ -50,6 +51,20 @@ function(qv_configure_target target description)
     qv_add_version_resource(${target} "${description}")
     if(TARGET QvRuntimeDlls)
         add_dependencies(${target} QvRuntimeDlls)
+    endif()
+endfunction()
+
+# qv_instrument_target(TARGET): what the presets for tests add to the code. Undefined behaviour ends
+# the program with an illegal instruction, which needs no runtime library and works in the kernel too.
+# Calls on null objects are part of the interface, and those who handle them say so.
+function(qv_instrument_target target)
+    if(QV_SANITIZE_UNDEFINED)
+        target_compile_options(
+            ${target}
+            PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined
+                    -fno-sanitize=null,nonnull-attribute
+                    -fsanitize-undefined-trap-on-error>
+        )
     endif()
 endfunction()
 
