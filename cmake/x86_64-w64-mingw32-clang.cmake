@@ -27,8 +27,9 @@ execute_process(
 )
 get_filename_component(qv_runtime ${qv_runtime} DIRECTORY)
 
-# mingw-w64's <intrin.h> includes a header that Clang warns of.
-set(CMAKE_C_FLAGS_INIT "-Wno-#warnings")
+# mingw-w64's <intrin.h> includes a header that Clang warns of. The C++ runtime has thread-local
+# variables of the kind that GCC makes.
+set(CMAKE_C_FLAGS_INIT "-Wno-#warnings -femulated-tls")
 set(CMAKE_CXX_FLAGS_INIT
     "${CMAKE_C_FLAGS_INIT} -nostdinc++ -isystem ${qv_runtime}/include/c++ \
 -isystem ${qv_runtime}/include/c++/x86_64-w64-mingw32 \
