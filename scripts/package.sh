@@ -17,4 +17,4 @@ step "Packing into build/mingw/dist"
 rm -rf build/mingw/dist
 run_quietly build/mingw/package.log cpack --config build/mingw/CPackConfig.cmake
 rm -rf build/mingw/dist/_CPack_Packages
-(cd build/mingw/dist && sha256sum -- * | tee SHA256SUMS)
+(cd build/mingw/dist && sha256sum -- QvUserLib-* | tee SHA256SUMS)
