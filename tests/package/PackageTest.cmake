@@ -5,6 +5,13 @@
 
 find_program(QV_PKG_CONFIG NAMES pkgconf pkg-config)
 
+# What pkg-config tells is all that a compiler of its target needs to know. Clang has to be told of
+# more, so that GCC builds the client of its DLLs.
+set(qv_client_compiler ${CMAKE_CXX_COMPILER})
+if(QV_RUNTIME_COMPILER)
+    set(qv_client_compiler ${QV_RUNTIME_COMPILER})
+endif()
+
 # qv_add_package_test(NAME SCRIPT)
 function(qv_add_package_test name script)
     add_test(
@@ -12,7 +19,7 @@ function(qv_add_package_test name script)
         COMMAND
             ${CMAKE_COMMAND} -D BUILD=${PROJECT_BINARY_DIR}
             -D WORK=${PROJECT_BINARY_DIR}/tests/package -D TOOLCHAIN=${CMAKE_TOOLCHAIN_FILE} -D
-            CXX=${CMAKE_CXX_COMPILER} -D PKG_CONFIG=${QV_PKG_CONFIG} -D
+            CXX=${qv_client_compiler} -D PKG_CONFIG=${QV_PKG_CONFIG} -D
             PYTHON=${Python3_EXECUTABLE} -D EMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR} -P
             ${PROJECT_SOURCE_DIR}/tests/package/${script}.cmake
     )
