@@ -66,6 +66,15 @@ function(qv_instrument_target target)
                     -fsanitize-undefined-trap-on-error>
         )
     endif()
+    get_target_property(type ${target} TYPE)
+    if(QV_COVERAGE AND type MATCHES "^(SHARED|OBJECT)_LIBRARY$")
+        # Atomically: several threads count.
+        target_compile_options(
+            ${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:--coverage
+                              -fprofile-update=atomic>
+        )
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
 endfunction()
 
 # qv_add_runtime_dlls(): copies the compiler's runtime DLLs, stripped, beside our programs and

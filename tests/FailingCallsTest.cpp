@@ -667,7 +667,10 @@ private:
 TEST_F(FailingCallsTest, EveryCallMayFailOnce) {
     for (const Scenario& scenario : kScenarios) FailAllInTurn(scenario);
 
+    // What counts the coverage is in the DLLs, too, and imports functions of its own.
+#ifndef QVTESTS_COVERAGE
     ExpectEveryImportAccountedFor();
+#endif
     PrintTable();
 }
 
