@@ -86,7 +86,8 @@ Logger& Logger::operator=(const Logger& aOther) = default;
 
 void Logger::Log(PriorityLevel aLevel, const char*, unsigned long, const char* aPrefix,
                  const char* aFormat, ...) {
-    if (logger_ == nullptr) return;
+    // Log4cxx would drop the text itself, but only when it has been composed.
+    if (!IsPriorityEnabled(aLevel)) return;
 
     char text[kTextSize];
     va_list arguments;
