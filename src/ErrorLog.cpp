@@ -63,27 +63,28 @@ long long SecondsNow() {
     return static_cast<long long>(ticks / kTicksPerSecond - kSecondsFrom1601To1970);
 }
 
-// The present time as text. It is made anew only when the second has changed.
+// The present time as text. It is made anew when the system's tick has advanced, every 10 to 16 ms:
+// the system's time is no finer, and takes longer to ask for.
 class TimeStamp {
 public:
     void Read(char (&aOut)[kTimeStampSize]) {
-        const long long now = SecondsNow();
+        const unsigned long long tick = ::GetTickCount64();
         ::AcquireSRWLockShared(&lock_);
-        const bool isCurrent = second_ == now;
+        const bool isCurrent = tick_ == tick;
         if (isCurrent) std::memcpy(aOut, text_, sizeof text_);
         ::ReleaseSRWLockShared(&lock_);
         if (isCurrent) return;
 
-        WriteDateTime(now, aOut, kTimeStampSize);
+        WriteDateTime(SecondsNow(), aOut, kTimeStampSize);
         ::AcquireSRWLockExclusive(&lock_);
-        second_ = now;
+        tick_ = tick;
         std::memcpy(text_, aOut, sizeof text_);
         ::ReleaseSRWLockExclusive(&lock_);
     }
 
 private:
-    SRWLOCK lock_ = SRWLOCK_INIT;  // Guards what follows.
-    long long second_ = -1;
+    SRWLOCK lock_ = SRWLOCK_INIT;      // Guards what follows.
+    unsigned long long tick_ = ~0ULL;  // No tick yet.
     char text_[kTimeStampSize] = {};
 };
 TimeStamp theTimeStamp;

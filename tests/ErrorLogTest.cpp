@@ -495,7 +495,14 @@ TEST_F(ErrorLogTest, LineReadsAsDocumented) {
     EXPECT_EQ(expected, line.substr(kTimeLength));
 }
 
+// The time of a line is asked for once in a tick of the system.
+void AwaitNextTick() {
+    const ULONGLONG now = ::GetTickCount64();
+    while (::GetTickCount64() == now) ::SwitchToThread();
+}
+
 TEST_F(ErrorLogTest, LinesStartWithTheTimeOfTheirWriting) {
+    AwaitNextTick();
     const time_t before = time(nullptr);
     const std::string line = WrittenLine("message");
     const time_t after = time(nullptr);
@@ -506,6 +513,23 @@ TEST_F(ErrorLogTest, LinesStartWithTheTimeOfTheirWriting) {
         expected.push_back(std::string(asctime(localtime(&now)), kTimeLength));
     }
     EXPECT_THAT(expected, testing::Contains(line.substr(0, kTimeLength)));
+}
+
+TEST_F(ErrorLogTest, TimeFollowsTheClockWithItsNextTick) {
+    const std::string earlier = WrittenLine("before");
+    // Some day in the year 2600, whatever the time zone.
+    const ImportPatch clock(
+        "GetSystemTimeAsFileTime", +[](FILETIME* aNow) {
+            aNow->dwHighDateTime = 0x04610000;
+            aNow->dwLowDateTime = 0;
+        });
+    ASSERT_TRUE(clock.IsActive());
+    AwaitNextTick();
+
+    const std::string later = WrittenLine("after");
+
+    EXPECT_NE(earlier.substr(20, 4), later.substr(20, 4));
+    EXPECT_EQ("2600", later.substr(20, 4));
 }
 
 TEST_F(ErrorLogTest, LinesShowTheLowBitsOfTheCode) {

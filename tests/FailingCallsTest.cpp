@@ -501,6 +501,7 @@ const std::map<std::string, const char*> kCannotFail = {
     {"LocalFree", "has no result that matters"},
     {"OutputDebugStringA", "has no result"},
     {"GetTickCount", "reads a counter"},
+    {"GetTickCount64", "reads a counter"},
     {"Sleep", "has no result"},
     {"RaiseException", "has no result"},
     {"IsDBCSLeadByteEx", "answers a question about a byte"},
