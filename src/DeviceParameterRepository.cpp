@@ -3,6 +3,7 @@
 
 #include "QvUserLib/DeviceParameterRepository.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -87,12 +88,18 @@ Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConne
     return AddDeviceParameters(aRepository, records.Get(), size / sizeof(DeviceParameter));
 }
 
+// Room for as many changes is made at the first one: a list that grew would have the system's heap
+// return and fetch the memory of the records time and again.
+constexpr unsigned long kUsualChanges = 256;
+
 std::vector<const Parameter*> ChangedOf(const ParameterRepository& aRepository) {
     std::vector<const Parameter*> changed;
     const unsigned long count = aRepository.GetCount();
     for (unsigned long index = 0; index < count; ++index) {
         const Parameter* const parameter = aRepository.GetByIndex(index);
-        if (parameter->HasChanged(/*aReset=*/false)) changed.push_back(parameter);
+        if (!parameter->HasChanged(/*aReset=*/false)) continue;
+        if (changed.empty()) changed.reserve(std::min(count - index, kUsualChanges));
+        changed.push_back(parameter);
     }
     return changed;
 }
