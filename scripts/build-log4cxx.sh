@@ -176,12 +176,35 @@ build_apr_util() {
     cp "$work/apr-util/build/libaprutil-1.a" "$prefix/lib/"
 }
 
+# replace_line FILE OLD NEW: in log4cxx's sources; fails when the line has changed there.
+replace_line() {
+    local file=$work/log4cxx/source/src/main/cpp/$1
+    if ! grep -qF "$2" "$file"; then
+        echo "error: $file does not have the line that is to be replaced" >&2
+        return 1
+    fi
+    python3 - "$file" "$2" "$3" <<'END'
+import pathlib
+import sys
+
+path = pathlib.Path(sys.argv[1])
+path.write_text(path.read_text().replace(sys.argv[2], sys.argv[3]))
+END
+}
+
 build_log4cxx() {
     unpack log4cxx
     # Header names are not case-sensitive on Windows only.
     sed -i 's,<Heapapi.h>,<heapapi.h>,' "$work/log4cxx/source/src/main/cpp/nteventlogappender.cpp"
-    # With events at exit, a process that ends without unloading gets its buffers written and does
-    # not wait for threads that are gone.
+    # With events at exit, a process that ends without unloading gets its buffers written. Its other
+    # threads are gone by then, and may have left a lock for ever: none is waited for. Whoever
+    # unloads log4cxx has stopped its threads before.
+    replace_line threadutility.cpp \
+        ': atExitRegistryRaii{ [this]{ stopThread(); } }' \
+        ': atExitRegistryRaii{ []{} }'
+    replace_line ../include/log4cxx/private/writerappender_priv.h \
+        ', atExitRegistryRaii{ [this]{ flush(); } }' \
+        ', atExitRegistryRaii{ [this]{ if (mutex.try_lock()) { flush(); mutex.unlock(); } } }'
     configure log4cxx . -DAPR_STATIC=ON -DAPU_STATIC=ON -DAPR_CONFIG_EXECUTABLE=/nonexistent \
         -DAPR_UTIL_CONFIG_EXECUTABLE=/nonexistent -DAPR_INCLUDE_DIR="$prefix/include" \
         -DAPR_UTIL_INCLUDE_DIR="$prefix/include" \
