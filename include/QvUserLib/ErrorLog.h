@@ -37,8 +37,8 @@ public:
     using Log::Open;
 
     /// Starts a new file. A file that is there is first copied to its name with `.bak` appended
-    /// (cut to 259 characters), which replaces an earlier copy. When that cannot be done the new file
-    /// is started all the same, and the earlier one is gone.
+    /// (cut to 259 characters), which replaces an earlier copy. When that cannot be done the new
+    /// file is started all the same, and the earlier one is gone.
     ///
     /// @retval AlreadyOpen     A file is open; it stays as it is.
     /// @retval CannotOpenFile  The file cannot be opened.
