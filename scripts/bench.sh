@@ -20,12 +20,7 @@ build=build/mingw-bench
     scripts/install-packages.sh --quiet libspdlog-dev libfmt-dev
     scripts/fetch-benchmark.sh
     scripts/build.sh mingw-bench
-    use_wine "$PWD/$build"
-    trap stop_wine EXIT
-    stop_wine
-    start_wine
-    step "Installing the sample driver with one device"
-    run_quietly $build/setup.log wine $build/bin/QvSampleSetup.exe install --devices 1
+    start_wine_with_devices "$PWD/$build" 1
     step "Measuring"
 } >&2
 

@@ -17,12 +17,7 @@ build=build/$preset
 scripts/install-packages.sh --quiet gcovr
 scripts/build.sh "$preset" QvTests
 
-use_wine "$PWD/$build"
-trap stop_wine EXIT
-stop_wine
-start_wine
-step "Installing the sample driver with two devices"
-run_quietly "$build/setup.log" wine "$build/bin/QvSampleSetup.exe" install --devices 2
+start_wine_with_devices "$PWD/$build" 2
 
 if scripts/build-log4cxx.sh --sources-only >/dev/null; then export QV_LOG4CXX_REQUIRED=1; fi
 

@@ -12,13 +12,7 @@ source scripts/wine-environment.sh
 
 preset=$1
 shift
-use_wine "$PWD/build/$preset"
-trap stop_wine EXIT
-stop_wine
-start_wine
-step "Installing the sample driver with two devices"
-run_quietly "build/$preset/setup.log" \
-    wine "build/$preset/bin/QvSampleSetup.exe" install --devices 2
+start_wine_with_devices "$PWD/build/$preset" 2
 
 # Tests of logging are skipped when log4cxx could not be had, and only then.
 if scripts/build-log4cxx.sh --sources-only >/dev/null; then export QV_LOG4CXX_REQUIRED=1; fi

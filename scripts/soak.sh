@@ -28,12 +28,7 @@ logs=$PWD/build/mingw/soak
 rm -rf "$logs"
 mkdir -p "$logs"
 
-use_wine "$PWD/build/mingw"
-trap stop_wine EXIT
-stop_wine
-start_wine
-step "Installing the sample driver with two devices"
-run_quietly "$logs/setup.log" wine build/mingw/bin/QvSampleSetup.exe install --devices 2
+start_wine_with_devices "$PWD/build/mingw" 2
 
 # What the parts do is in proportion to the time, up to what a full run is meant to do.
 share() { # share AMOUNT SECONDS: AMOUNT, or less when there is less time than SECONDS.

@@ -41,3 +41,14 @@ stop_wine() {
     wineserver -k >/dev/null 2>&1 || true
     wineserver -w >/dev/null 2>&1 || true
 }
+
+# start_wine_with_devices BUILD_DIR COUNT: starts Wine anew, until the script ends, and installs the
+# sample driver of that build directory with so many devices. Wants scripts/common.sh, too.
+start_wine_with_devices() {
+    use_wine "$1"
+    trap stop_wine EXIT
+    stop_wine
+    start_wine
+    step "Installing the sample driver, devices: $2"
+    run_quietly "$1/setup.log" wine "$1/bin/QvSampleSetup.exe" install --devices "$2"
+}

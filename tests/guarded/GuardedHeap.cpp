@@ -31,29 +31,22 @@ constexpr unsigned char kNewByte = 0xCD;
 
 enum class Kind : std::uint8_t { None, Malloc, New, NewArray };
 
-const char* ReleaseName(Kind aKind) {
-    switch (aKind) {
-        case Kind::Malloc:
-            return "free";
-        case Kind::New:
-            return "delete";
-        case Kind::NewArray:
-            return "delete[]";
-        default:
-            return "nothing";
-    }
-}
+// How blocks of a kind are taken, and how they are released.
+struct Names {
+    const char* take;
+    const char* release;
+};
 
-const char* TakeName(Kind aKind) {
+Names NamesOf(Kind aKind) {
     switch (aKind) {
         case Kind::Malloc:
-            return "malloc";
+            return {"malloc", "free"};
         case Kind::New:
-            return "new";
+            return {"new", "delete"};
         case Kind::NewArray:
-            return "new[]";
+            return {"new[]", "delete[]"};
         default:
-            return "nothing";
+            return {"nothing", "nothing"};
     }
 }
 
@@ -129,7 +122,7 @@ std::size_t PagesFor(std::size_t aSize) {
 void Report(const char* aText, const Block& aBlock) {
     char text[256];
     std::snprintf(text, sizeof text, "%s: block of %zu bytes from %s at program offset 0x%zx",
-                  aText, aBlock.size, TakeName(aBlock.kind), aBlock.caller);
+                  aText, aBlock.size, NamesOf(aBlock.kind).take, aBlock.caller);
     const GuardedHeap::Reporter reporter = theReporter;
     if (reporter == nullptr) Stop(text);
     reporter(text);
@@ -224,17 +217,17 @@ void Release(void* aAddress, Kind aKind) {
     if (block.address != aAddress) {
         const Block* const owner = FindBlock(aAddress);
         if (owner == nullptr) Stop("an address that never was a block's is freed");
-        std::snprintf(text, sizeof text, "%s inside a block", ReleaseName(aKind));
+        std::snprintf(text, sizeof text, "%s inside a block", NamesOf(aKind).release);
         Report(text, *owner);
         return;
     }
     if (!block.isLive.exchange(false)) {
-        std::snprintf(text, sizeof text, "second release, with %s", ReleaseName(aKind));
+        std::snprintf(text, sizeof text, "second release, with %s", NamesOf(aKind).release);
         Report(text, block);
         return;
     }
     if (block.kind != aKind) {
-        std::snprintf(text, sizeof text, "mismatched release with %s", ReleaseName(aKind));
+        std::snprintf(text, sizeof text, "mismatched release with %s", NamesOf(aKind).release);
         Report(text, block);
     }
     if (!HasCleanMargins(block)) Report("write beside the block", block);
@@ -296,7 +289,7 @@ LONG WINAPI DescribeCrash(EXCEPTION_POINTERS* aException) {
         theContext(), record.ExceptionInformation[0] == 0 ? "read of" : "write to",
         static_cast<long long>(address) -
             static_cast<long long>(reinterpret_cast<std::uintptr_t>(block->address)),
-        block->isLive ? "live" : "freed", block->size, TakeName(block->kind), block->caller,
+        block->isLive ? "live" : "freed", block->size, NamesOf(block->kind).take, block->caller,
         static_cast<unsigned long long>(reinterpret_cast<std::uintptr_t>(record.ExceptionAddress) -
                                         reinterpret_cast<std::uintptr_t>(module)),
         name);
@@ -324,7 +317,7 @@ std::string GuardedHeap::LiveSince(std::size_t aThen) {
         if (!HasCleanMargins(block)) Report("write beside the block", block);
         char line[128];
         std::snprintf(line, sizeof line, "%zu bytes from %s at program offset 0x%zx\n", block.size,
-                      TakeName(block.kind), block.caller);
+                      NamesOf(block.kind).take, block.caller);
         lines += line;
     }
     return lines;
