@@ -41,13 +41,14 @@ public:
         return base_ <= address && address < end_;
     }
 
-    /// The function that the address lies in, without its arguments; an offset when the file has
-    /// no symbols.
+    /// The function that the address lies in, without its arguments, and the offset in it; in the
+    /// file when that has no symbols.
     std::string Describe(const void* aAddress) const {
         const std::uintptr_t offset = reinterpret_cast<std::uintptr_t>(aAddress) - base_;
         const auto next = functions_.upper_bound(offset);
-        if (next == functions_.begin()) return name_ + "+" + std::to_string(offset);
-        return Demangled(std::prev(next)->second);
+        if (next == functions_.begin()) return name_ + Hexadecimal(offset);
+        const auto& [start, name] = *std::prev(next);
+        return Demangled(name) + Hexadecimal(offset - start);
     }
 
 private:
@@ -82,6 +83,25 @@ private:
         return aSymbol.N.Name.Long < aStrings.size() ? &aStrings[aSymbol.N.Name.Long] : "";
     }
 
+    static std::string Hexadecimal(std::uintptr_t aOffset) {
+        char text[24];
+        std::snprintf(text, sizeof text, "+0x%llx", static_cast<unsigned long long>(aOffset));
+        return text;
+    }
+
+    // The containers' own functions have names of several lines.
+    static std::string WithoutTemplateArguments(const std::string& aName) {
+        if (aName.find("operator") != std::string::npos) return aName;
+        std::string name;
+        int depth = 0;
+        for (const char character : aName) {
+            if (character == '<') ++depth;
+            if (depth == 0) name += character;
+            if (character == '>') --depth;
+        }
+        return name;
+    }
+
     static std::string Demangled(const std::string& aName) {
         int status = 0;
         const std::unique_ptr<char, void (*)(void*)> text(
@@ -94,7 +114,11 @@ private:
                 name.erase(at, std::strlen(removed));
             }
         }
-        return name.substr(0, name.find_first_of("(["));
+        name = WithoutTemplateArguments(name);
+        name.erase(std::min(name.find_first_of("(["), name.size()));
+        // Of templates the type that they return is a part of the name.
+        const std::size_t type = name.rfind(' ');
+        return type == std::string::npos ? name : name.substr(type + 1);
     }
 
     std::string name_;

@@ -133,6 +133,19 @@ TEST_F(DeviceConnectionTest, PathThatCannotBeOpenedIsReported) {
     EXPECT_FALSE(QvTests::FileExists(path));
 }
 
+TEST_F(DeviceConnectionTest, NullPathOpensNothing) {
+    const char* const path = nullptr;
+    const HandleLedger ledger;
+
+    EXPECT_THAT(connection.Connect(path), IsBareCode(Code::InvalidArgument));
+    EXPECT_EQ(kCannotOpen, LastErrorText());
+    EXPECT_THAT(connection.Connect(path, 3), IsBareCode(Code::InvalidArgument));
+    EXPECT_EQ(kCannotOpen, LastErrorText());
+
+    EXPECT_EQ(0, ledger.FilesOpened());
+    EXPECT_FALSE(connection.IsConnected());
+}
+
 TEST_F(DeviceConnectionTest, ConnectAsksForSharedOverlappedReadingAndWriting) {
     struct Opening {
         static HANDLE WINAPI CreateFile(const char* aName, DWORD aAccess, DWORD aShare,

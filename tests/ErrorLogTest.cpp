@@ -644,6 +644,16 @@ TEST_F(ErrorLogTest, LineIsCutAfterItsPercentSignsWereExpanded) {
     EXPECT_EQ(LineBehindTime({5}, std::string(400, '%')), WithoutTime(WrittenLine(doubled)));
 }
 
+TEST_F(ErrorLogTest, PercentSignAtTheCutIsWrittenOrLeftWhole) {
+    const std::size_t room = kMaxWritten - kTimeLength - LineBehindTime({5}, "").size();
+    for (const std::size_t length : {room - 1, room, room + 1}) {
+        SCOPED_TRACE(length);
+        const std::string plain(length - 1, 'x');
+        EXPECT_EQ(LineBehindTime({5}, (plain + "%y").substr(0, room)),
+                  WithoutTime(WrittenLine(plain + "%%y")));
+    }
+}
+
 TEST_F(ErrorLogTest, ComposedLineIsCutAfter1023Characters) {
     const std::size_t room = kMaxComposed - kTimeLength - LineBehindTime({5}, "").size();
     for (const std::size_t length : {room - 1, room, room + 1, std::size_t{5000}}) {

@@ -47,6 +47,9 @@ using QvUserLib::ParameterRepository;
 using QvUserLib::Result;
 using QvUserLib::SingleInstance;
 using QvUserLib::String;
+using testing::AnyOf;
+using testing::IsNull;
+using testing::StrEq;
 
 // The system error that failing calls leave, unless they have a more likely one.
 constexpr DWORD kError = ERROR_GEN_FAILURE;
@@ -357,6 +360,12 @@ Result UseTextsAndFolders() {
     QvUserLib::GetDateTime(time, sizeof time);
     QvUserLib::Progress progress;
     progress.SetStatus(String("A status that needs memory"));
+    Result described(5);
+    described.SetDescription("%s", "A description that needs memory");
+    const Result copied = described;
+    // What finds no memory has none.
+    const char* const description = copied.GetDescription();
+    EXPECT_THAT(description, AnyOf(IsNull(), StrEq("A description that needs memory")));
     return Result(progress.GetStatus().IsEmpty() || expanded.empty() ? 1 : 0);
 }
 
@@ -638,7 +647,7 @@ protected:
                     text += (text.empty() ? "" : ", ") + std::to_string(count) + " x " + outcome;
                     failures += count;
                 }
-                std::printf("%-32s %-52s %s\n", function.c_str(), place.c_str(), text.c_str());
+                std::printf("%-32s %-46s %s\n", function.c_str(), place.c_str(), text.c_str());
                 ++sites;
             }
         }

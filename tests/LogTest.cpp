@@ -527,7 +527,7 @@ TEST_F(LogTest, FormatsExpandAsTheCLibraryExpandsThem) {
     std::string lines;
     for (const char* const format :
          {"%s: %d %u %x", "%s %ld, %lu, %lx", "100 %% of %s: %d", "%s|%5d|%-6u|%04x", "%.3s|%+d|%o",
-          "%s %i %X %c", "%s%d%u%x%%", "%%%s%%"}) {
+          "%s %i %X %c", "%s%d%u%x%%", "%%%s%%", "%s %li", "%s %lX"}) {
         EXPECT_THAT(log_.Write(Text(format), "text", INT_MIN, 4294967295U, 0xBEEF),
                     IsBareCode(Code::Success));
         std::snprintf(expected, sizeof expected, Text(format), "text", INT_MIN, 4294967295U,
@@ -536,6 +536,28 @@ TEST_F(LogTest, FormatsExpandAsTheCLibraryExpandsThem) {
     }
     ASSERT_THAT(log_.Close(), IsBareCode(Code::Success));
     EXPECT_EQ(lines, ReadBytes(path_));
+}
+
+TEST_F(LogTest, NullTextReadsAsTheCLibraryHasIt) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Write("<%s>", Text(nullptr)), IsBareCode(Code::Success));
+
+    ASSERT_THAT(log_.Close(), IsBareCode(Code::Success));
+    EXPECT_EQ("<(null)>\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, NumberIsCutAsTextIs) {
+    for (std::size_t length = 500; length < 514; ++length) {
+        SCOPED_TRACE(length);
+        const std::string text(length, 'x');
+        ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+        EXPECT_THAT(log_.Write("%s%d", text.c_str(), -12345), IsBareCode(Code::Success));
+
+        ASSERT_THAT(log_.Close(), IsBareCode(Code::Success));
+        EXPECT_EQ((text + "-12345").substr(0, 511) + "\n", ReadBytes(path_));
+    }
 }
 
 TEST_F(LogTest, TextsOfAnyLengthAndPlaceAreWrittenWhole) {

@@ -17,6 +17,7 @@
 //   set NAME VALUE          sets a variable
 //   rename FROM TO          renames a file
 //   hide-location           lets the system refuse to tell where the library is
+//   locate PATH             lets the system tell that the library is there
 //   load DLL, free          loads a DLL, and frees it
 // What the library tells a debugger is printed as "debugger: TEXT".
 
@@ -39,6 +40,15 @@ using QvUserLib::PriorityLevel;
 void WINAPI PrintDebugText(const char* aText) { std::printf("debugger: %s\n", aText); }
 
 DWORD WINAPI RefuseLocation(HMODULE, char*, DWORD) { return 0; }
+
+std::string theLocation;
+
+// A path that is too long is cut, and its length is the buffer's.
+DWORD WINAPI TellLocation(HMODULE, char* aOut, DWORD aSize) {
+    const std::size_t length = theLocation.copy(aOut, aSize - 1);
+    aOut[length] = '\0';
+    return length < theLocation.size() ? aSize : static_cast<DWORD>(length);
+}
 
 // A logger that holds none of log4cxx is empty.
 const char* StateOf(const Logger& aLogger) {
@@ -107,6 +117,9 @@ private:
             ::_putenv((name + "=" + Text()).c_str());
         } else if (aCommand == "hide-location") {
             hidden_ = std::make_unique<QvTests::ImportPatch>("GetModuleFileNameA", &RefuseLocation);
+        } else if (aCommand == "locate") {
+            theLocation = Text();
+            hidden_ = std::make_unique<QvTests::ImportPatch>("GetModuleFileNameA", &TellLocation);
         } else if (aCommand == "load") {
             library_ = ::LoadLibraryA(Text());
             std::printf("%s\n", library_ != nullptr ? "loaded" : "not loaded");

@@ -555,6 +555,14 @@ TEST_F(LoggerProbeTest, UnknownLocationMeansEmptyLoggers) {
         Run({"hide-location", "new", "a"}).out);
 }
 
+TEST_F(LoggerProbeTest, LocationThatIsTooLongIsUnknown) {
+    EXPECT_EQ(
+        "debugger: Could not determine the location of QvUserLib.\n"
+        "debugger: Failed to set environment. returning.\n"
+        "empty\n",
+        Run({"locate", "C:\\" + std::string(5000, 'x') + "\\library.dll", "new", "a"}).out);
+}
+
 TEST_F(LoggerProbeTest, FileThatIsNoDllMeansEmptyLoggers) {
     WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
 

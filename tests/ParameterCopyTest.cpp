@@ -362,6 +362,24 @@ TEST(ParameterCopyTest, AssignmentOfGroupsReachesMembersTwoDeep) {
     EXPECT_EQ(7, member->GetInt());
 }
 
+TEST(ParameterCopyTest, AssignmentOfAGroupNeedsMembersOnBothSides) {
+    GroupParameter group;
+    const Parameter* const member = AddTo(*group.members, new IntegerParameter(5, 0, 10));
+    GroupParameter empty;
+    empty.InitRepository(nullptr);
+    const IntegerParameter number(7, 0, 10);
+    Parameter& assigned = group;
+    Parameter& assignedEmpty = empty;
+
+    assigned = empty;
+    assigned = number;
+    assignedEmpty = group;
+
+    EXPECT_EQ(5, member->GetInt());
+    EXPECT_EQ(1u, group.members->GetCount());
+    EXPECT_EQ(nullptr, empty.GetRepository());
+}
+
 // Copy constructor
 
 TEST(ParameterCopyTest, CopyHasTheSameIdentity) {
@@ -675,6 +693,16 @@ TEST(ParameterCopyTest, GroupCopyHasMembersOfItsOwn) {
     EXPECT_NE(source.members->GetByIndex(0), members->GetByIndex(0));
     EXPECT_EQ(5, members->GetByIndex(0)->GetInt());
     EXPECT_EQ(String("text"), members->GetByIndex(1)->GetString());
+}
+
+TEST(ParameterCopyTest, CopyOfAGroupWithoutMembersHasNone) {
+    GroupParameter source;
+    source.InitRepository(nullptr);
+
+    const Parameter copy(source);
+
+    EXPECT_EQ(5u, copy.GetType());
+    EXPECT_EQ(nullptr, copy.GetRepository());
 }
 
 TEST(ParameterCopyTest, GroupCopyReachesMembersTwoDeep) {

@@ -347,6 +347,17 @@ TEST(ParameterTest, MissingOneHasFallbacksForWhatItIs) {
     EXPECT_TRUE(watch.IsQuiet());
 }
 
+TEST(ParameterTest, MissingOneHasNoMembersAndTakesNoIndex) {
+    const ErrorWatch watch;
+    Parameter* const missing = MissingParameter();
+
+    missing->SetIndex(3);
+
+    EXPECT_EQ(0xFFFFFFFFu, missing->GetIndex());
+    EXPECT_EQ(nullptr, missing->GetRepository());
+    EXPECT_TRUE(watch.IsQuiet());
+}
+
 TEST(ParameterTest, EmptyTextsOfMissingOnesAreOneSharedObject) {
     Parameter* const missing = MissingParameter();
 
@@ -438,6 +449,9 @@ TEST(ParameterTest, BooleanDefaultReaderGivesTheValue) {
 
     EXPECT_TRUE(parameter.GetDefaultBool());
     EXPECT_EQ(0, parameter.GetDefaultInt());
+
+    ASSERT_THAT(parameter.SetBool(false), IsBareCode(0));
+    EXPECT_FALSE(parameter.GetDefaultBool());
 }
 
 TEST(ParameterTest, DoubleDefaultReaderGivesTheValue) {

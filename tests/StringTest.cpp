@@ -637,6 +637,22 @@ TEST(StringTest, ExpansionTakesAValueThatGrowsMeanwhile) {
     EXPECT_EQ(LongText(100), String("%QV_STRING_TEST_A%").ExpandEnvironmentVariables());
 }
 
+// Another thread removes the variable between its measuring and its copying.
+errno_t GetVanishingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
+                             const char* aName) {
+    const errno_t error = getenv_s(aSize, aOut, aOutSize, aName);
+    if (aOut == nullptr) _putenv_s(aName, "");
+    return error;
+}
+
+TEST(StringTest, ExpansionLeavesAVariableThatVanishesMeanwhile) {
+    const EnvironmentVariable variable("QV_STRING_TEST_A", "value");
+    const QvTests::ImportPatch patch("getenv_s", &GetVanishingVariable);
+    ASSERT_TRUE(patch.IsActive());
+
+    EXPECT_EQ("%QV_STRING_TEST_A%", String("%QV_STRING_TEST_A%").ExpandEnvironmentVariables());
+}
+
 TEST(StringTest, ArraysHoldIndependentStrings) {
     const std::unique_ptr<String[]> texts(new String[3]);
     texts[0] = String("first");

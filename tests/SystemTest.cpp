@@ -166,6 +166,12 @@ TEST_F(GetPathTest, CreatesNoDirectoryWhenThePathDoesNotFit) {
     EXPECT_TRUE(DirectoryExists());
 }
 
+TEST_F(GetPathTest, WithoutABufferCreatesNoDirectory) {
+    GetPath(kFolder, name_.c_str(), "errors.log", nullptr, 1024);
+
+    EXPECT_FALSE(DirectoryExists());
+}
+
 TEST_F(GetPathTest, PathBeyondTheSystemsLimitNeedsABufferOfItsLength) {
     const std::string file(500, 'x');
 
@@ -245,6 +251,10 @@ TEST(GetDateTimeTest, BufferWithoutRoomStaysUntouched) {
         GetDateTime(buffer.Out(), size);
         EXPECT_TRUE(buffer.IsUntouchedBehind());
     }
+}
+
+TEST(GetDateTimeTest, NoBufferIsNotWrittenTo) {
+    EXPECT_NO_FATAL_FAILURE(GetDateTime(nullptr, 100));
 }
 
 TEST(GetNumberOfCPUTest, IsTheSystemsNumberOfProcessors) {
