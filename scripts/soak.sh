@@ -4,9 +4,10 @@
 #
 # The long run: hostile drivers and programs, vanishing devices, logs under load, two processes, and
 # every call failing in turn, in rounds for N seconds (1800 unless stated). The first round is the
-# largest: devices vanish for a third of the time, and from 900 s on it has 1,000,000 parameter
-# blocks and 200,000 requests, with less time proportionally fewer. Ends with one report. When
-# something failed the exit code is 1; all output is in build/mingw/soak.
+# largest: devices vanish for a third of the time, and from 1800 s on it has 1,000,000 parameter
+# blocks on the guarded heap, from 900 s on as many more and 200,000 requests; with less time
+# proportionally fewer. Ends with one report. When something failed the exit code is 1; all output is
+# in build/mingw/soak.
 # Usage: scripts/soak.sh [--seconds N] [--seed N]
 set -euo pipefail
 
@@ -15,10 +16,11 @@ source scripts/common.sh
 source scripts/wine-environment.sh
 
 seconds=1800
+seed=$((RANDOM * 32768 + RANDOM))
 while (($# > 0)); do
     case $1 in
         --seconds) seconds=${2:?"--seconds wants a number"}; shift 2 ;;
-        --seed) export QVTEST_SEED=${2:?"--seed wants a number"}; shift 2 ;;
+        --seed) seed=${2:?"--seed wants a number"}; shift 2 ;;
         *) echo "Usage: scripts/soak.sh [--seconds N] [--seed N]" >&2; exit 2 ;;
     esac
 done
@@ -34,7 +36,8 @@ start_wine_with_devices "$PWD/build/mingw" 2
 share() { # share AMOUNT SECONDS: AMOUNT, or less when there is less time than SECONDS.
     echo $((seconds >= $2 ? $1 : $1 * seconds / $2 + 1))
 }
-export QVTEST_FUZZ_BLOCKS QVTEST_REQUESTS QVTEST_VANISH_SECONDS QVTEST_LOG_ERRORS
+export QVTEST_SEED QVTEST_FUZZ_BLOCKS QVTEST_REQUESTS QVTEST_VANISH_SECONDS QVTEST_LOG_ERRORS
+guarded_blocks=$(share 1000000 1800)
 QVTEST_FUZZ_BLOCKS=$(share 1000000 900)
 QVTEST_REQUESTS=$(share 200000 900)
 QVTEST_VANISH_SECONDS=$((seconds / 3 + 1))
@@ -44,31 +47,79 @@ start=$SECONDS
 round=0
 failures=0
 
-# part NAME: runs the test program, shows how it goes on, and adds its figures to the report.
+# outcome NAME CODE SECONDS LOG: shows how a part ended, and adds its figures to the report.
+outcome() {
+    local verdict=passed
+    if (($2 == 0)); then
+        printf 'passed after %d s\n' "$3"
+    else
+        verdict="FAILED with $2"
+        printf 'FAILED (%d) after %d s: %s\n' "$2" "$3" "$4"
+        failures=$((failures + 1))
+    fi
+    {
+        printf '%s, round %d: %s, %d s\n' "$1" "$round" "$verdict" "$3"
+        tr -d '\r' <"$4" | grep -aE '^(QVTEST_SEED|crash)|failing calls of|^[0-9]+ [a-z].*,|^the block' |
+            sed 's/^/    /' || true
+    } >>"$logs/report"
+}
+
+# part NAME: runs the test program.
 part() {
     local log=$logs/$1-$round.log code=0 began=$SECONDS
     printf '%5d s  %s ' $((SECONDS - start)) "$1"
     # A part that hangs is ended: nothing takes this long.
     timeout $((seconds + 600)) wine "build/mingw/bin/$1.exe" </dev/null >"$log" 2>&1 || code=$?
-    if ((code == 0)); then
-        printf 'passed after %d s\n' $((SECONDS - began))
-    else
-        printf 'FAILED (%d) after %d s: %s\n' "$code" $((SECONDS - began)) "$log"
-        failures=$((failures + 1))
-    fi
-    {
-        printf '%s, round %d: %s, %d s\n' "$1" "$round" \
-            "$( ((code == 0)) && echo passed || echo "FAILED with $code")" $((SECONDS - began))
-        tr -d '\r' <"$log" | grep -aE '^(QVTEST_SEED|crash)|failing calls of|^[0-9]+ [a-z].*,|^the block' |
-            sed 's/^/    /' || true
-    } >>"$logs/report"
+    outcome "$1" "$code" $((SECONDS - began)) "$log"
+}
+
+# The guarded heap never gives an address out twice, so that one process can use so many blocks only.
+readonly blocks_of_a_process=40000
+
+# guarded_process FIRST COUNT LOG: uses blocks on the guarded heap, and shows a point for them.
+guarded_process() {
+    local code=0
+    # Wine fails to start a program once in some thousand times, without a word.
+    for _ in 1 2; do
+        code=0
+        QVTEST_FUZZ_FIRST=$1 QVTEST_FUZZ_BLOCKS=$2 timeout 1800 \
+            wine build/mingw/bin/GuardedDeviceParameterFuzzTest.exe </dev/null >"$3" 2>&1 || code=$?
+        [[ -s $3 ]] && break
+    done
+    printf .
+    return "$code"
+}
+export -f guarded_process
+
+# guarded_part COUNT: uses so many blocks, in as many processes at a time as there are processors.
+guarded_part() {
+    local name=GuardedDeviceParameterFuzzTest code=0 began=$SECONDS first log
+    log=$logs/$name-$round.log
+    printf '%5d s  %s ' $((SECONDS - start)) "$name"
+    for ((first = 0; first < $1; first += blocks_of_a_process)); do
+        echo "$first $(($1 - first < blocks_of_a_process ? $1 - first : blocks_of_a_process))" \
+            "$logs/$name-$round-$first.log"
+    done | xargs -P "$(nproc)" -L 1 bash -c 'guarded_process "$@"' guarded_process || code=$?
+    printf ' '
+    # The processes' figures become one, and the seed is the same.
+    cat "$logs/$name-$round"-*.log | tr -d '\r' | awk '
+        /^QVTEST_SEED/ && seen++ { next }
+        /^[0-9]+ blocks, / { blocks += $1; flawless += $3; parameters += $8; next }
+        { print }
+        END {
+            printf "%d blocks, %d of them flawless, with %d parameters\n",
+                blocks, flawless, parameters
+        }' >"$log"
+    outcome "$name" "$code" $((SECONDS - began)) "$log"
 }
 
 step "Running for $seconds s at least, in rounds"
 while ((round == 0 || SECONDS - start < seconds)); do
     round=$((round + 1))
+    QVTEST_SEED=$((seed + round - 1))
     part FailingCallsTest
     part DeviceParameterFuzzTest
+    guarded_part "$guarded_blocks"
     part HostileRequestsTest
     part VanishingDevicesTest
     part ErrorLogLoadTest
@@ -76,6 +127,7 @@ while ((round == 0 || SECONDS - start < seconds)); do
     # What is left is filled with shorter rounds.
     QVTEST_VANISH_SECONDS=$(((seconds - (SECONDS - start)) / 3))
     ((QVTEST_VANISH_SECONDS > 10)) || QVTEST_VANISH_SECONDS=10
+    ((guarded_blocks < blocks_of_a_process)) || guarded_blocks=$blocks_of_a_process
 done
 
 step "Report after $((SECONDS - start)) s"

@@ -201,6 +201,8 @@ TEST(DeviceParameterFuzzTest, RandomBlocksAreSurvived) {
     theBlock.seed = Seed();
     const unsigned long first = Scaled("QVTEST_FUZZ_FIRST", 0);
     const unsigned long count = Scaled("QVTEST_FUZZ_BLOCKS", 20000);
+    theParameters = 0;
+    theFlawless = 0;
     for (unsigned long number = first; number < first + count && !HasFailure(); ++number) {
         theBlock.number = number;
         SCOPED_TRACE("QVTEST_FUZZ_FIRST=" + std::to_string(number));
