@@ -42,22 +42,26 @@ long long SizeOf(std::FILE* aFile) {
 }
 
 // Replaces the file by the last quarter of its bytes. It is read and written untranslated, whatever
-// the mode that it is going to be opened in. False when the file was left as it is.
-bool KeepLastQuarter(const char* aPath, long long aSize) {
+// the mode that it is going to be opened in. A file that cannot be replaced is left as it is, which
+// is no failure.
+Result KeepLastQuarter(const char* aPath, long long aSize) {
     const auto kept = static_cast<std::size_t>(aSize / 4);
     const Memory tail(static_cast<char*>(std::malloc(kept + 1)));
-    if (tail == nullptr) return false;
+    if (tail == nullptr) return Result(Code::Success);
     {
         const File whole = OpenFile(aPath, "rb");
         if (whole == nullptr || ::_fseeki64(whole.get(), aSize * 3 / 4, SEEK_SET) != 0 ||
             std::fread(tail.get(), 1, kept, whole.get()) != kept) {
-            return false;
+            return Result(Code::Success);
         }
     }
-    if (!::DeleteFileA(aPath)) return false;
+    if (!::DeleteFileA(aPath)) return Result(Code::Success);
 
-    const File shortened = OpenFile(aPath, "wb");
-    return shortened != nullptr && std::fwrite(tail.get(), 1, kept, shortened.get()) == kept;
+    File shortened = OpenFile(aPath, "wb");
+    if (shortened == nullptr) return Result(Code::CannotOpenFile);
+    const bool isWritten = std::fwrite(tail.get(), 1, kept, shortened.get()) == kept;
+    const bool isClosed = std::fclose(shortened.release()) == 0;
+    return Result(isWritten && isClosed ? Code::Success : Code::ShortWrite);
 }
 
 }  // namespace
@@ -75,10 +79,12 @@ Result Log::Open(const char* aPath, const char* aMode, int aMaxSize) {
     File file = OpenFile(aPath, aMode);
     if (file == nullptr) return Result(Code::CannotOpenFile);
 
+    Result shortened(Code::Success);
     const long long size = aMaxSize > 0 ? SizeOf(file.get()) : 0;
     if (aMaxSize > 0 && size >= aMaxSize) {
         file.reset();
-        (void)KeepLastQuarter(aPath, size);  // A file that cannot be shortened stays as it is.
+        shortened = KeepLastQuarter(aPath, size);
+        if (shortened.GetCode() == Code::CannotOpenFile) return shortened;
         file = OpenFile(aPath, aMode);
         if (file == nullptr) return Result(Code::CannotOpenFile);
         (void)std::fseek(file.get(), 0, SEEK_END);  // A failure leaves the mode's own position.
@@ -86,7 +92,7 @@ Result Log::Open(const char* aPath, const char* aMode, int aMaxSize) {
 
     (void)Log::Close();  // It cannot fail.
     file_ = file.release();
-    return Result(Code::Success);
+    return shortened;
 }
 
 Result Log::Close() {

@@ -98,23 +98,44 @@ private:
     ImportPatch patch_{"fread", &Read};
 };
 
-// Opens a file in one mode once only.
-class OneOpening {
+// Opens files in one mode a few times only.
+class FewOpenings {
 public:
-    explicit OneOpening(const char* aMode) {
+    FewOpenings(const char* aMode, int aCount) {
         mode_ = aMode;
-        count_ = 0;
+        left_ = aCount;
     }
     bool IsActive() const { return patch_.IsActive(); }
 
 private:
     static std::FILE* Open(const char* aPath, const char* aMode) {
-        if (std::strcmp(aMode, mode_) == 0 && count_++ > 0) return nullptr;
+        if (std::strcmp(aMode, mode_) == 0 && left_-- <= 0) return nullptr;
         return std::fopen(aPath, aMode);
     }
     inline static const char* mode_ = nullptr;
-    inline static int count_ = 0;
+    inline static int left_ = 0;
     ImportPatch patch_{"fopen", &Open};
+};
+
+// A disk that turns out to be full when a file is closed that was written to.
+class FullDiskAtTheEnd {
+public:
+    FullDiskAtTheEnd() { wasWritten_ = false; }
+    bool IsActive() const { return write_.IsActive() && close_.IsActive(); }
+
+private:
+    static std::size_t Write(const void* aBytes, std::size_t aSize, std::size_t aCount,
+                             std::FILE* aFile) {
+        wasWritten_ = true;
+        return std::fwrite(aBytes, aSize, aCount, aFile);
+    }
+    static int Close(std::FILE* aFile) {
+        const int closed = std::fclose(aFile);
+        return wasWritten_ ? EOF : closed;
+    }
+    inline static bool wasWritten_ = false;
+    ImportPatch write_{"fwrite", &Write};
+    ImportPatch close_{"fclose", &Close};
 };
 
 class LogTest : public testing::Test {
@@ -439,12 +460,46 @@ TEST_F(LogTest, FileWhoseTailCannotBeReadStaysWhole) {
 
 TEST_F(LogTest, CappedFileThatCannotBeOpenedAgainIsReported) {
     WriteBytes(path_, BinaryContent(4000));
-    const OneOpening once("a");
+    const FewOpenings once("a", 1);
     ASSERT_TRUE(once.IsActive());
 
     EXPECT_THAT(log_.Open(path_.c_str(), "a", 1000), IsBareCode(Code::CannotOpenFile));
 
     EXPECT_FALSE(log_.IsOpened());
+}
+
+TEST_F(LogTest, CappedFileThatCannotBeMadeAnewIsReported) {
+    WriteBytes(path_, BinaryContent(4000));
+    const FewOpenings none("wb", 0);
+    ASSERT_TRUE(none.IsActive());
+
+    EXPECT_THAT(log_.Open(path_.c_str(), "a", 1000), IsBareCode(Code::CannotOpenFile));
+
+    EXPECT_FALSE(log_.IsOpened());
+}
+
+TEST_F(LogTest, CappedFileOfWhichNotAllIsTakenIsReportedAndOpen) {
+    const std::string content = BinaryContent(4000);
+    WriteBytes(path_, content);
+    {
+        const FullDisk disk(/*aRoom=*/100);
+        ASSERT_TRUE(disk.IsActive());
+        EXPECT_THAT(log_.Open(path_.c_str(), "ab", 1000), IsBareCode(Code::ShortWrite));
+    }
+    EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_EQ(content.substr(3000, 100) + "appended\n", ReadBytes(path_));
+}
+
+TEST_F(LogTest, CappedFileThatTheDiskRefusesInTheEndIsReported) {
+    WriteBytes(path_, BinaryContent(4000));
+    const FullDiskAtTheEnd disk;
+    ASSERT_TRUE(disk.IsActive());
+
+    EXPECT_THAT(log_.Open(path_.c_str(), "a", 1000), IsBareCode(Code::ShortWrite));
+
+    EXPECT_TRUE(log_.IsOpened());
 }
 
 TEST_F(LogTest, OpeningAnotherFileClosesTheFirst) {
