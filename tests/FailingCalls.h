@@ -55,7 +55,7 @@ public:
         isWatching_ = false;
     }
 
-    /// Has all functions note whether they are called from now on, and none fail.
+    /// Has all functions note whether our DLLs call them from now on, and none fail.
     static void Watch() { isWatching_ = true; }
     bool WasCalled() const { return wasCalled_; }
     void ForgetCalls() { wasCalled_ = false; }
@@ -80,10 +80,11 @@ protected:
 
     /// Whether this call is the one to fail. `aCaller` is where it returns to.
     bool Strikes(const void* aCaller) {
-        if (isWatching_) wasCalled_ = true;
-        if (armed_ != this) return false;
+        if (!isWatching_ && armed_ != this) return false;
         const void* const site = SiteOf(aCaller);
-        if (site == nullptr || ++count_ != strikeAt_) return false;
+        if (site == nullptr) return false;
+        if (isWatching_) wasCalled_ = true;
+        if (armed_ != this || ++count_ != strikeAt_) return false;
         struckAt_ = site;
         return true;
     }

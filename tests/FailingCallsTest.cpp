@@ -13,7 +13,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <new>
@@ -53,6 +55,9 @@ using testing::StrEq;
 
 // The system error that failing calls leave, unless they have a more likely one.
 constexpr DWORD kError = ERROR_GEN_FAILURE;
+
+// What a scenario answers when all went well, it seems, but not what was to be done.
+constexpr unsigned long kWrong = 0x7FFF;
 
 // One run of a scenario, with one call failing, or none.
 class Attempt {
@@ -106,7 +111,12 @@ Result ConnectInTwoWays(DeviceEnumerator& aEnumerator, DeviceConnection& aConnec
 void Connect(Attempt& aAttempt) {
     DeviceEnumerator enumerator;
     DeviceConnection connection;
-    aAttempt.Try([&] { return ConnectInTwoWays(enumerator, connection); });
+    aAttempt.Try([&] {
+        DeviceEnumerator ended;
+        Result result = ended.Enumerate(&GUID_DEVINTERFACE_QVSAMPLE);
+        if (result.IsSuccess()) result = ConnectInTwoWays(enumerator, connection);
+        return result;
+    });
 
     (void)connection.Close();  // It may be closed already.
     EXPECT_THAT(ConnectInTwoWays(enumerator, connection), IsBareCode(Code::Success));
@@ -123,6 +133,8 @@ void Load(Attempt& aAttempt) {
     EXPECT_THAT(parameters.Refresh(), IsBareCode(Code::Success));
     EXPECT_EQ(QV_SAMPLE_PARAMETER_COUNT, parameters.GetCount());
 }
+
+constexpr unsigned int kChanges = 4;
 
 Result ChangeSome(DeviceParameterRepository& aParameters) {
     Result result = aParameters.GetByID(QV_SAMPLE_ID_GAIN)->SetInt(12);
@@ -157,7 +169,7 @@ void Copy(Attempt& aAttempt) {
     ASSERT_THAT(parameters.Connect(&connection), IsBareCode(Code::Success));
     aAttempt.Try([&] {
         const ParameterRepository copy(parameters);
-        return Result(copy.GetCount() <= parameters.GetCount() ? 0 : 1);
+        return Result(copy.GetCount() <= parameters.GetCount() ? Code::Success : kWrong);
     });
 
     EXPECT_EQ(QV_SAMPLE_PARAMETER_COUNT, ParameterRepository(parameters).GetCount());
@@ -168,7 +180,10 @@ void Apply(Attempt& aAttempt) {
     ConnectToDevice(connection);
     DeviceParameterRepository parameters;
     ASSERT_THAT(parameters.Connect(&connection), IsBareCode(Code::Success));
+    ASSERT_THAT(parameters.ResetDefaults(), IsBareCode(Code::Success));
+    ASSERT_THAT(parameters.Apply(), IsBareCode(Code::Success));
     ASSERT_THAT(ChangeSome(parameters), IsBareCode(Code::Success));
+    ASSERT_EQ(kChanges, parameters.GetChangeCount());
     aAttempt.Try([&] { return parameters.Apply(); });
 
     ASSERT_THAT(ChangeSome(parameters), IsBareCode(Code::Success));
@@ -190,6 +205,13 @@ void Refresh(Attempt& aAttempt) {
 constexpr unsigned int kPending = 8;
 constexpr unsigned int kPacketSize = 65536;
 
+// A whole packet.
+bool IsPacket(const unsigned char* aBytes, unsigned long aSize) {
+    QV_SAMPLE_PACKET_HEADER header = {};
+    std::memcpy(&header, aBytes, sizeof header);
+    return header.magic == QV_SAMPLE_PACKET_MAGIC && aSize == sizeof header + header.payloadBytes;
+}
+
 // Reads packets through the queue, and leaves nothing pending.
 Result StreamPackets(DeviceConnection& aConnection, DeviceRequestQueue& aQueue,
                      std::vector<unsigned char>& aBuffer, unsigned int aCount) {
@@ -206,6 +228,9 @@ Result StreamPackets(DeviceConnection& aConnection, DeviceRequestQueue& aQueue,
             if (read.GetCode() != Code::Pending) result |= read;
         }
         if (result.IsSuccess()) result |= aQueue.GetNextResult(&size);
+        const unsigned char* const packet =
+            aBuffer.data() + std::size_t{received % kPending} * kPacketSize;
+        if (result.IsSuccess() && !IsPacket(packet, size)) result = Result(kWrong);
     }
     // A request that was refused reports it a second time from here; the first time is enough.
     (void)aQueue.Wait();
@@ -221,7 +246,11 @@ void Stream(Attempt& aAttempt) {
     aAttempt.Try([&] {
         const Result allocated = queue.Allocate(kPending + 1, &connection);
         isAllocated = allocated.IsSuccess();
-        return isAllocated ? StreamPackets(connection, queue, buffer, 100) : allocated;
+        if (!isAllocated) return allocated;
+        DeviceRequestQueue ended;
+        const Result second = ended.Allocate(2, &connection);
+        if (second.IsFailure()) return second;
+        return StreamPackets(connection, queue, buffer, 100);
     });
 
     if (!isAllocated) {
@@ -231,11 +260,14 @@ void Stream(Attempt& aAttempt) {
 }
 
 Result WriteAndRead(DeviceConnection& aConnection) {
-    char data[16] = "there and back";
+    const char sent[16] = "there and back";
+    char received[sizeof sent] = {};
     unsigned long size = 0;
-    Result result = aConnection.Write(data, sizeof data, &size, nullptr);
-    if (result.IsSuccess()) result = aConnection.Read(data, sizeof data, &size, nullptr);
-    return result;
+    Result result = aConnection.Write(sent, sizeof sent, &size, nullptr);
+    if (result.IsSuccess()) result = aConnection.Read(received, sizeof received, &size, nullptr);
+    if (result.IsFailure()) return result;
+    const bool isBack = size == sizeof sent && std::memcmp(sent, received, sizeof sent) == 0;
+    return Result(isBack ? Code::Success : kWrong);
 }
 
 void Transfer(Attempt& aAttempt) {
@@ -334,10 +366,12 @@ Result UseThread(ThrowingThread& aThread) {
 }
 
 void RunThread(Attempt& aAttempt) {
-    {
-        ThrowingThread thread;
-        aAttempt.Try([&] { return UseThread(thread); });
-    }
+    auto thread = std::make_unique<ThrowingThread>();
+    aAttempt.Try([&] {
+        const Result result = UseThread(*thread);
+        thread.reset();
+        return result;
+    });
     ThrowingThread another;
     EXPECT_THAT(UseThread(another), IsBareCode(Code::Success));
 }
@@ -366,7 +400,7 @@ Result UseTextsAndFolders() {
     // What finds no memory has none.
     const char* const description = copied.GetDescription();
     EXPECT_THAT(description, AnyOf(IsNull(), StrEq("A description that needs memory")));
-    return Result(progress.GetStatus().IsEmpty() || expanded.empty() ? 1 : 0);
+    return Result(progress.GetStatus().IsEmpty() || expanded.empty() ? kWrong : Code::Success);
 }
 
 void TextsAndFolders(Attempt& aAttempt) {
@@ -382,7 +416,7 @@ Result DigestText() {
     const unsigned char text[] = {'a', 'b', 'c'};
     digest.Update(text, sizeof text);
     digest.Final();
-    return Result(digest.GetDigest()[0] == 0x90 ? 0 : 1);
+    return Result(digest.GetDigest()[0] == 0x90 ? Code::Success : kWrong);
 }
 
 void Digest(Attempt& aAttempt) {
@@ -469,7 +503,8 @@ std::vector<Subject> MakeSubjects() {
     add(QV_CALL(_beginthreadex, 0, ERROR_NOT_ENOUGH_MEMORY, Effect::Takes),
         {Code::SystemCallFailed});
     add(QV_CALL(fopen, none, ERROR_ACCESS_DENIED, Effect::Takes), {Code::CannotOpenFile});
-    add(QV_CALL(fclose, EOF, ERROR_DISK_FULL, Effect::GivesBack, Failure::AfterWork));
+    add(QV_CALL(fclose, EOF, ERROR_DISK_FULL, Effect::GivesBack, Failure::AfterWork),
+        {Code::ShortWrite});
     add(QV_CALL(fflush, EOF, ERROR_DISK_FULL), {Code::ShortWrite});
     add(QV_CALL(fwrite, 0, ERROR_DISK_FULL), {Code::ShortWrite});
     add(QV_CALL(fputc, EOF, ERROR_DISK_FULL));
@@ -484,6 +519,50 @@ std::vector<Subject> MakeSubjects() {
     add(MakeFailingCall<__COUNTER__>("getenv_s", GetVariable{&::getenv_s}, ENOMEM));
     return subjects;
 }
+
+// Failures that an operation gets over, and so succeeds: of the function, in the scenario, and in
+// our function. What is empty means any.
+struct Harmless {
+    const char* call;
+    const char* scenario;
+    const char* place;
+    const char* reason;
+};
+constexpr Harmless kHarmless[] = {
+    {"CloseHandle", "", "", "nothing is done with it any more"},
+    {"FreeLibrary", "", "", "nothing is done with it any more"},
+    {"SetupDiDestroyDeviceInfoList", "", "", "nothing is done with it any more"},
+    {"AddVectoredExceptionHandler", "thread", "Thread::SetThreadName", "has no name, but works"},
+    {"RemoveVectoredExceptionHandler", "thread", "Thread::SetThreadName", "ignores naming only"},
+    {"WaitForSingleObject", "thread", "Synchro::WaitUntilSignaled", "a failed wait has ended"},
+    {"CreateEventA", "stream", "DeviceRequestQueue::Allocate", "works without, only slower"},
+    {"CreateEventA", "transfer", "", "the device's own handle tells of one transfer at a time"},
+    {"CreateMutexA", "single instance", "", "answers that there is no other"},
+    {"CopyFileA", "error log", "ErrorLog::Open", "starts anew without a backup"},
+    {"DeleteFileA", "error log", "ErrorLog::Open", "starts anew all the same"},
+    {"_time64", "error log", "", "the line has another time"},
+    {"DeleteFileA", "log", "Log::Open", "the file stays whole"},
+    {"fopen", "log", "Log::Open", "the file stays whole when its end cannot be read"},
+    {"fread", "log", "Log::Open", "the file stays whole"},
+    {"malloc", "log", "Log::Open", "the file stays whole"},
+    {"fseek", "log", "Log::Open", "the mode has its own position"},
+    {"fflush", "log", "_fseeki64", "the file stays whole"},
+    {"fsetpos", "log", "_fseeki64", "the file stays whole"},
+    {"_filelengthi64", "log", "_fseeki64", "the file stays whole"},
+    {"fgetpos", "log", "_ftelli64", "the file stays whole"},
+    {"fclose", "log", "Log::Open", "of the file as it was, which nothing was written to"},
+    {"fclose", "", "Log::Close", "lines are reported when they are written"},
+    {"CreateDirectoryA", "texts and folders", "GetPath", "whoever opens the file is told"},
+    {"SHGetFolderPathA", "texts and folders", "GetPath", "the file is without a folder"},
+    {"getenv_s", "texts and folders", "ReadEnvironment", "as if there were no such variable"},
+    {"_time64", "texts and folders", "GetDateTime", "tells another time"},
+    {"malloc", "texts and folders", "Result::Result", "has no description"},
+    {"malloc", "texts and folders", "ExpandText", "has no description"},
+    {"MultiByteToWideChar", "", "ConvertText", "the other form of the text is empty"},
+    {"WideCharToMultiByte", "", "ConvertText", "the other form of the text is empty"},
+    {"malloc", "copy", "", "copies what there is memory for"},
+    {"realloc", "copy", "", "copies what there is memory for"},
+};
 
 // Imports that cannot fail where the library calls them, each with the reason.
 const std::map<std::string, const char*> kCannotFail = {
@@ -574,11 +653,13 @@ protected:
 
     // Fails every call that the scenario makes.
     void FailAllInTurn(const Scenario& aScenario) {
-        for (const Subject& subject : subjects_) subject.call->ForgetCalls();
-        // This also makes what is made once, at the first use.
-        Attempt unhindered(nullptr, 0);
-        aScenario.run(unhindered);
-        ASSERT_EQ(Code::Success, unhindered.ResultCode()) << aScenario.name;
+        // The first time is for what is made once, at the first use.
+        for (int time = 0; time < 2; ++time) {
+            for (const Subject& subject : subjects_) subject.call->ForgetCalls();
+            Attempt unhindered(nullptr, 0);
+            aScenario.run(unhindered);
+            ASSERT_EQ(Code::Success, unhindered.ResultCode()) << aScenario.name;
+        }
         for (const Subject& subject : subjects_) {
             if (subject.call->WasCalled()) FailInTurn(aScenario, subject);
         }
@@ -591,6 +672,7 @@ protected:
                          aSubject.call->Name());
             std::optional<Attempt> attempt = RunWithoutLoss(aScenario, aSubject, number);
             if (aSubject.call->StruckAt() == nullptr) {
+                EXPECT_LT(1, number) << "the call that was seen is not made again";
                 EXPECT_FALSE(attempt->HasThrown());
                 EXPECT_EQ(Code::Success, attempt->ResultCode());
                 break;
@@ -628,6 +710,9 @@ protected:
                 << "std::bad_alloc in " << FailingCall::Describe(aSubject.call->StruckAt());
             ++outcomes["bad_alloc"];
         } else if (code == Code::Success) {
+            EXPECT_TRUE(IsHarmless(aScenario, aSubject))
+                << "goes on after a failure in "
+                << FailingCall::Describe(aSubject.call->StruckAt());
             ++outcomes["went on"];
         } else {
             EXPECT_THAT(aSubject.codes, testing::Contains(code));
@@ -635,6 +720,18 @@ protected:
             std::snprintf(text, sizeof text, "code 0x%lx", code);
             ++outcomes[text];
         }
+    }
+
+    static bool IsHarmless(const Scenario& aScenario, const Subject& aSubject) {
+        const std::string place = FailingCall::Describe(aSubject.call->StruckAt());
+        return std::any_of(std::begin(kHarmless), std::end(kHarmless), [&](const Harmless& aEntry) {
+            const auto isMeant = [](const char* aText, const std::string& aActual) {
+                return *aText == '\0' || aActual == aText;
+            };
+            return aSubject.call->Name() == aEntry.call &&
+                   isMeant(aEntry.scenario, aScenario.name) &&
+                   isMeant(aEntry.place, place.substr(0, place.rfind('+')));
+        });
     }
 
     void PrintTable() const {
