@@ -18,8 +18,13 @@
 //   rename FROM TO          renames a file
 //   hide-location           lets the system refuse to tell where the library is
 //   locate PATH             lets the system tell that the library is there
+//   hide-files              lets the C library find no file
+//   fail-set N              lets the N-th setting of a variable fail, from 1
 //   load DLL, free          loads a DLL, and frees it
 // What the library tells a debugger is printed as "debugger: TEXT".
+
+#include <io.h>
+#include <stdlib.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -49,6 +54,12 @@ DWORD WINAPI TellLocation(HMODULE, char* aOut, DWORD aSize) {
     aOut[length] = '\0';
     return length < theLocation.size() ? aSize : static_cast<DWORD>(length);
 }
+
+int HideFile(const char*, int) { return -1; }
+
+int theSettingsLeft = 0;
+
+int SetOrFail(const char* aText) { return --theSettingsLeft == 0 ? -1 : ::_putenv(aText); }
 
 // A logger that holds none of log4cxx is empty.
 const char* StateOf(const Logger& aLogger) {
@@ -120,6 +131,11 @@ private:
         } else if (aCommand == "locate") {
             theLocation = Text();
             hidden_ = std::make_unique<QvTests::ImportPatch>("GetModuleFileNameA", &TellLocation);
+        } else if (aCommand == "hide-files") {
+            hidden_ = std::make_unique<QvTests::ImportPatch>("_access", &HideFile);
+        } else if (aCommand == "fail-set") {
+            theSettingsLeft = Number();
+            hidden_ = std::make_unique<QvTests::ImportPatch>("_putenv", &SetOrFail);
         } else if (aCommand == "load") {
             library_ = ::LoadLibraryA(Text());
             std::printf("%s\n", library_ != nullptr ? "loaded" : "not loaded");

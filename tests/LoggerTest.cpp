@@ -606,6 +606,34 @@ TEST_F(LoggerProbeTest, MissingConfigurationsMeanEmptyLoggers) {
         Run({"new", "a", "new", "b"}).out);
 }
 
+TEST_F(LoggerProbeTest, FilesThatCannotBeSeenMeanEmptyLoggers) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+
+    EXPECT_EQ("debugger: Failed to set environment. returning.\nempty\n",
+              Run({"hide-files", "new", "a"}).out);
+}
+
+TEST_F(LoggerProbeTest, PathThatCannotBeSetMeansEmptyLoggers) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+
+    EXPECT_EQ("Failed to load imports for log4cxx\nempty\nPATH=" + SystemPath() + "\n",
+              Run({"fail-set", "1", "new", "a", "path"}).out);
+}
+
+TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSetBack) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+
+    EXPECT_EQ("ready\nPATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n",
+              Run({"fail-set", "2", "new", "a", "path", "log", "0", "20000", "text"}).out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
+}
+
 TEST_F(LoggerProbeTest, DefaultConfigurationLiesBesideTheLibrary) {
     REQUIRE_LOG4CXX();
     CopyRealLog4cxx();
