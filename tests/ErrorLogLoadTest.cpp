@@ -350,21 +350,22 @@ TEST(EndedProcessTest, FileHoldsAllLinesThatWereFlushed) {
     const std::string name = "QvErrorLogProbe" + std::to_string(::GetCurrentProcessId());
     const SharedCounter counter(name);
     for (int round = 0; round < 3; ++round) {
+        unsigned long next = counter.Value();
+        const unsigned long enough = next + 200;
         StartedProgram writer(L"ErrorLogProbe.exe", {path, name});
-        const unsigned long enough = counter.Value() + 200;
         while (counter.Value() < enough && writer.IsRunning()) std::this_thread::yield();
         writer.Kill();
         const unsigned long flushed = counter.Value();
+        ASSERT_GE(flushed, enough);
 
         const std::string bytes = ReadBytes(path);
         EXPECT_EQ('\n', bytes.empty() ? '\0' : bytes.back());
-        unsigned long number = 0;
         for (const std::string& line : ReadLines(path)) {
             Entry entry;
             ASSERT_TRUE(entry.ParseLine(line)) << line;
-            number = entry.number;
+            ASSERT_EQ(next++, entry.number);
         }
-        EXPECT_GE(number + 1, flushed);
+        EXPECT_GE(next, flushed);
     }
 }
 

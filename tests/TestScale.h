@@ -19,11 +19,12 @@ inline unsigned long Scaled(const char* aVariable, unsigned long aDefault) {
     return text != nullptr ? std::strtoul(text, nullptr, 0) : aDefault;
 }
 
-/// The seed in QVTEST_SEED, or a new one. It is printed, so that a failure can be repeated.
+/// The seed in QVTEST_SEED, or a new one, the same for the whole process. It is printed, so that a
+/// failure can be repeated.
 inline unsigned long Seed() {
-    const unsigned long seed = Scaled("QVTEST_SEED", std::random_device()());
-    std::cout << "QVTEST_SEED=" << seed << std::endl;
-    return seed;
+    static const unsigned long kSeed = Scaled("QVTEST_SEED", std::random_device()());
+    std::cout << "QVTEST_SEED=" << kSeed << std::endl;
+    return kSeed;
 }
 
 }  // namespace QvTests
