@@ -17,11 +17,11 @@
 #include "HandleLedger.h"
 #include "KernelObjects.h"
 #include "OpenHandles.h"
-#include "ProgramRun.h"
 #include "QvUserLib/DeviceEnumerator.h"
 #include "QvUserLib/DeviceRequestQueue.h"
 #include "SampleDevice.h"
 #include "TestScale.h"
+#include "ThirdDevice.h"
 
 namespace QvTests {
 namespace {
@@ -167,19 +167,6 @@ private:
 
 class VanishingDevicesTest : public SampleDeviceTest {
 protected:
-    static void RunSetup(const std::vector<std::string>& aArguments) {
-        const Outcome outcome = RunProgram(L"QvSampleSetup.exe", aArguments);
-        ASSERT_EQ(0u, outcome.exitCode) << outcome.out << outcome.err;
-    }
-    void AddThirdDevice() {
-        RunSetup({"install", "--devices", "3"});
-        isThere_ = true;
-    }
-    void RemoveThirdDevice() {
-        RunSetup({"remove", "--device", "2"});
-        isThere_ = false;
-    }
-
     static void UseOnce() {
         Users users;
         users.Enumerate();
@@ -192,27 +179,22 @@ protected:
     unsigned long RemoveAndAdd(ULONGLONG aTimeMs) {
         const ULONGLONG end = ::GetTickCount64() + aTimeMs;
         unsigned long removals = 0;
-        while (::GetTickCount64() < end && !HasFatalFailure()) {
-            AddThirdDevice();
-            if (!HasFatalFailure()) RemoveThirdDevice();
+        while (::GetTickCount64() < end && !HasFailure()) {
+            device_.Add();
+            device_.Remove();
             if (++removals % 100 == 0) std::cout << removals << " removals" << std::endl;
         }
         return removals;
     }
 
-    void TearDown() override {
-        if (isThere_) RemoveThirdDevice();
-        SampleDeviceTest::TearDown();
-    }
-
-    bool isThere_ = false;
+    ThirdDevice device_;
 };
 
 TEST_F(VanishingDevicesTest, NothingCrashesHangsOrIsLost) {
     const ULONGLONG timeMs = 1000ULL * Scaled("QVTEST_VANISH_SECONDS", 10);
-    AddThirdDevice();
+    device_.Add();
     UseOnce();  // What the system opens once for all.
-    RemoveThirdDevice();
+    device_.Remove();
     const std::size_t handles = CountOpenHandles();
     const std::size_t threads = CountThreads();
     ASSERT_GT(handles, 0u);

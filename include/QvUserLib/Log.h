@@ -42,9 +42,8 @@ public:
     ///                  stays whole when there is no memory for them, or when it cannot be
     ///                  replaced. The cap works on opening only: a file grows without limit while
     ///                  it is open.
-    /// @retval CannotOpenFile  The file cannot be opened, also not again when it had to be replaced,
-    ///                         or the path or the mode is null or empty. A file that was open
-    ///                         before stays open.
+    /// @retval CannotOpenFile  The file cannot be opened, also not again after it was replaced, or
+    ///                         the path or the mode is null or empty. What was open stays open.
     /// @retval ShortWrite      The file is open, but the disk did not take all that was to be kept.
     virtual Result Open(const char* aPath, const char* aMode, int aMaxSize);
 
