@@ -30,19 +30,39 @@ constexpr unsigned int kHandles = 4;
 constexpr std::size_t kLargest = 70000;
 constexpr unsigned char kUntouched = 0xEE;
 
-// What the driver answers to a request for parameters, and to a code that it does not know.
-const std::set<unsigned long> kAnswers = {ERROR_SUCCESS,
-                                          ERROR_INVALID_FUNCTION,
-                                          ERROR_ACCESS_DENIED,
-                                          ERROR_INVALID_PARAMETER,
-                                          ERROR_INSUFFICIENT_BUFFER,
-                                          ERROR_INVALID_NAME,
-                                          ERROR_FILENAME_EXCED_RANGE,
-                                          ERROR_NO_UNICODE_TRANSLATION,
-                                          ERROR_NOT_FOUND,
-                                          ERROR_REVISION_MISMATCH,
-                                          ERROR_INVALID_USER_BUFFER,
-                                          ERROR_OBJECT_ALREADY_EXISTS};
+// The Win32 codes of a request.
+using Answers = std::set<unsigned long>;
+
+// What the driver answers to records, be they in order or not.
+const Answers kAnswersToRecords = {
+    ERROR_SUCCESS,      ERROR_ACCESS_DENIED,        ERROR_INVALID_PARAMETER,
+    ERROR_INVALID_NAME, ERROR_FILENAME_EXCED_RANGE, ERROR_NO_UNICODE_TRANSLATION,
+    ERROR_NOT_FOUND,    ERROR_REVISION_MISMATCH,    ERROR_OBJECT_ALREADY_EXISTS};
+const Answers kAnswersToWriting = {ERROR_SUCCESS, ERROR_INVALID_USER_BUFFER, ERROR_BUSY};
+
+constexpr DWORD kBlockSize = QV_SAMPLE_PARAMETER_COUNT * sizeof(QV_PARAMETER_RECORD);
+
+// What it answers to a request with so many bytes of input and of room for output.
+Answers AnswersTo(DWORD aCode, DWORD aInSize, DWORD aOutSize) {
+    switch (aCode) {
+        case IOCTL_PARAMETERS_GET_SIZE:
+            if (aInSize > 0 || aOutSize > 0) return {ERROR_INVALID_PARAMETER};
+            return {ERROR_SUCCESS};
+        case IOCTL_PARAMETERS_GET:
+            if (aInSize > 0) return {ERROR_INVALID_PARAMETER};
+            if (aOutSize < kBlockSize) return {ERROR_INSUFFICIENT_BUFFER};
+            return {ERROR_SUCCESS};
+        case IOCTL_PARAMETERS_SET:
+            if (aOutSize > 0) return {ERROR_INVALID_PARAMETER};
+            if (aInSize == 0 || aInSize > kBlockSize ||
+                aInSize % sizeof(QV_PARAMETER_RECORD) != 0) {
+                return {ERROR_INVALID_USER_BUFFER};
+            }
+            return kAnswersToRecords;
+        default:
+            return {ERROR_INVALID_FUNCTION};
+    }
+}
 
 // One program without manners.
 class HostileClient {
@@ -55,8 +75,11 @@ public:
     }
 
     // Answers that the driver does not document, and buffers that it wrote too much to.
-    std::set<unsigned long> strange;
+    std::set<std::string> strange;
     unsigned long overruns = 0;
+    // How often it took changes, and gave all parameters.
+    unsigned long changes = 0;
+    unsigned long blocks = 0;
 
 private:
     void SendAnything() {
@@ -112,8 +135,9 @@ private:
         if (own_.empty()) {
             own_.resize(QV_SAMPLE_PARAMETER_COUNT);
             DWORD size = 0;
-            ::DeviceIoControl(device_, IOCTL_PARAMETERS_GET, nullptr, 0, own_.data(),
-                              static_cast<DWORD>(own_.size() * sizeof own_[0]), &size, nullptr);
+            const BOOL isRead = ::DeviceIoControl(device_, IOCTL_PARAMETERS_GET, nullptr, 0,
+                                                  own_.data(), kBlockSize, &size, nullptr);
+            if (!isRead || size != kBlockSize) strange.insert("the driver's own records");
         }
         QV_PARAMETER_RECORD record = own_[random_.Below(own_.size())];
         record.value = random_.Chance(2) ? random_.Below(70) : aOther.value;
@@ -130,7 +154,9 @@ private:
             ::DeviceIoControl(device_, aCode, aInSize > 0 ? in_.data() : nullptr, aInSize,
                               aOutSize > 0 ? out_.data() : nullptr, aOutSize, &size, &overlapped);
         const unsigned long answer = Finish(done, overlapped, size);
-        if (kAnswers.count(answer) == 0) strange.insert(answer);
+        Check("code " + std::to_string(aCode), AnswersTo(aCode, aInSize, aOutSize), answer);
+        if (aCode == IOCTL_PARAMETERS_SET && answer == ERROR_SUCCESS) ++changes;
+        if (aCode == IOCTL_PARAMETERS_GET && answer == ERROR_SUCCESS) ++blocks;
         CheckOutput(aCode == IOCTL_PARAMETERS_GET_SIZE ? 0 : size, aOutSize);
     }
 
@@ -143,7 +169,8 @@ private:
         DWORD size = 0;
         const BOOL done = aReads ? ::ReadFile(device_, out_.data(), length, &size, &overlapped)
                                  : ::WriteFile(device_, in_.data(), length, &size, &overlapped);
-        (void)Finish(done, overlapped, size);
+        const unsigned long answer = Finish(done, overlapped, size);
+        if (!aReads) Check("writing", kAnswersToWriting, answer);
         CheckOutput(size, length);
     }
 
@@ -157,6 +184,11 @@ private:
             return ERROR_SUCCESS;
         }
         return ::GetLastError();
+    }
+
+    void Check(const std::string& aWhat, const Answers& aAnswers, unsigned long aAnswer) {
+        if (aAnswers.count(aAnswer) > 0) return;
+        strange.insert(aWhat + ": " + std::to_string(aAnswer));
     }
 
     void PrepareOutput(DWORD aSize) { std::fill_n(out_.begin() + aSize, 16, kUntouched); }
@@ -245,8 +277,10 @@ TEST_F(HostileRequestsTest, DriverAndTheOtherDevicesStreamAreUnharmed) {
     const unsigned long count = Scaled("QVTEST_REQUESTS", 20000) / kHandles;
     WatchedStream stream;
     std::mutex lock;
-    std::set<unsigned long> strange;
+    std::set<std::string> strange;
     unsigned long overruns = 0;
+    unsigned long changes = 0;
+    unsigned long blocks = 0;
     std::vector<std::thread> threads;
     for (unsigned int index = 0; index < kHandles; ++index) {
         threads.emplace_back([&, index] {
@@ -256,6 +290,8 @@ TEST_F(HostileRequestsTest, DriverAndTheOtherDevicesStreamAreUnharmed) {
             const std::lock_guard<std::mutex> guard(lock);
             strange.insert(client.strange.begin(), client.strange.end());
             overruns += client.overruns;
+            changes += client.changes;
+            blocks += client.blocks;
         });
     }
     for (std::thread& thread : threads) thread.join();
@@ -263,14 +299,17 @@ TEST_F(HostileRequestsTest, DriverAndTheOtherDevicesStreamAreUnharmed) {
 
     EXPECT_THAT(strange, testing::IsEmpty());
     EXPECT_EQ(0u, overruns);
+    EXPECT_GT(changes, 0u);
+    EXPECT_GT(blocks, 0u);
     EXPECT_TRUE(stream.IsUnharmed()) << "packet " << stream.Packets();
     EXPECT_GT(stream.Packets(), 0u);
     RestoreDefaults();
     DeviceParameterRepository parameters;
     EXPECT_THAT(parameters.Connect(&connection_), IsBareCode(Code::Success));
     EXPECT_EQ(QV_SAMPLE_PARAMETER_COUNT, parameters.GetCount());
-    std::printf("%lu requests, %lu packets of the other device\n", count * kHandles,
-                stream.Packets());
+    std::printf(
+        "%lu requests, %lu changes and %lu blocks among them, %lu packets of the other device\n",
+        count * kHandles, changes, blocks, stream.Packets());
 }
 
 }  // namespace
