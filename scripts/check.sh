@@ -59,6 +59,13 @@ export -f check_file
 export build headers product_headers
 
 # Only what is compiled with the preset has compile commands.
-sources "${tidied[@]}" | while IFS= read -r -d '' file; do
-    if grep -qF "\"$PWD/$file\"" "$build/compile_commands.json"; then printf '%s\0' "$file"; fi
-done | xargs -0 -r -n 1 -P "$(nproc)" bash -c 'check_file "$1"' check_file
+compiled=()
+while IFS= read -r -d '' file; do
+    if grep -qF "\"$PWD/$file\"" "$build/compile_commands.json"; then compiled+=("$file"); fi
+done < <(sources "${tidied[@]}")
+if ((${#compiled[@]} == 0)); then
+    echo "error: $build compiles none of the sources here: run scripts/build.sh $preset" >&2
+    exit 1
+fi
+# shellcheck disable=SC2016
+printf '%s\0' "${compiled[@]}" | xargs -0 -n 1 -P "$(nproc)" bash -c 'check_file "$1"' check_file

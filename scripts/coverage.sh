@@ -30,8 +30,10 @@ run_program() {
         timeout 300 wine "$1" '--gtest_filter=-QvctlCtrlCTest.*'
 }
 for program in "$build"/bin/*Test.exe; do
-    # As with scripts/test.sh, what failed is run a second time.
-    run_program "$program" 2>/dev/null || run_program "$program"
+    # As with scripts/test.sh, what Wine did not start is run a second time.
+    run_program "$program" || {
+        [[ ! -s $build/$(basename "$program" .exe).log ]] && run_program "$program"
+    }
 done
 stop_wine
 
