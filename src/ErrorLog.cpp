@@ -107,11 +107,19 @@ char* StartLine(char (&aLine)[kLineSize], const Origin& aOrigin) {
                          aOrigin.file != nullptr ? aOrigin.file : "", aOrigin.line, aOrigin.tag);
 }
 
-// Composes a line with an expanded message. Returns where the message begins.
+// Expands a message, which without arguments stands as it is. Returns its length.
+std::size_t ExpandMessage(char* aOut, std::size_t aSize, const char* aFormat, va_list aArguments) {
+    if (aArguments != nullptr) return ExpandText(aOut, aSize, aFormat, aArguments);
+    CopyText(aOut, aSize, aFormat);
+    return LengthUpTo(aOut, aSize - 1);
+}
+
+// Composes a line with a message that is still to be expanded. Returns where the message begins.
 const char* ComposeLine(char (&aLine)[kLineSize], const Origin& aOrigin, const char* aFormat,
                         va_list aArguments) {
     char* const message = StartLine(aLine, aOrigin);
-    ExpandText(message, static_cast<std::size_t>(aLine + kLineSize - message), aFormat, aArguments);
+    (void)ExpandMessage(message, static_cast<std::size_t>(aLine + kLineSize - message), aFormat,
+                        aArguments);  // The line is what counts.
     return message;
 }
 
@@ -183,7 +191,7 @@ Result ErrorLog::WriteErrorArg(Result aResult, const char* aFile, unsigned long 
         return written;
     }
 
-    const std::size_t length = ExpandText(text, sizeof text, aFormat, aArguments);
+    const std::size_t length = ExpandMessage(text, sizeof text, aFormat, aArguments);
     const GateGuard guard(gate_);
     AddRecord(aResult, aFile, aLine, text, length);
     return Result(Code::NotSet);

@@ -733,6 +733,25 @@ TEST_F(ErrorLogTest, NullOrEmptyFormatRecordsAndWritesNothing) {
     EXPECT_TRUE(CloseAndRead().empty());
 }
 
+TEST_F(ErrorLogTest, MessageWithoutArgumentsStandsAsItIs) {
+    char* none = nullptr;
+    EXPECT_THAT(log_.WriteErrorArg(Result(5), kLabel, kLine, Text("%s 50%%"), none),
+                IsBareCode(Code::NotSet));
+    EXPECT_EQ("5: %s 50%%", LastError());
+
+    Open();
+    EXPECT_THAT(log_.WriteErrorArg(Result(6), kLabel, kLine, Text("%n 60%%"), none),
+                IsBareCode(Code::Success));
+    EXPECT_THAT(log_.WriteInfoArg(Result(7), kLabel, kLine, Text("%d 70%%"), none),
+                IsBareCode(Code::Success));
+
+    EXPECT_EQ("6: %n 60%%", LastError());
+    // What is written is expanded once more.
+    EXPECT_THAT(
+        WithoutTimes(CloseAndRead()),
+        testing::ElementsAre(LineBehindTime({6}, "%n 60%"), LineBehindTime({7, "INFO"}, "%d 70%")));
+}
+
 TEST_F(ErrorLogTest, ErrorWithoutFileIsRecordedAndSaysNotSet) {
     EXPECT_THAT(log_.WriteError(Result(0x1C), kLabel, kLine, "%s %d", "first", 1),
                 IsBareCode(Code::NotSet));

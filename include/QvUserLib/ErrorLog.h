@@ -56,7 +56,8 @@ public:
     Result WriteError(Result aResult, const char* aFile, unsigned long aLine, const char* aFormat,
                       ...);
 
-    /// As `WriteError`, with the arguments as a `va_list`.
+    /// As `WriteError`, with the arguments as a `va_list`. With a null one the format is the
+    /// message as it stands.
     QVBASELIB_PRINTF(5, 0)
     Result WriteErrorArg(Result aResult, const char* aFile, unsigned long aLine,
                          const char* aFormat, char*& aArguments);
@@ -69,7 +70,8 @@ public:
     Result WriteInfo(Result aResult, const char* aFile, unsigned long aLine, const char* aFormat,
                      ...);
 
-    /// As `WriteInfo`, with the arguments as a `va_list`.
+    /// As `WriteInfo`, with the arguments as a `va_list`. With a null one the format is the message
+    /// as it stands.
     ///
     /// @retval FileNotOpen  No file is open.
     QVBASELIB_PRINTF(5, 0)
