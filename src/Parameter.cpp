@@ -583,8 +583,9 @@ const String& Parameter::EntryOrEmpty(long long aIndex) const {
 Result Parameter::FindEnumValue(const String& aName, unsigned long& aIndex) const {
     if (IsMissing(this)) return Fail(Code::InvalidArgument, __LINE__, kMissing);
     if (type_ != TypeEnumeration) return Fail(Code::NotAllowed, __LINE__, kNotEnumeration);
+    const String name(aName);  // As the entries are: copies, whose texts may have been cut.
     for (aIndex = 0; aIndex < entryCount_; ++aIndex) {
-        if (*entries_[aIndex] == aName) return Result(Code::Success);
+        if (*entries_[aIndex] == name) return Result(Code::Success);
     }
     aIndex = kNoIndex;
     return Fail(Code::NotFound, __LINE__, "Enumeration value does not exist in for parameter");

@@ -310,6 +310,16 @@ TEST(ParameterAttributesTest, GroupDestroysItsMembers) {
     EXPECT_TRUE(memberDestroyed);
 }
 
+TEST(ParameterAttributesTest, MarksReachTheMembersAlsoAfterTheTypeChanged) {
+    GroupParameter group;
+    const Parameter* const member = AddTo(*group.members, new IntegerParameter(5, 0, 10));
+    group.InitString("text");
+
+    ASSERT_THAT(group.SetHidden(true), IsBareCode(0));
+
+    EXPECT_TRUE(member->IsHidden());
+}
+
 TEST(ParameterAttributesTest, MembersAreDestroyedAlsoAfterTheTypeChanged) {
     bool destroyed = false;
     {
@@ -519,6 +529,16 @@ TEST(ParameterAttributesTest, EntriesAreFoundByName) {
     EXPECT_EQ(0u, index);
     // The first of two that are equal; a wide name reads the same.
     EXPECT_THAT(parameter.FindEnumValue(L"Fast", index), IsBareCode(Code::Success));
+    EXPECT_EQ(1u, index);
+}
+
+TEST(ParameterAttributesTest, EntryIsFoundByTheTextThatItWasMadeOf) {
+    const std::string text(5000, 'x');
+    const EnumParameter parameter({"Slow", text.c_str()});
+    unsigned long index = 99;
+
+    EXPECT_THAT(parameter.FindEnumValue(text.c_str(), index), IsBareCode(Code::Success));
+
     EXPECT_EQ(1u, index);
 }
 
