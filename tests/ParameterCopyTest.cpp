@@ -347,6 +347,19 @@ TEST(ParameterCopyTest, AssignmentOfGroupsMatchesMembersByIdentifier) {
     EXPECT_EQ(2u, target.members->GetCount());
 }
 
+TEST(ParameterCopyTest, AssignmentOfGroupsLooksAtTheMarksOfTheMembersOnly) {
+    GroupParameter source;
+    AddTo(*source.members, new IntegerParameter(7, 0, 10));
+    GroupParameter target;
+    ASSERT_THAT(target.SetReadOnly(true), IsBareCode(0));
+    const Parameter* const member = AddTo(*target.members, new IntegerParameter(5, 0, 10));
+    Parameter& assigned = target;
+
+    assigned = source;
+
+    EXPECT_EQ(7, member->GetInt());
+}
+
 TEST(ParameterCopyTest, AssignmentOfGroupsReachesMembersTwoDeep) {
     GroupParameter source;
     GroupParameter target;
@@ -728,6 +741,21 @@ TEST(ParameterCopyTest, PendingChangesOfAGroupMoveToTheCopy) {
     const Parameter copy(source);
 
     EXPECT_FALSE(source.HasChanged(/*aReset=*/false));
+    EXPECT_TRUE(copy.HasChanged(/*aReset=*/false));
+}
+
+// The copy of a read-only member refuses the value, and so has no change to tell of.
+TEST(ParameterCopyTest, PendingChangeOfAReadOnlyMemberMovesToTheGroupItself) {
+    GroupParameter source;
+    Parameter* const member = AddTo(*source.members, new IntegerParameter(5, 0, 10));
+    ASSERT_THAT(member->SetReadOnly(true), IsBareCode(0));
+    ASSERT_THAT(member->ChangeInt(7), IsBareCode(0));
+
+    Parameter copy(source);
+
+    EXPECT_FALSE(member->HasChanged(/*aReset=*/false));
+    EXPECT_FALSE(copy.HasChanged(/*aReset=*/false));
+    copy.InitString("");  // Its own mark counts now.
     EXPECT_TRUE(copy.HasChanged(/*aReset=*/false));
 }
 

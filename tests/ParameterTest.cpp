@@ -316,6 +316,21 @@ TEST(ParameterTest, PointersStandWhereTheBinaryInterfaceHasThem) {
     EXPECT_EQ(String("Fast"), *FieldsOf(enumeration).entries[1]);
 }
 
+TEST(ParameterTest, NumbersAreZeroAtFirst) {
+    const UntypedParameter parameter;
+
+    EXPECT_EQ(0.0, parameter.GetDefaultDouble());
+    EXPECT_EQ(0.0, FieldsOf(parameter).doubleDefault);
+}
+
+TEST(ParameterTest, SettingABooleanStoresItsTextWhateverTheType) {
+    IntegerParameter parameter(5, 0, 10);
+
+    ASSERT_THAT(parameter.SetBool(true), IsBareCode(0));
+
+    EXPECT_EQ(String("TRUE"), FieldsOf(parameter).valueText);
+}
+
 // Plain accessors
 
 TEST(ParameterTest, IndexIsStoredAsGiven) {
@@ -442,6 +457,15 @@ TEST(ParameterTest, StringDefaultIsTheStoredOne) {
     EXPECT_EQ(String("first"), parameter.GetDefaultString());
 }
 
+TEST(ParameterTest, BooleanHasTheRangeOfOne) {
+    IntegerParameter parameter(5, -3, 10);
+
+    parameter.InitBool(true);
+
+    EXPECT_EQ(0, parameter.GetMinInt());
+    EXPECT_EQ(1, parameter.GetMaxInt());
+}
+
 TEST(ParameterTest, BooleanDefaultReaderGivesTheValue) {
     BoolParameter parameter(false);
 
@@ -482,9 +506,9 @@ TEST(ParameterTest, EnumerationWithoutEntriesReadsAsEmpty) {
 
 TEST(ParameterTest, EnumerationValueBeyondTheEntriesReadsAsEmpty) {
     EnumParameter parameter({"Slow", "Fast"});
-    ASSERT_THAT(parameter.SetRange(0LL, LLONG_MAX), IsBareCode(0));
+    ASSERT_THAT(parameter.SetRange(LLONG_MIN, LLONG_MAX), IsBareCode(0));
 
-    for (const long long value : {2LL, 0x100000000LL, LLONG_MAX}) {
+    for (const long long value : {2LL, 0x100000000LL, LLONG_MAX, -1LL, LLONG_MIN}) {
         SCOPED_TRACE(value);
         ASSERT_THAT(parameter.SetInt(value), IsBareCode(0));
         ASSERT_THAT(parameter.SetDefaultInt(value), IsBareCode(0));
@@ -703,6 +727,15 @@ TEST(ParameterTest, DefaultsAreStoredWithinTheRange) {
     }
 }
 
+TEST(ParameterTest, BooleanDefaultIsStoredWhateverTheRange) {
+    BoolParameter parameter(false);
+    ASSERT_THAT(parameter.SetRange(5LL, 9LL), IsBareCode(0));
+
+    EXPECT_THAT(parameter.SetDefaultBool(true), IsBareCode(Code::Success));
+
+    EXPECT_EQ(1, parameter.GetDefaultInt());
+}
+
 TEST(ParameterTest, DefaultOutsideTheRangeIsRefused) {
     IntegerParameter integer(5, -2, 10);
     for (const long long value : {-3LL, 11LL, LLONG_MIN, LLONG_MAX}) {
@@ -714,7 +747,7 @@ TEST(ParameterTest, DefaultOutsideTheRangeIsRefused) {
     }
 
     DoubleParameter real(1.5, 1.0, 2.0);
-    for (const double value : {0.99, 2.01}) {
+    for (const double value : {0.99, 2.01, kNaN}) {
         SCOPED_TRACE(value);
         const ErrorWatch watch;
         EXPECT_THAT(real.SetDefaultDouble(value), IsBareCode(Code::InvalidArgument));
@@ -1175,6 +1208,20 @@ TEST(ParameterTest, ResetOfAnUntypedOneSaysNotSetWithoutAMessage) {
 
     ASSERT_THAT(parameter.SetReadOnly(true), IsBareCode(0));
     EXPECT_THAT(parameter.ResetDefault(), IsBareCode(0x605));
+}
+
+class RefusingRepository : public QvUserLib::ParameterRepository {
+public:
+    RefusingRepository() : ParameterRepository("Refusing", 60) {}
+    Result ResetDefaults() override { return Result(101); }
+};
+
+TEST(ParameterTest, ResetOfAGroupIsThatOfItsMembersAlsoWhenItIsReadOnly) {
+    UntypedParameter group;
+    group.InitRepository(new RefusingRepository);
+    ASSERT_THAT(group.SetReadOnly(true), IsBareCode(0));
+
+    EXPECT_THAT(group.ResetDefault(), IsBareCode(101));
 }
 
 TEST(ParameterTest, ResetOfAMissingOneIsRefused) {

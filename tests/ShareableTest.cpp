@@ -6,6 +6,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "TestSupport.h"
@@ -51,6 +52,10 @@ public:
     Plain() = default;
     ~Plain() override = default;
 };
+
+static_assert(!std::is_default_constructible<Shareable>::value &&
+                  !std::is_destructible<Shareable>::value,
+              "it is a base, and who has a pointer to it does not delete through that");
 
 class ShareableTest : public testing::Test {
 protected:

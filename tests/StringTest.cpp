@@ -6,6 +6,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <clocale>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -280,6 +281,10 @@ TEST(StringTest, EightBitFormOfOnlyAZeroReadsAsNonEmptyAlsoWhenConverted) {
 
     EXPECT_FALSE(wide.IsEmpty());
     EXPECT_EQ(0u, wide.GetLength());
+
+    const String ascii("", 1);
+    ASSERT_STREQ(L"", ascii.GetUnicode());
+    EXPECT_FALSE(ascii.IsEmpty());
 }
 
 TEST(StringTest, ClearEmptiesBothFormsAndMarksThemCurrent) {
@@ -343,12 +348,17 @@ int theLongestSource = 0;
 
 int WINAPI NoteToWide(UINT aCodePage, DWORD aFlags, const char* aText, int aLength, wchar_t* aOut,
                       int aOutSize) {
+    EXPECT_EQ(0u, aCodePage);
+    EXPECT_EQ(0u, aFlags);
     theLongestSource = std::max(theLongestSource, aLength);
     return ::MultiByteToWideChar(aCodePage, aFlags, aText, aLength, aOut, aOutSize);
 }
 
 int WINAPI NoteToAnsi(UINT aCodePage, DWORD aFlags, const wchar_t* aText, int aLength, char* aOut,
                       int aOutSize, const char* aDefault, BOOL* aIsDefaultUsed) {
+    EXPECT_EQ(0u, aCodePage);
+    EXPECT_EQ(0u, aFlags);
+    EXPECT_EQ(nullptr, aDefault);
     theLongestSource = std::max(theLongestSource, aLength);
     return ::WideCharToMultiByte(aCodePage, aFlags, aText, aLength, aOut, aOutSize, aDefault,
                                  aIsDefaultUsed);
@@ -560,6 +570,16 @@ TEST(StringTest, UpperAndLowerCaseChangeOnlyAsciiLetters) {
     EXPECT_EQ("az 1_z\xE4\xC4\x80\xFF[`{@", text.ToLower());
 }
 
+// A client's locale may have other letters.
+TEST(StringTest, UpperAndLowerCaseDoNotFollowTheLocale) {
+    if (std::setlocale(LC_CTYPE, ".1252") == nullptr) GTEST_SKIP() << "no such locale";
+    const String text("aZ\xE4\xC4");
+
+    EXPECT_EQ("AZ\xE4\xC4", text.ToUpper());
+    EXPECT_EQ("az\xE4\xC4", text.ToLower());
+    (void)std::setlocale(LC_CTYPE, "C");  // There always is one.
+}
+
 TEST(StringTest, UpperAndLowerCaseCoverEveryByteOfTheEightBitForm) {
     EXPECT_EQ(std::string("AB\0\0", 4), String("aB", 4).ToUpper());
     EXPECT_EQ(std::string("ab\0\0", 4), String("aB", 4).ToLower());
@@ -645,6 +665,20 @@ errno_t GetVanishingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSiz
     *aSize = 0;
     aOut[0] = '\0';
     return 0;
+}
+
+// A parent process can hand down a variable with an empty value.
+errno_t GetEmptyVariable(std::size_t* aSize, char* aOut, std::size_t, const char*) {
+    *aSize = 1;
+    if (aOut != nullptr) aOut[0] = '\0';
+    return 0;
+}
+
+TEST(StringTest, ExpansionTakesAnEmptyValue) {
+    const QvTests::ImportPatch patch("getenv_s", &GetEmptyVariable);
+    ASSERT_TRUE(patch.IsActive());
+
+    EXPECT_EQ("<>", String("<%QV_STRING_TEST_A%>").ExpandEnvironmentVariables());
 }
 
 TEST(StringTest, ExpansionLeavesAVariableThatVanishesMeanwhile) {
