@@ -18,6 +18,7 @@ update() {
     python3 tests/abi/abi.py update "$1" . "${@:2}"
 }
 update msvc
+update names
 update itanium --cxx x86_64-w64-mingw32-g++-posix
 update values
 update exports --objdump x86_64-w64-mingw32-objdump \

@@ -14,6 +14,7 @@ function(qv_add_abi_test name what)
 endfunction()
 
 qv_add_abi_test(ClassesAreLaidOutForMsvcAsInTheTable msvc)
+qv_add_abi_test(FunctionsHaveTheNamesOfTheTableForMsvc names)
 qv_add_abi_test(EnumeratorsAndNumbersAreThoseOfTheTable values)
 # The DLLs that are delivered are GCC's.
 if(MINGW AND CMAKE_CROSSCOMPILING AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

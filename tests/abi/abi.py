@@ -2,12 +2,13 @@
 # SPDX-License-Identifier: MIT
 """The binary interface of the two DLLs, compared with the tables beside this file.
 
-Usage: abi.py check|update msvc|itanium|values|exports ROOT [--cxx CXX]
+Usage: abi.py check|update msvc|names|itanium|values|exports ROOT [--cxx CXX]
                [--objdump OBJDUMP --dlls DLL…]
 
 msvc      Sizes, fields and virtual functions of the exported classes as MSVC lays them out. Clang
           knows its rules; msvc/ stands in for its standard library.
-itanium   The same for GCC and Clang, with the headers of mingw-w64's GCC, whose name is CXX. The
+names     What MSVC calls the functions, which tells of what they return and who may call them.
+itanium   The same as msvc for GCC and Clang, with the headers of mingw-w64's GCC, whose name is CXX. The
           order of the virtual functions has to be that of the table for MSVC.
 values    Enumerators and the numbers that macros stand for, as they are written in the headers.
 exports   The names that the DLLs export, as GCC makes them.
@@ -17,6 +18,7 @@ Ends with 77 when Clang is not installed.
 
 import argparse
 import difflib
+import json
 import pathlib
 import re
 import shutil
@@ -27,6 +29,8 @@ import tempfile
 TABLES = pathlib.Path(__file__).parent
 CLANG = "clang++-19"
 SKIPPED = 77
+MSVC = ["--target=x86_64-pc-windows-msvc", "-fms-compatibility-version=19.29", "-nostdinc",
+        f"-I{TABLES / 'msvc'}"]
 UMBRELLAS = ("base/include/QvBaseLib/QvBaseLib.h", "include/QvUserLib/QvUserLib.h")
 
 
@@ -58,16 +62,21 @@ def probe(classes):
     return "\n".join(lines) + "\n"
 
 
-def dump(root, flags, classes):
-    """What Clang prints about the probe."""
+def clang(root, flags, text):
+    """What Clang prints about a source."""
     with tempfile.TemporaryDirectory() as folder:
         source = pathlib.Path(folder) / "probe.cpp"
-        source.write_text(probe(classes), "utf-8")
+        source.write_text(text, "utf-8")
         command = [CLANG, *flags, "-std=c++17", f"-I{root}/include", f"-I{root}/base/include",
-                   "-DQVUSERLIB_STATIC", "-DQVBASELIB_STATIC", "-w", "-S", "-emit-llvm",
-                   "-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts",
-                   "-Xclang", "-fdump-record-layouts", str(source)]
+                   "-DQVUSERLIB_STATIC", "-DQVBASELIB_STATIC", "-w", str(source)]
         return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def dump(root, flags, classes):
+    """How Clang lays out the classes."""
+    return clang(root, [*flags, "-S", "-emit-llvm", "-o", "/dev/null",
+                        "-Xclang", "-fdump-vtable-layouts",
+                        "-Xclang", "-fdump-record-layouts"], probe(classes))
 
 
 def layout_of(text, name):
@@ -118,8 +127,25 @@ def layouts(root, flags):
 
 def msvc(root):
     """For MSVC."""
-    return layouts(root, ["--target=x86_64-pc-windows-msvc", "-fms-compatibility-version=19.29",
-                          "-nostdinc", f"-I{TABLES / 'msvc'}"])
+    return layouts(root, MSVC)
+
+
+def functions(node, scope):
+    """The functions below a node of Clang's tree that have code in the DLLs, with their names."""
+    for child in node.get("inner", ()):
+        kind = child.get("kind", "")
+        if kind in ("NamespaceDecl", "CXXRecordDecl", "LinkageSpecDecl"):
+            yield from functions(child, [*scope, child.get("name", "")])
+        elif "mangledName" in child and scope[:1] in (["QvBaseLib"], ["QvUserLib"]):
+            hidden = ("inline", "isImplicit", "explicitlyDeleted", "pure")
+            if not any(child.get(word) for word in hidden):
+                yield f"{'::'.join([*scope, child['name']])} {child['mangledName']}"
+
+
+def names(root):
+    """Of the functions, as MSVC decorates them."""
+    tree = json.loads(clang(root, [*MSVC, "-fsyntax-only", "-Xclang", "-ast-dump=json"], probe([])))
+    return "\n".join(sorted(set(functions(tree, [])))) + "\n"
 
 
 def itanium(root, cxx):
@@ -179,17 +205,18 @@ def compare(table, text):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("verb", choices=("check", "update"))
-    parser.add_argument("what", choices=("msvc", "itanium", "values", "exports"))
+    parser.add_argument("what", choices=("msvc", "names", "itanium", "values", "exports"))
     parser.add_argument("root", type=pathlib.Path)
     parser.add_argument("--objdump")
     parser.add_argument("--cxx")
     parser.add_argument("--dlls", nargs="+")
     given = parser.parse_args()
 
-    if given.what in ("msvc", "itanium") and not shutil.which(CLANG):
+    if given.what in ("msvc", "names", "itanium") and not shutil.which(CLANG):
         print(f"{CLANG} is not installed")
         return SKIPPED
-    makers = {"msvc": lambda: msvc(given.root), "itanium": lambda: itanium(given.root, given.cxx),
+    makers = {"msvc": lambda: msvc(given.root), "names": lambda: names(given.root),
+              "itanium": lambda: itanium(given.root, given.cxx),
               "values": lambda: values(given.root),
               "exports": lambda: exports(given.objdump, given.dlls)}
     text = makers[given.what]()
