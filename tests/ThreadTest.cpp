@@ -265,6 +265,26 @@ TEST(ThreadTest, StartsAfterAStartThatFailed) {
     EXPECT_EQ(5u, worker.SystemExitCode());
 }
 
+TEST(ThreadTest, StartTakesTheStopRequestBackBeforeThereIsAThread) {
+    static bool wasStopping;
+    wasStopping = true;
+    const auto look = [](void*, unsigned, ScriptedStart::Entry, void* aThread, unsigned,
+                         unsigned*) -> std::uintptr_t {
+        wasStopping = static_cast<const Thread*>(aThread)->IsStopping();
+        return 0;
+    };
+    const Event event;
+    Worker worker(&Succeed);
+    worker.Set(event.Get());
+    EXPECT_THAT(worker.StopThread(), IsBareCode(Code::Success));
+    const ImportPatch runtime("_beginthreadex", +look);
+
+    (void)worker.StartThread();  // What counts is what the runtime finds.
+
+    EXPECT_FALSE(wasStopping);
+    worker.Set(nullptr);  // The event closes the handle.
+}
+
 TEST(ThreadTest, SecondStartLeavesTheEarlierHandleOpen) {
     Worker worker(&Succeed);
     worker.Run();
@@ -603,6 +623,18 @@ TEST(ThreadTest, ExitCodeAsksWhetherItIsRunningThroughTheVirtualQuestion) {
     EXPECT_EQ("Thread is still running!", LastErrorText());
 }
 
+TEST(ThreadTest, ExitCodeGoesByTheRecordedIdentifierWhateverTheVirtualOneSays) {
+    class Identified : public Worker {
+    public:
+        Identified() : Worker(&Succeed) {}
+        unsigned long GetThreadID() const override { return 7; }
+    };
+    const Identified worker;
+
+    EXPECT_THAT(worker.GetExitCode(), IsBareCode(Code::NotAllowed));
+    EXPECT_EQ("Could not obtain thread exit code!", LastErrorText());
+}
+
 TEST(ThreadTest, ExitCodeOfAHandleThatIsNoThreadIsNotToBeHad) {
     Worker worker(&Succeed);
     worker.Set(::CreateEventA(nullptr, TRUE, /*bInitialState=*/TRUE, nullptr));
@@ -643,9 +675,11 @@ TEST(ThreadTest, BodyReportsAThrowAsASystemFailure) {
     for (const Throw& thrown : AllThrows()) {
         SCOPED_TRACE(thrown.name);
         Worker worker(thrown.work);
+        const ErrorWatch watch;
 
         EXPECT_THAT(worker.ThreadFunction(), IsBareCode(Code::SystemCallFailed));
         EXPECT_FALSE(worker.IsRunning());
+        EXPECT_TRUE(watch.IsQuiet());
     }
 }
 
@@ -780,6 +814,39 @@ TEST(ThreadTest, DestructionWaitsForTheWorkAndThenClosesTheHandle) {
     release.Set();
     destroyed.get();
     EXPECT_EQ(1, ledger.ClosesOf(handle));
+}
+
+TEST(ThreadTest, DestructionOfAThreadThatWasNeverStartedReportsNothing) {
+    auto worker = std::make_unique<Worker>(&Succeed);
+    const ErrorWatch watch;
+
+    worker.reset();
+
+    EXPECT_TRUE(watch.IsQuiet());
+}
+
+// Holds a handle from its construction, and leaves the wait for it to the base.
+class Signaled : public Thread {
+public:
+    Signaled() : Thread(PriorityNormal) {
+        handle_ = ::CreateEventA(nullptr, TRUE, /*bInitialState=*/TRUE, nullptr);
+    }
+    Result Execute() override { return Result(Code::Success); }
+};
+
+TEST(ThreadTest, DestructionWaitsWithoutLimit) {
+    static std::vector<DWORD> limits;
+    limits.clear();
+    const auto wait = [](HANDLE aHandle, DWORD aLimit) {
+        limits.push_back(aLimit);
+        return ::WaitForSingleObject(aHandle, aLimit);
+    };
+    auto thread = std::make_unique<Signaled>();
+    const ImportPatch patch("WaitForSingleObject", +wait);
+
+    thread.reset();
+
+    EXPECT_THAT(limits, ElementsAre(INFINITE));
 }
 
 TEST(ThreadTest, DestructionFreesWhatTheConstructorAllocated) {
