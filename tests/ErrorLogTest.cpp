@@ -198,6 +198,34 @@ private:
     ImportPatch write_{"fwrite", &Write};
 };
 
+// What the library copies and deletes, in the order of the calls.
+class FileCalls {
+public:
+    FileCalls() { calls_.clear(); }
+    ~FileCalls() { calls_.clear(); }
+
+    FileCalls(const FileCalls&) = delete;
+    FileCalls& operator=(const FileCalls&) = delete;
+
+    bool IsActive() const { return copy_.IsActive() && delete_.IsActive(); }
+    const std::vector<std::string>& Calls() const { return calls_; }
+
+private:
+    static BOOL WINAPI Copy(const char* aFrom, const char* aTo, BOOL aFailIfExists) {
+        calls_.push_back(std::string("copy ") + aFrom + " " + aTo + " " +
+                         std::to_string(aFailIfExists));
+        return ::CopyFileA(aFrom, aTo, aFailIfExists);
+    }
+    static BOOL WINAPI Delete(const char* aPath) {
+        calls_.push_back(std::string("delete ") + aPath);
+        return ::DeleteFileA(aPath);
+    }
+
+    inline static std::vector<std::string> calls_;
+    ImportPatch copy_{"CopyFileA", &Copy};
+    ImportPatch delete_{"DeleteFileA", &Delete};
+};
+
 // Threads that report errors all at once, each error with a message of its own.
 class Reporters {
 public:
@@ -333,6 +361,24 @@ TEST_F(ErrorLogTest, OpenKeepsTheEarlierFileAsBackup) {
 
     EXPECT_EQ("", ReadBytes(path_));
     EXPECT_EQ(earlier, ReadBytes(backup_));
+}
+
+TEST_F(ErrorLogTest, OpenCopiesTheEarlierFileAndThenDeletesIt) {
+    const FileCalls files;
+    ASSERT_TRUE(files.IsActive());
+
+    Open();
+
+    EXPECT_THAT(files.Calls(),
+                testing::ElementsAre("copy " + path_ + " " + backup_ + " 0", "delete " + path_));
+}
+
+TEST_F(ErrorLogTest, OwnOpenTranslatesLineEnds) {
+    Open();
+    EXPECT_THAT(Report(5, "line"), IsBareCode(Code::Success));
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_THAT(ReadBytes(path_), testing::EndsWith("line\r\n"));
 }
 
 TEST_F(ErrorLogTest, EveryOpeningReplacesTheBackup) {
@@ -670,6 +716,15 @@ TEST_F(ErrorLogTest, MessageWithoutFileIsCutAfter1023Characters) {
         const std::string message = std::string(length - 1, 'x') + "y";
         EXPECT_THAT(Report(5, message), IsBareCode(Code::NotSet));
         EXPECT_EQ("5: " + message.substr(0, kMaxComposed), LastError());
+    }
+}
+
+TEST_F(ErrorLogTest, MessageOfAnyConversionIsCutAfter1023Characters) {
+    for (const int width : {1022, 1023, 1024, 5000}) {
+        SCOPED_TRACE(width);
+        EXPECT_THAT(log_.WriteError(Result(5), kLabel, kLine, "%*d", width, 7),
+                    IsBareCode(Code::NotSet));
+        EXPECT_EQ("5: " + (std::string(width - 1, ' ') + "7").substr(0, kMaxComposed), LastError());
     }
 }
 

@@ -165,6 +165,17 @@ TEST_F(LogTest, OpenAndCloseShowInIsOpened) {
     EXPECT_FALSE(log_.IsOpened());
 }
 
+TEST_F(LogTest, CloseSucceedsAlsoWhenTheDiskRefusesInTheEnd) {
+    const FullDiskAtTheEnd disk;
+    ASSERT_TRUE(disk.IsActive());
+    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(log_.Write("line"), IsBareCode(Code::Success));
+
+    EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
+
+    EXPECT_FALSE(log_.IsOpened());
+}
+
 TEST_F(LogTest, CloseSucceedsWithoutAnOpenFile) {
     EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
     EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
@@ -265,6 +276,18 @@ TEST_F(LogTest, LineIsCutAfter511Characters) {
         (void)log_.Close();  // It cannot fail.
 
         EXPECT_EQ(text.substr(0, 511) + "\n", ReadBytes(path_));
+    }
+}
+
+TEST_F(LogTest, LineOfAnyConversionIsCutAfter511Characters) {
+    for (const int width : {510, 511, 512, 5000}) {
+        SCOPED_TRACE(width);
+        ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+
+        EXPECT_THAT(log_.Write("%*d", width, 7), IsBareCode(Code::Success));
+        (void)log_.Close();  // It cannot fail.
+
+        EXPECT_EQ((std::string(width - 1, ' ') + "7").substr(0, 511) + "\n", ReadBytes(path_));
     }
 }
 
@@ -390,7 +413,7 @@ TEST_F(LogTest, CapKeepsLineEndsAndEndOfFileMarksAsTheyAre) {
 TEST_F(LogTest, WritingGoesOnAtTheEndOfACappedFile) {
     const std::string content = BinaryContent(4000);
     const std::string tail = content.substr(3000);
-    for (const char* const mode : {"ab", "a"}) {
+    for (const char* const mode : {"ab", "a", "r+b"}) {
         SCOPED_TRACE(mode);
         WriteBytes(path_, content);
         ASSERT_THAT(log_.Open(path_.c_str(), mode, 1000), IsBareCode(Code::Success));
@@ -398,7 +421,7 @@ TEST_F(LogTest, WritingGoesOnAtTheEndOfACappedFile) {
         EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
         (void)log_.Close();  // It cannot fail.
 
-        const std::string lineEnd = std::string(mode) == "ab" ? "\n" : "\r\n";
+        const std::string lineEnd = std::string(mode) == "a" ? "\r\n" : "\n";
         EXPECT_EQ(tail + "appended" + lineEnd, ReadBytes(path_));
     }
 }
