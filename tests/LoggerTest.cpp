@@ -302,6 +302,18 @@ TEST_F(LoggerTest, LongestPathSurvives) {
     EXPECT_EQ(path, SystemPath());
 }
 
+TEST_F(LoggerTest, PathThatIsChangedWhileLoggersAreThereStaysChanged) {
+    for (const char* const changed : {"C:\\somewhere", ""}) {
+        SCOPED_TRACE(changed);
+        const Variable variable("PATH", SystemPath());
+        {
+            const Logger logger("path");
+            variable.Set(changed);
+        }
+        EXPECT_EQ(changed, SystemPath());
+    }
+}
+
 TEST_F(LoggerTest, UnsetPathStaysUnset) {
     const Variable variable("PATH", "");
     {
@@ -593,6 +605,16 @@ TEST_F(LoggerProbeTest, PathStaysChangedWhenTheImportsCannotBeLoaded) {
         EndsWith("PATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n"));
 }
 
+TEST_F(LoggerProbeTest, ReferenceInPathIsExpandedForTheLoading) {
+    WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
+
+    EXPECT_THAT(Run({"set", "QVTESTS_DIRECTORY", "C:\\somewhere", "set", "PATH",
+                     "%QVTESTS_DIRECTORY%;C:\\other", "new", "a", "path"})
+                    .out,
+                EndsWith("PATH=" + directory_.File("log4cxx\\x64\\Release") +
+                         ";C:\\somewhere;C:\\other\n"));
+}
+
 // With it
 
 TEST_F(LoggerProbeTest, MissingConfigurationsMeanEmptyLoggers) {
@@ -741,6 +763,13 @@ TEST_F(LoggerExceptionTest, ExceptionWhileConfiguringIsPrintedAndMeansEmptyLogge
     throw_.Set("configure");
 
     EXPECT_EQ("thrown by configureempty\nempty\n", Run({"new", "a", "new", "b"}).out);
+}
+
+TEST_F(LoggerExceptionTest, PathIsAsBeforeWhenConfiguringFails) {
+    throw_.Set("configure");
+
+    EXPECT_EQ("thrown by configureempty\nPATH=" + SystemPath() + "\n",
+              Run({"new", "a", "path"}).out);
 }
 
 TEST_F(LoggerExceptionTest, ExceptionOfTheDefaultConfigurationIsPrintedToo) {

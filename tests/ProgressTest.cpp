@@ -4,7 +4,10 @@
 #include "QvUserLib/Progress.h"
 
 #include <atomic>
+#include <chrono>
 #include <climits>
+#include <functional>
+#include <future>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -17,8 +20,13 @@ namespace {
 
 using QvTests::CallSlot;
 using QvTests::Event;
+using QvUserLib::Gate;
+using QvUserLib::GateGuard;
 using QvUserLib::Progress;
 using QvUserLib::String;
+
+// How long an operation that must wait is watched.
+constexpr std::chrono::milliseconds kWatch(50);
 
 class ProgressTest : public testing::Test {
 protected:
@@ -33,6 +41,19 @@ protected:
         SetSteps(aCompleted, aTotal);
         progress_.SetPercentage();
         return progress_.GetPercentage();
+    }
+
+    // The lock that guards the status is the first field, behind the virtual table's pointer.
+    Gate& LockOfTheStatus() {
+        return *reinterpret_cast<Gate*>(reinterpret_cast<char*>(&progress_) + sizeof(void*));
+    }
+
+    // Whether another thread's operation waits while this one holds the lock of the status.
+    bool IsHeldBack(const std::function<void()>& aOperation) {
+        std::future<void> other;
+        const GateGuard guard(LockOfTheStatus());
+        other = std::async(std::launch::async, aOperation);
+        return other.wait_for(kWatch) == std::future_status::timeout;
     }
 
     Progress progress_;
@@ -282,6 +303,35 @@ TEST_F(ProgressTest, ReaderOnAnotherThreadSeesWholeTextsAndGrowingCounts) {
     EXPECT_EQ(0, backwards);
     EXPECT_EQ(kSteps, progress_.GetStepCompleted());
     EXPECT_EQ(100u, progress_.GetPercentage());
+}
+
+TEST_F(ProgressTest, OperationsOnTheStatusWaitForItsLock) {
+    EXPECT_TRUE(IsHeldBack([this] { progress_.SetStatus("another"); }));
+    EXPECT_TRUE(IsHeldBack([this] { (void)progress_.GetStatus(); }));  // Only its return counts.
+    EXPECT_TRUE(IsHeldBack([this] { progress_.Reset(); }));
+}
+
+TEST_F(ProgressTest, CountersDoNotWaitForTheLockOfTheStatus) {
+    unsigned int completed = 0;
+    unsigned int total = 0;
+    unsigned int percentage = 0;
+    const GateGuard guard(LockOfTheStatus());
+
+    // Without limit: a counter that waits ends in the test's own.
+    std::async(std::launch::async, [&] {
+        progress_.SetStepTotal(4);
+        progress_.SetStepCompleted(1);
+        progress_.StepIncrement();
+        progress_.SetPercentage(99);
+        progress_.SetPercentage();
+        completed = progress_.GetStepCompleted();
+        total = progress_.GetStepTotal();
+        percentage = progress_.GetPercentage();
+    }).wait();
+
+    EXPECT_EQ(2u, completed);
+    EXPECT_EQ(4u, total);
+    EXPECT_EQ(50u, percentage);
 }
 
 TEST_F(ProgressTest, IsNotCopied) {

@@ -7,9 +7,11 @@
 #include <time.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 #include <vector>
 
+#include "ImportPatch.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
@@ -18,6 +20,7 @@
 namespace {
 
 using QvTests::FileExists;
+using QvTests::ImportPatch;
 using QvUserLib::GetDateTime;
 using QvUserLib::GetNumberOfCPU;
 using QvUserLib::GetPath;
@@ -123,6 +126,31 @@ TEST_F(GetPathTest, CreatesTheSpecialFolderWhenItIsMissing) {
     EXPECT_EQ(folder, PathOf(CSIDL_PRINTHOOD, nullptr, nullptr));
 
     EXPECT_TRUE(FileExists(folder));
+}
+
+TEST_F(GetPathTest, AsksForThePresentPlaceOfTheCallersFolder) {
+    static constexpr char kPlace[] = "C:\\folder";
+    static struct {
+        HWND owner;
+        int folder;
+        HANDLE token;
+        DWORD flags;
+    } asked;
+    const auto answer = [](HWND aOwner, int aFolder, HANDLE aToken, DWORD aFlags,
+                           char* aOut) -> HRESULT {
+        asked = {aOwner, aFolder, aToken, aFlags};
+        std::memcpy(aOut, kPlace, sizeof kPlace);
+        return S_OK;
+    };
+    const ImportPatch system("SHGetFolderPathA", +answer);
+    ASSERT_TRUE(system.IsActive());
+
+    EXPECT_EQ(kPlace, PathOf(kFolder, nullptr, nullptr));
+
+    EXPECT_EQ(nullptr, asked.owner);
+    EXPECT_EQ(kFolder | CSIDL_FLAG_CREATE, asked.folder);
+    EXPECT_EQ(nullptr, asked.token);
+    EXPECT_EQ(0u, asked.flags);
 }
 
 TEST_F(GetPathTest, WithoutSpecialFolderIsTheBareFile) {
