@@ -228,7 +228,7 @@ Result ParameterRepository::RemoveByIndex(unsigned long aIndex) {
     Require(aIndex < byIndex_.size());
 
     Parameter* const removed = byIndex_[aIndex];
-    // Found before anything is erased, because it may need memory.
+    // This takes no memory, and so cannot fail: the name has had its 8-bit form since Add.
     const auto name = FindName(removed->GetName());
     byId_.erase(removed->GetID());
     if (name != byName_.end()) byName_.erase(name);

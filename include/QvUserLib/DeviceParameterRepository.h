@@ -60,7 +60,9 @@ public:
     /// changes that were not applied are lost, also when loading fails.
     ///
     /// @retval NotConnected  `Connect` was not called; nothing is logged.
-    /// @retval OutOfMemory   "Not enough memory". Some of the earlier parameters may still be here.
+    /// @retval OutOfMemory   "Not enough memory". Parameters from earlier records stay, and so do
+    ///                       those that an override of `RemoveByIndex` had no memory to remove;
+    ///                       `ParameterRepository` takes none for that.
     /// @return otherwise as `Connect`.
     virtual Result Refresh();
 
