@@ -18,6 +18,7 @@
 #include "SampleParameters.h"
 #include "ScriptedConnection.h"
 #include "SlotCalls.h"
+#include "WindowsApi.h"
 
 namespace {
 
@@ -629,6 +630,15 @@ TEST_F(DeviceParameterRepositoryTest, FirstFailureIsTheResult) {
     EXPECT_THAT(Names(), ElementsAre("Gain", "Delay"));
 }
 
+TEST_F(DeviceParameterRepositoryTest, RefusedValueComesBeforeTheRefusalOfItsRecord) {
+    connection.records = {IntegerRecord(1, L"Gain"), IntegerRecord(1, L"Gain", 11)};
+
+    EXPECT_THAT(repository.Connect(&connection), IsBareCode(Code::InvalidArgument));
+
+    EXPECT_EQ(kNameExists, LastErrorText());
+    EXPECT_THAT(Names(), ElementsAre("Gain"));
+}
+
 TEST_F(DeviceParameterRepositoryTest, UnknownTypeAsTheFirstAddsNothing) {
     connection.records = {NewRecord(3, 1, L"Gain"), IntegerRecord(2, L"Offset")};
     Result result;
@@ -749,6 +759,8 @@ TEST_F(DeviceParameterRepositoryTest, FailedRefreshLeavesNothing) {
 TEST_F(DeviceParameterRepositoryTest, ApplyOfAnUnboundOneIsRefused) {
     const ErrorWatch watch;
     Parameter* const gain = AddTo(repository, new IntegerParameter(5, 0, 10));
+    // Also while there is nothing to send.
+    EXPECT_THAT(repository.Apply(), IsBareCode(0x17));
     ASSERT_THAT(gain->SetInt(6), IsBareCode(0));
 
     EXPECT_THAT(repository.Apply(), IsBareCode(0x17));
@@ -785,6 +797,25 @@ TEST_F(DeviceParameterRepositoryTest, ApplySendsTheChangedOnesByIndex) {
     EXPECT_EQ(7u, records[0].value);
     EXPECT_EQ(10u, records[1].id);
     EXPECT_EQ(6u, records[1].value);
+    EXPECT_EQ(0u, repository.GetChangeCount());
+}
+
+TEST_F(DeviceParameterRepositoryTest, AnyNumberOfChangesIsSentInOneRequest) {
+    constexpr unsigned long kCount = 300;
+    for (unsigned long id = 0; id < kCount; ++id) {
+        connection.records.push_back(IntegerRecord(id, L"Gain " + std::to_wstring(id)));
+    }
+    ASSERT_THAT(repository.Connect(&connection), IsBareCode(0));
+    connection.requests.clear();
+    for (unsigned long id = 0; id < kCount; ++id) {
+        ASSERT_THAT(repository.GetByID(id)->SetInt(6), IsBareCode(0));
+    }
+
+    EXPECT_THAT(repository.Apply(), IsBareCode(Code::Success));
+
+    ASSERT_EQ(1u, connection.requests.size());
+    ASSERT_EQ(kCount * sizeof(Record), connection.requests[0].input.size());
+    EXPECT_EQ(kCount - 1, connection.requests[0].Records().back().id);
     EXPECT_EQ(0u, repository.GetChangeCount());
 }
 
@@ -1129,6 +1160,31 @@ TEST_F(DeviceParameterRepositoryTest, OtherTypesAreSentWithoutAValue) {
     EXPECT_FALSE(member->HasChanged(/*aReset=*/false));
 }
 
+TEST_F(DeviceParameterRepositoryTest, CharactersBeyondAsciiTravelBothWays) {
+    if (::GetACP() != 1252) GTEST_SKIP() << "needs code page 1252";
+    Record gain = IntegerRecord(1, L"Verst\u00e4rkung");
+    Store(gain.description, std::string("F\xFCr den Eingang"));
+    Store(gain.unit, std::string("\xB5V"));
+    Record mode = EnumRecord(2, L"Modus", {L"S\u00fcd", L"\u20ac"});
+    Store(mode.description, std::string("\xC4nderung"));
+    Record label = StringRecord(3, L"Label", L"\u00c4 \u20ac", L"");
+    Store(label.description, std::string("L\xF6schung"));
+    Load({gain, mode, label});
+    EXPECT_STREQ("F\xFCr den Eingang (\xB5V)", repository.GetByID(1)->GetDescription().GetAscii());
+    ASSERT_THAT(repository.GetByID(1)->SetInt(6), IsBareCode(0));
+    ASSERT_THAT(repository.GetByID(2)->SetInt(1), IsBareCode(0));
+    ASSERT_THAT(repository.GetByID(3)->SetString("x"), IsBareCode(0));
+
+    ASSERT_THAT(repository.Apply(), IsBareCode(0));
+
+    gain.value = 6;
+    mode.value = 1;
+    Store(label.content.string.valueText, std::wstring(L"x"));
+    gain.flags = mode.flags = label.flags = 0x02;
+    EXPECT_THAT(connection.requests.back().Records(),
+                ElementsAre(IsRecord(gain), IsRecord(mode), IsRecord(label)));
+}
+
 TEST_F(DeviceParameterRepositoryTest, WhatIsSentLoadsAgain) {
     Record record = IntegerRecord(1, L"Gain", 5);
     Store(record.description, std::string("Gain"));
@@ -1158,8 +1214,11 @@ TEST_F(DeviceParameterRepositoryTest, ValuesOfAnEarlierCopyCanBeTakenBack) {
 
 class OverridingRepository : public DeviceParameterRepository {
 public:
+    using DeviceParameterRepository::GetByIndex;
+
     Result Add(Parameter* aParameter) override {
         reached.emplace_back("Add");
+        wasBound = IsConnected();
         if (refusesAll) return Result(101);
         return DeviceParameterRepository::Add(aParameter);
     }
@@ -1172,11 +1231,17 @@ public:
     unsigned long GetCount() const override {
         return DeviceParameterRepository::GetCount() - hidden;
     }
+    const Parameter* GetByIndex(unsigned long aIndex) const override {
+        reached.emplace_back("GetByIndex " + std::to_string(aIndex));
+        return DeviceParameterRepository::GetByIndex(aIndex);
+    }
 
     bool refusesAll = false;
     bool hasNoMemory = false;
     unsigned long hidden = 0;
-    std::vector<std::string> reached;
+    // Whether there was a connection when a parameter was added last.
+    bool wasBound = false;
+    mutable std::vector<std::string> reached;
 };
 
 class DerivedDeviceRepositoryTest : public testing::Test {
@@ -1193,6 +1258,12 @@ TEST_F(DerivedDeviceRepositoryTest, LoadAddsThroughTheOverriddenAdd) {
     EXPECT_THAT(repository.Connect(&connection), IsBareCode(Code::Success));
 
     EXPECT_THAT(repository.reached, ElementsAre("Add", "Add"));
+}
+
+TEST_F(DerivedDeviceRepositoryTest, ConnectionIsBoundBeforeTheLoad) {
+    EXPECT_THAT(repository.Connect(&connection), IsBareCode(Code::Success));
+
+    EXPECT_TRUE(repository.wasBound);
 }
 
 TEST_F(DerivedDeviceRepositoryTest, RefusalOfTheOverriddenAddIsTheResult) {
@@ -1232,12 +1303,28 @@ TEST_F(DerivedDeviceRepositoryTest, RemovalWithoutMemoryIsReported) {
     EXPECT_EQ(2u, repository.GetCount());
 }
 
-TEST_F(DerivedDeviceRepositoryTest, ChangesAreCountedThroughTheOverriddenCount) {
+TEST_F(DerivedDeviceRepositoryTest, ChangesBeyondTheOverriddenCountAreNeitherCountedNorSent) {
     ASSERT_THAT(repository.Connect(&connection), IsBareCode(0));
     ASSERT_THAT(repository.GetByID(2)->SetInt(6), IsBareCode(0));
     repository.hidden = 1;
+    connection.requests.clear();
 
     EXPECT_EQ(0u, repository.GetChangeCount());
+    EXPECT_THAT(repository.Apply(), IsBareCode(Code::Success));
+
+    EXPECT_TRUE(connection.requests.empty());
+}
+
+TEST_F(DerivedDeviceRepositoryTest, ChangesAreLookedForThroughTheOverriddenIndex) {
+    ASSERT_THAT(repository.Connect(&connection), IsBareCode(0));
+    repository.reached.clear();
+
+    EXPECT_EQ(0u, repository.GetChangeCount());
+    EXPECT_THAT(repository.reached, ElementsAre("GetByIndex 0", "GetByIndex 1"));
+
+    repository.reached.clear();
+    EXPECT_THAT(repository.Apply(), IsBareCode(Code::Success));
+    EXPECT_THAT(repository.reached, ElementsAre("GetByIndex 0", "GetByIndex 1"));
 }
 
 // The binary interface

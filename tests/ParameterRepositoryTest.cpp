@@ -125,6 +125,13 @@ TEST_F(ParameterRepositoryTest, ParametersAreFoundInAllThreeWays) {
     EXPECT_EQ(1u, repository.GetIndexByID(20));
 }
 
+TEST_F(ParameterRepositoryTest, IndexIsWhatTheParameterHoldsAsItsOwn) {
+    b->SetIndex(7);
+
+    EXPECT_EQ(7u, repository.GetIndexByID(20));
+    EXPECT_EQ(7u, repository.GetIndexByName("B"));
+}
+
 TEST_F(ParameterRepositoryTest, AbsentOnesAreNotFound) {
     EXPECT_EQ(nullptr, repository.GetByIndex(3));
     EXPECT_EQ(nullptr, repository.GetByIndex(0xFFFFFFFF));
@@ -561,6 +568,16 @@ TEST_F(CopyValueTest, RefusedValueIsOnlyLogged) {
 
     EXPECT_EQ(5, target.GetByID(2)->GetInt());
     EXPECT_EQ(1.5, target.GetByID(1)->GetDouble());
+}
+
+TEST_F(CopyValueTest, RefusedTextIsOnlyLogged) {
+    const ErrorWatch watch;
+    ASSERT_THAT(target.GetByID(3)->SetReadOnly(true), IsBareCode(0));
+
+    EXPECT_THAT(target.CopyValueByID(source, 3), IsBareCode(Code::Success));
+
+    EXPECT_EQ("Parameter is read-only", LastErrorText());
+    EXPECT_EQ(String("text"), target.GetByID(3)->GetString());
 }
 
 // operator=

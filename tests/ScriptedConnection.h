@@ -6,6 +6,8 @@
 #ifndef QVTESTS_SCRIPTEDCONNECTION_H
 #define QVTESTS_SCRIPTEDCONNECTION_H
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -39,10 +41,15 @@ struct Request {
     }
 };
 
-/// Answers every request at once, by the members below.
+/// Answers every request at once, by the members below. The form of requests that states how many
+/// bytes have to come back fails the test: parameters are not asked for with it.
 class ScriptedConnection : public QvUserLib::DeviceConnection {
 public:
-    using DeviceConnection::IoControl;
+    QvUserLib::Result IoControl(unsigned long aCode, const void*, unsigned int, void*, unsigned int,
+                                unsigned long) override {
+        ADD_FAILURE() << "request " << aCode << " states an expected size";
+        return QvUserLib::Result(1);
+    }
 
     QvUserLib::Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize,
                                 void* aOut, unsigned int aOutSize, unsigned long* aInfo,
