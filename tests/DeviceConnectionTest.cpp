@@ -129,6 +129,7 @@ TEST_F(DeviceConnectionTest, PathThatCannotBeOpenedIsReported) {
     EXPECT_THAT(result, IsBareCode(Code::InvalidArgument));
     EXPECT_THAT(lines, ElementsAre("[0x12] .\\DeviceConnection(#) ERR  - CreateFile failed"));
     EXPECT_FALSE(connection.IsConnected());
+    EXPECT_TRUE(FieldsOf(connection).name.IsEmpty());
     // Only what exists is opened.
     EXPECT_FALSE(QvTests::FileExists(path));
 }
@@ -332,6 +333,25 @@ TEST_F(DeviceConnectionTest, InterfaceIsOpenedByItsLink) {
     EXPECT_TRUE(server.HasClient());
     EXPECT_EQ(&kNoDevices, setup.interfaceClass);
     EXPECT_THAT(setup.calls, ElementsAre("open 1", "enumerate 1", "detail 16384", "destroy 1"));
+}
+
+TEST_F(DeviceConnectionTest, InterfaceSetLastsUntilTheDeviceIsOpened) {
+    FakeSetupApi setup;
+    setup.links = {"first"};
+    static const std::vector<std::string>* calls = nullptr;
+    static std::vector<std::string> callsBefore;
+    calls = &setup.calls;
+    const auto open = [](const char*, DWORD, DWORD, SECURITY_ATTRIBUTES*, DWORD, DWORD,
+                         HANDLE) -> HANDLE {
+        callsBefore = *calls;
+        return INVALID_HANDLE_VALUE;
+    };
+    const ImportPatch patch("CreateFileA", +open);
+
+    EXPECT_THAT(connection.Connect(kNoDevices, 0), IsBareCode(Code::InvalidArgument));
+
+    EXPECT_THAT(callsBefore, ElementsAre("open 1", "enumerate 0", "detail 16384"));
+    EXPECT_EQ("destroy 1", setup.calls.back());
 }
 
 TEST_F(DeviceConnectionTest, RefusedInterfaceClassIsReportedWithoutAMessage) {

@@ -329,10 +329,12 @@ TEST_F(DeviceRequestQueueTest, RecordsWithoutEventsServeToo) {
         Allocate(4);
     }
     const HandleLedger ledger;
-    Read();
+    OVERLAPPED* const record = Read();
+    EXPECT_EQ(nullptr, record->hEvent);
     device_.Deliver("abcd");
 
     EXPECT_EQ(Outcome(0, 4), Collect());
+    EXPECT_EQ(0, ledger.EventsOpened());
 }
 
 TEST_F(DeviceRequestQueueTest, DestructionClosesTheEventsThatThereAre) {
@@ -667,6 +669,22 @@ TEST_F(DeviceRequestQueueTest, OldestThatFailedHasLeftTheRing) {
     EXPECT_EQ(Outcome(0, 4), Collect());
     EXPECT_EQ(Outcome(0, 4), Collect());
     EXPECT_TRUE(IsEmpty());
+}
+
+// The system's GetOverlappedResult, with an error whose low bits are clear.
+BOOL WINAPI EndWithClearLowBits(HANDLE, OVERLAPPED*, DWORD* aInfo, BOOL) {
+    *aInfo = 0;
+    ::SetLastError(0x10000);
+    return FALSE;
+}
+
+TEST_F(DeviceRequestQueueTest, OldestThatEndsWithClearLowBitsCountsAsDone) {
+    Allocate(2);
+    auto* const first = static_cast<OVERLAPPED*>(queue_.GetNextAvailableRequest());
+    ASSERT_NE(nullptr, first);
+    const ImportPatch patch("GetOverlappedResult", &EndWithClearLowBits);
+
+    EXPECT_EQ(first + 1, queue_.GetNextAvailableRequest());
 }
 
 TEST_F(DeviceRequestQueueTest, RequestsOfAConnectionThatIsNotOpenAreCollectedAsRefused) {
@@ -1206,6 +1224,44 @@ TEST_F(DeviceRequestQueueTest, HoldsItsDocumentedFields) {
     constexpr std::size_t kPointer = sizeof(void*);
 
     EXPECT_EQ(6 * kPointer + sizeof(Result), sizeof(DeviceRequestQueue));
+}
+
+// What clients built earlier take for granted: a table pointer, then the fields in this order.
+struct QueueFields {
+    void* table;
+    OVERLAPPED* requests;
+    unsigned long count;
+    DeviceConnection* connection;
+    unsigned long nextToHandOut;
+    unsigned long nextToComplete;
+    unsigned long processed;
+    Result lastResult;
+};
+static_assert(sizeof(QueueFields) == sizeof(DeviceRequestQueue), "all fields are listed");
+
+const QueueFields& FieldsOf(const DeviceRequestQueue& aQueue) {
+    return *static_cast<const QueueFields*>(static_cast<const void*>(&aQueue));
+}
+
+TEST_F(DeviceRequestQueueTest, FieldsTellTheRingAndWhatItCompletedByItself) {
+    const QueueFields& fields = FieldsOf(queue_);
+    EXPECT_THAT(fields.lastResult, IsBareCode(Code::NotSet));
+    Allocate(2);
+
+    const OVERLAPPED* const first = Read();
+    EXPECT_EQ(first, fields.requests);
+    EXPECT_EQ(2u, fields.count);
+    EXPECT_EQ(&connection_, fields.connection);
+    device_.Deliver("ab");
+    OVERLAPPED* const second = Read();
+    EXPECT_EQ(2u, fields.processed);
+    EXPECT_THAT(fields.lastResult, IsBareCode(Code::Success));
+
+    Cancel(second);
+    EXPECT_THAT(queue_.Wait(), IsBareCode(ERROR_OPERATION_ABORTED));
+    EXPECT_EQ(0u, fields.processed);
+    EXPECT_THAT(fields.lastResult, IsBareCode(ERROR_OPERATION_ABORTED));
+    EXPECT_EQ(fields.nextToHandOut, fields.nextToComplete);
 }
 
 class CountedQueue : public DeviceRequestQueue {
