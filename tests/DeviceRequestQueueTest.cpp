@@ -303,9 +303,11 @@ TEST_F(DeviceRequestQueueTest, EachRecordHasAnEventOfItsOwn) {
     }
 }
 
-TEST_F(DeviceRequestQueueTest, EventsAreAskedForPlainlyAndWithoutANames) {
-    static int plain = 0;
-    static int all = 0;
+TEST_F(DeviceRequestQueueTest, EventsAreAskedForPlainlyAndWithoutNames) {
+    static int plain;
+    static int all;
+    plain = 0;
+    all = 0;
     const auto create = [](SECURITY_ATTRIBUTES* aSecurity, BOOL aManualReset, BOOL aInitialState,
                            const char* aName) {
         ++all;
@@ -338,7 +340,8 @@ TEST_F(DeviceRequestQueueTest, RecordsWithoutEventsServeToo) {
 }
 
 TEST_F(DeviceRequestQueueTest, DestructionClosesTheEventsThatThereAre) {
-    static int created = 0;
+    static int created;
+    created = 0;
     const auto createEverySecond = [](SECURITY_ATTRIBUTES*, BOOL, BOOL, const char*) -> HANDLE {
         return ++created % 2 == 0 ? nullptr : ::CreateEventA(nullptr, TRUE, FALSE, nullptr);
     };
