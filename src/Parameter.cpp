@@ -583,7 +583,8 @@ const String& Parameter::EntryOrEmpty(long long aIndex) const {
 Result Parameter::FindEnumValue(const String& aName, unsigned long& aIndex) const {
     if (IsMissing(this)) return Fail(Code::InvalidArgument, __LINE__, kMissing);
     if (type_ != TypeEnumeration) return Fail(Code::NotAllowed, __LINE__, kNotEnumeration);
-    const String name(aName);  // As the entries are: copies, whose texts may have been cut.
+    // As the entries are: a copy, whose text may have been cut.
+    const String name(aName);  // NOLINT(performance-unnecessary-copy-initialization): it is meant.
     for (aIndex = 0; aIndex < entryCount_; ++aIndex) {
         if (*entries_[aIndex] == name) return Result(Code::Success);
     }
