@@ -61,7 +61,8 @@ function(qv_instrument_target target)
     if(QV_SANITIZE_UNDEFINED)
         target_compile_options(
             ${target}
-            PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined,float-cast-overflow,float-divide-by-zero
+            PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:-fsanitize=undefined
+                    -fsanitize=float-cast-overflow,float-divide-by-zero
                     -fno-sanitize=null
                     -fsanitize-undefined-trap-on-error>
         )

@@ -76,15 +76,16 @@ part() {
 # The guarded heap never gives an address out twice, so that one process can use so many blocks only.
 readonly blocks_of_a_process=40000
 
-# guarded_process FIRST COUNT LOG: uses blocks on the guarded heap, and shows a point for them.
+# guarded_process LOG FIRST COUNT: uses blocks on the guarded heap, and shows a point for them. The log
+# is LOG-FIRST.log.
 guarded_process() {
-    local code=0
+    local code=0 log=$1-$2.log
     # Wine fails to start a program once in some thousand times, without a word.
     for _ in 1 2; do
         code=0
-        QVTEST_FUZZ_FIRST=$1 QVTEST_FUZZ_BLOCKS=$2 timeout 1800 \
-            wine build/mingw/bin/GuardedDeviceParameterFuzzTest.exe </dev/null >"$3" 2>&1 || code=$?
-        [[ -s $3 ]] && break
+        QVTEST_FUZZ_FIRST=$2 QVTEST_FUZZ_BLOCKS=$3 timeout 1800 \
+            wine build/mingw/bin/GuardedDeviceParameterFuzzTest.exe </dev/null >"$log" 2>&1 || code=$?
+        [[ -s $log ]] && break
     done
     printf .
     return "$code"
@@ -97,9 +98,9 @@ guarded_part() {
     log=$logs/$name-$round.log
     printf '%5d s  %s ' $((SECONDS - start)) "$name"
     for ((first = 0; first < $1; first += blocks_of_a_process)); do
-        echo "$first $(($1 - first < blocks_of_a_process ? $1 - first : blocks_of_a_process))" \
-            "$logs/$name-$round-$first.log"
-    done | xargs -P "$(nproc)" -L 1 bash -c 'guarded_process "$@"' guarded_process || code=$?
+        echo "$first $(($1 - first < blocks_of_a_process ? $1 - first : blocks_of_a_process))"
+    done | xargs -P "$(nproc)" -L 1 bash -c 'guarded_process "$@"' guarded_process "${log%.log}" ||
+        code=$?
     printf ' '
     # The processes' figures become one, and the seed is the same.
     cat "$logs/$name-$round"-*.log | tr -d '\r' | awk '

@@ -27,9 +27,9 @@
 #include "AllocationCounter.h"
 #include "FailingCalls.h"
 #include "KernelObjects.h"
-#include "QvSample/QvSamplePacket.h"
 #include "QvUserLib/QvUserLib.h"
 #include "SampleDevice.h"
+#include "SamplePackets.h"
 
 #include <setupapi.h>
 
@@ -205,13 +205,6 @@ void Refresh(Attempt& aAttempt) {
 constexpr unsigned int kPending = 8;
 constexpr unsigned int kPacketSize = 65536;
 
-// A whole packet.
-bool IsPacket(const unsigned char* aBytes, unsigned long aSize) {
-    QV_SAMPLE_PACKET_HEADER header = {};
-    std::memcpy(&header, aBytes, sizeof header);
-    return header.magic == QV_SAMPLE_PACKET_MAGIC && aSize == sizeof header + header.payloadBytes;
-}
-
 // Reads packets through the queue, and leaves nothing pending.
 Result StreamPackets(DeviceConnection& aConnection, DeviceRequestQueue& aQueue,
                      std::vector<unsigned char>& aBuffer, unsigned int aCount) {
@@ -230,7 +223,7 @@ Result StreamPackets(DeviceConnection& aConnection, DeviceRequestQueue& aQueue,
         if (result.IsSuccess()) result |= aQueue.GetNextResult(&size);
         const unsigned char* const packet =
             aBuffer.data() + std::size_t{received % kPending} * kPacketSize;
-        if (result.IsSuccess() && !IsPacket(packet, size)) result = Result(kWrong);
+        if (result.IsSuccess() && !IsWholePacket(packet, size)) result = Result(kWrong);
     }
     // A request that was refused reports it a second time from here; the first time is enough.
     (void)aQueue.Wait();
@@ -542,7 +535,6 @@ constexpr Harmless kHarmless[] = {
     {"CreateMutexA", "single instance", "", "answers that there is no other"},
     {"CopyFileA", "error log", "ErrorLog::Open", "starts anew without a backup"},
     {"DeleteFileA", "error log", "ErrorLog::Open", "starts anew all the same"},
-    {"_time64", "error log", "", "the line has another time"},
     {"DeleteFileA", "log", "Log::Open", "the file stays whole"},
     {"fopen", "log", "Log::Open OpenFile", "the file stays whole when its end cannot be read"},
     {"fread", "log", "Log::Open", "the file stays whole"},

@@ -15,8 +15,8 @@
 
 #include "KernelObjects.h"
 #include "ParameterBlock.h"
-#include "QvSample/QvSamplePacket.h"
 #include "SampleDevice.h"
+#include "SamplePackets.h"
 #include "TestScale.h"
 
 namespace QvTests {
@@ -243,10 +243,9 @@ private:
     }
 
     bool IsNext(const std::vector<unsigned char>& aBuffer, unsigned long aSize) const {
-        QV_SAMPLE_PACKET_HEADER header = {};
-        std::memcpy(&header, aBuffer.data(), sizeof header);
-        if (header.magic != QV_SAMPLE_PACKET_MAGIC || header.sequence != packets_ ||
-            header.dropped != 0 || aSize != sizeof header + header.payloadBytes) {
+        const QV_SAMPLE_PACKET_HEADER header = HeaderOf(aBuffer.data());
+        if (!IsWholePacket(aBuffer.data(), aSize) || header.sequence != packets_ ||
+            header.dropped != 0) {
             return false;
         }
         for (std::uint32_t index = 0; index < header.payloadBytes; ++index) {

@@ -15,10 +15,20 @@
 
 namespace QvTests {
 
-inline QV_SAMPLE_PACKET_HEADER HeaderOf(const std::string& aPacket) {
+/// The header at the beginning of a packet, or of a buffer that is at least as long.
+inline QV_SAMPLE_PACKET_HEADER HeaderOf(const void* aPacket) {
     QV_SAMPLE_PACKET_HEADER header = {};
-    std::memcpy(&header, aPacket.data(), sizeof header);
+    std::memcpy(&header, aPacket, sizeof header);
     return header;
+}
+inline QV_SAMPLE_PACKET_HEADER HeaderOf(const std::string& aPacket) {
+    return HeaderOf(static_cast<const void*>(aPacket.data()));
+}
+
+/// Whether that many bytes, which a read has returned, are one whole packet.
+inline bool IsWholePacket(const void* aBytes, std::size_t aSize) {
+    const QV_SAMPLE_PACKET_HEADER header = HeaderOf(aBytes);
+    return header.magic == QV_SAMPLE_PACKET_MAGIC && aSize == sizeof header + header.payloadBytes;
 }
 
 /// A packet of `aSize` bytes with its header.

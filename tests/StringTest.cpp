@@ -657,16 +657,6 @@ TEST(StringTest, ExpansionTakesAValueThatGrowsMeanwhile) {
     EXPECT_EQ(LongText(100), String("%QV_STRING_TEST_A%").ExpandEnvironmentVariables());
 }
 
-// Another thread removes the variable between its measuring and its copying. Windows does not call
-// that an error; other C libraries do.
-errno_t GetVanishingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
-                             const char* aName) {
-    if (aOut == nullptr) return getenv_s(aSize, aOut, aOutSize, aName);
-    *aSize = 0;
-    aOut[0] = '\0';
-    return 0;
-}
-
 // A parent process can hand down a variable with an empty value.
 errno_t GetEmptyVariable(std::size_t* aSize, char* aOut, std::size_t, const char*) {
     *aSize = 1;
@@ -679,6 +669,16 @@ TEST(StringTest, ExpansionTakesAnEmptyValue) {
     ASSERT_TRUE(patch.IsActive());
 
     EXPECT_EQ("<>", String("<%QV_STRING_TEST_A%>").ExpandEnvironmentVariables());
+}
+
+// Another thread removes the variable between its measuring and its copying. Windows does not call
+// that an error; other C libraries do.
+errno_t GetVanishingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
+                             const char* aName) {
+    if (aOut == nullptr) return getenv_s(aSize, aOut, aOutSize, aName);
+    *aSize = 0;
+    aOut[0] = '\0';
+    return 0;
 }
 
 TEST(StringTest, ExpansionLeavesAVariableThatVanishesMeanwhile) {

@@ -3,16 +3,15 @@
 
 // Two processes on one device: what one does to the other, also by its sudden end.
 
-#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "KernelObjects.h"
 #include "ProgramRun.h"
-#include "QvSample/QvSamplePacket.h"
 #include "QvUserLib/DeviceEnumerator.h"
 #include "SampleDevice.h"
+#include "SamplePackets.h"
 #include "ThirdDevice.h"
 
 namespace QvTests {
@@ -61,13 +60,11 @@ private:
 };
 
 QV_SAMPLE_PACKET_HEADER ReadPacket(DeviceConnection& aConnection) {
-    QV_SAMPLE_PACKET_HEADER header = {};
     std::vector<unsigned char> packet(kPacketSize);
     unsigned long size = 0;
     EXPECT_THAT(aConnection.Read(packet.data(), kPacketSize, &size, nullptr),
                 IsBareCode(Code::Success));
-    std::memcpy(&header, packet.data(), sizeof header);
-    return header;
+    return HeaderOf(packet.data());
 }
 
 class TwoProcessesTest : public SampleDeviceTest {};

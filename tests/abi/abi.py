@@ -8,8 +8,8 @@ Usage: abi.py check|update msvc|names|itanium|values|exports ROOT [--cxx CXX]
 msvc      Sizes, fields and virtual functions of the exported classes as MSVC lays them out. Clang
           knows its rules; msvc/ stands in for its standard library.
 names     What MSVC calls the functions, which tells of what they return and who may call them.
-itanium   The same as msvc for GCC and Clang, with the headers of mingw-w64's GCC, whose name is CXX. The
-          order of the virtual functions has to be that of the table for MSVC.
+itanium   The same as msvc for GCC and Clang, with the headers of mingw-w64's GCC, whose name is
+          CXX. The order of the virtual functions has to be that of the table for MSVC.
 values    Enumerators and the numbers that macros stand for, as they are written in the headers.
 exports   The names that the DLLs export, as GCC makes them.
 
