@@ -40,6 +40,8 @@ export QVTEST_SEED QVTEST_FUZZ_BLOCKS QVTEST_REQUESTS QVTEST_VANISH_SECONDS QVTE
 guarded_blocks=$(share 1000000 1800)
 QVTEST_FUZZ_BLOCKS=$(share 1000000 900)
 QVTEST_REQUESTS=$(share 200000 900)
+# With fewer than in every run, not each kind of request is among them.
+((QVTEST_REQUESTS >= 20000)) || QVTEST_REQUESTS=20000
 QVTEST_VANISH_SECONDS=$((seconds / 3 + 1))
 QVTEST_LOG_ERRORS=$(share 100000 300)
 
