@@ -3,6 +3,9 @@
 
 #include "QvUserLib/Log.h"
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <cstdarg>
 #include <cstdlib>
 #include <memory>
@@ -31,9 +34,18 @@ bool IsMode(const char* aMode) {
     return aMode != nullptr && (*aMode == 'r' || *aMode == 'w' || *aMode == 'a');
 }
 
+// A file that child processes inherited would stay open in them, and could not be replaced then.
+void KeepFromChildren(std::FILE* aFile) {
+    const auto handle = ::_get_osfhandle(::_fileno(aFile));
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C library gives handles as numbers.
+    ::SetHandleInformation(reinterpret_cast<HANDLE>(handle), HANDLE_FLAG_INHERIT, 0);
+}
+
 File OpenFile(const char* aPath, const char* aMode) {
     if (aPath == nullptr || *aPath == '\0' || !IsMode(aMode)) return nullptr;
-    return File(std::fopen(aPath, aMode));
+    File file(std::fopen(aPath, aMode));
+    if (file != nullptr) KeepFromChildren(file.get());
+    return file;
 }
 
 long long SizeOf(std::FILE* aFile) {
@@ -41,27 +53,46 @@ long long SizeOf(std::FILE* aFile) {
     return ::_ftelli64(aFile);
 }
 
-// Replaces the file by the last quarter of its bytes. It is read and written untranslated, whatever
-// the mode that it is going to be opened in. A file that cannot be replaced is left as it is, which
-// is no failure.
-Result KeepLastQuarter(const char* aPath, long long aSize) {
+// The last quarter of a file's bytes; null when there is no memory for them, or when they cannot be
+// read.
+Memory ReadLastQuarter(const char* aPath, long long aSize) {
     const auto kept = static_cast<std::size_t>(aSize / 4);
-    const Memory tail(static_cast<char*>(std::malloc(kept + 1)));
-    if (tail == nullptr) return Result(Code::Success);
-    {
-        const File whole = OpenFile(aPath, "rb");
-        if (whole == nullptr || ::_fseeki64(whole.get(), aSize * 3 / 4, SEEK_SET) != 0 ||
-            std::fread(tail.get(), 1, kept, whole.get()) != kept) {
-            return Result(Code::Success);
-        }
+    Memory tail(static_cast<char*>(std::malloc(kept + 1)));
+    const File whole = tail != nullptr ? OpenFile(aPath, "rb") : nullptr;
+    if (whole == nullptr || ::_fseeki64(whole.get(), aSize * 3 / 4, SEEK_SET) != 0 ||
+        std::fread(tail.get(), 1, kept, whole.get()) != kept) {
+        return nullptr;
     }
-    if (!::DeleteFileA(aPath)) return Result(Code::Success);
+    return tail;
+}
 
-    File shortened = OpenFile(aPath, "wb");
-    if (shortened == nullptr) return Result(Code::CannotOpenFile);
-    const bool isWritten = std::fwrite(tail.get(), 1, kept, shortened.get()) == kept;
-    const bool isClosed = std::fclose(shortened.release()) == 0;
-    return Result(isWritten && isClosed ? Code::Success : Code::ShortWrite);
+// Writes bytes as they are, also to a file whose mode translates line ends.
+bool WriteUntranslated(std::FILE* aFile, const char* aBytes, std::size_t aSize) {
+    const int descriptor = ::_fileno(aFile);
+    const int mode = ::_setmode(descriptor, _O_BINARY);
+    const bool isWritten = std::fwrite(aBytes, 1, aSize, aFile) == aSize && std::fflush(aFile) == 0;
+    if (mode != -1) (void)::_setmode(descriptor, mode);  // It is the mode that was set before.
+    return isWritten;
+}
+
+// Replaces an open file by one that holds the last quarter of its bytes, opened in the same mode.
+// A file that cannot be replaced is left as it is, which is no failure. *aFile is null afterwards
+// when the path cannot be opened again.
+Result KeepLastQuarter(File* aFile, const char* aPath, const char* aMode, long long aSize) {
+    const Memory tail = ReadLastQuarter(aPath, aSize);
+    if (tail == nullptr) return Result(Code::Success);
+
+    aFile->reset();
+    const bool isDeleted = ::DeleteFileA(aPath) != FALSE;
+    *aFile = OpenFile(aPath, aMode);
+    if (*aFile == nullptr) return Result(Code::CannotOpenFile);
+    if (!isDeleted) {
+        (void)SizeOf(aFile->get());  // It moves to the end; where it fails the mode's place stays.
+        return Result(Code::Success);
+    }
+    const auto kept = static_cast<std::size_t>(aSize / 4);
+    const bool isWritten = WriteUntranslated(aFile->get(), tail.get(), kept);
+    return Result(isWritten ? Code::Success : Code::ShortWrite);
 }
 
 }  // namespace
@@ -82,12 +113,8 @@ Result Log::Open(const char* aPath, const char* aMode, int aMaxSize) {
     Result shortened(Code::Success);
     const long long size = aMaxSize > 0 ? SizeOf(file.get()) : 0;
     if (aMaxSize > 0 && size >= aMaxSize) {
-        file.reset();
-        shortened = KeepLastQuarter(aPath, size);
-        if (shortened.GetCode() == Code::CannotOpenFile) return shortened;
-        file = OpenFile(aPath, aMode);
-        if (file == nullptr) return Result(Code::CannotOpenFile);
-        (void)std::fseek(file.get(), 0, SEEK_END);  // A failure leaves the mode's own position.
+        shortened = KeepLastQuarter(&file, aPath, aMode, size);
+        if (file == nullptr) return shortened;
     }
 
     (void)Log::Close();  // It cannot fail.

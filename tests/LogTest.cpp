@@ -117,11 +117,11 @@ private:
     ImportPatch patch_{"fopen", &Open};
 };
 
-// A disk that turns out to be full when a file is closed that was written to.
+// A disk that turns out to be full when a file is flushed, or closed, that was written to.
 class FullDiskAtTheEnd {
 public:
     FullDiskAtTheEnd() { wasWritten_ = false; }
-    bool IsActive() const { return write_.IsActive() && close_.IsActive(); }
+    bool IsActive() const { return write_.IsActive() && flush_.IsActive() && close_.IsActive(); }
 
 private:
     static std::size_t Write(const void* aBytes, std::size_t aSize, std::size_t aCount,
@@ -133,9 +133,39 @@ private:
         const int closed = std::fclose(aFile);
         return wasWritten_ ? EOF : closed;
     }
+    static int Flush(std::FILE* aFile) {
+        const int flushed = std::fflush(aFile);
+        return wasWritten_ ? EOF : flushed;
+    }
     inline static bool wasWritten_ = false;
     ImportPatch write_{"fwrite", &Write};
+    ImportPatch flush_{"fflush", &Flush};
     ImportPatch close_{"fclose", &Close};
+};
+
+// A child process that has inherited what can be inherited, and does nothing more.
+class SuspendedChild {
+public:
+    SuspendedChild() {
+        char program[MAX_PATH] = {};
+        ::GetModuleFileNameA(nullptr, program, MAX_PATH);
+        STARTUPINFOA startup = {};
+        startup.cb = sizeof startup;
+        EXPECT_TRUE(::CreateProcessA(program, nullptr, nullptr, nullptr, /*bInheritHandles=*/TRUE,
+                                     CREATE_SUSPENDED, nullptr, nullptr, &startup, &process_));
+    }
+    ~SuspendedChild() {
+        ::TerminateProcess(process_.hProcess, 0);
+        ::WaitForSingleObject(process_.hProcess, INFINITE);
+        ::CloseHandle(process_.hThread);
+        ::CloseHandle(process_.hProcess);
+    }
+
+    SuspendedChild(const SuspendedChild&) = delete;
+    SuspendedChild& operator=(const SuspendedChild&) = delete;
+
+private:
+    PROCESS_INFORMATION process_ = {};
 };
 
 class LogTest : public testing::Test {
@@ -413,7 +443,7 @@ TEST_F(LogTest, CapKeepsLineEndsAndEndOfFileMarksAsTheyAre) {
 TEST_F(LogTest, WritingGoesOnAtTheEndOfACappedFile) {
     const std::string content = BinaryContent(4000);
     const std::string tail = content.substr(3000);
-    for (const char* const mode : {"ab", "a", "r+b"}) {
+    for (const char* const mode : {"ab", "a", "a+b"}) {
         SCOPED_TRACE(mode);
         WriteBytes(path_, content);
         ASSERT_THAT(log_.Open(path_.c_str(), mode, 1000), IsBareCode(Code::Success));
@@ -491,14 +521,34 @@ TEST_F(LogTest, CappedFileThatCannotBeOpenedAgainIsReported) {
     EXPECT_FALSE(log_.IsOpened());
 }
 
-TEST_F(LogTest, CappedFileThatCannotBeMadeAnewIsReported) {
-    WriteBytes(path_, BinaryContent(4000));
-    const FewOpenings none("wb", 0);
-    ASSERT_TRUE(none.IsActive());
+TEST_F(LogTest, CappedFileIsOpenedAgainInTheSameMode) {
+    for (const char* const mode : {"r", "r+", "rb", "r+b"}) {
+        SCOPED_TRACE(mode);
+        WriteBytes(path_, BinaryContent(4000));
 
-    EXPECT_THAT(log_.Open(path_.c_str(), "a", 1000), IsBareCode(Code::CannotOpenFile));
+        EXPECT_THAT(log_.Open(path_.c_str(), mode, 1000), IsBareCode(Code::CannotOpenFile));
 
-    EXPECT_FALSE(log_.IsOpened());
+        EXPECT_FALSE(log_.IsOpened());
+        EXPECT_FALSE(FileExists(path_));
+    }
+}
+
+TEST_F(LogTest, ReadingModesOpenAFileBelowTheCap) {
+    const std::string content = BinaryContent(999);
+    for (const char* const mode : {"r", "r+"}) {
+        SCOPED_TRACE(mode);
+        WriteBytes(path_, content);
+        EXPECT_EQ(content, OpenCapped(mode, 1000));
+    }
+}
+
+TEST_F(LogTest, ChildProcessDoesNotKeepTheFile) {
+    ASSERT_THAT(log_.Open(path_.c_str(), "ab", 0), IsBareCode(Code::Success));
+    const SuspendedChild child;
+
+    (void)log_.Close();  // It cannot fail.
+
+    EXPECT_TRUE(::DeleteFileA(path_.c_str())) << "the child has it open";
 }
 
 TEST_F(LogTest, CappedFileOfWhichNotAllIsTakenIsReportedAndOpen) {

@@ -32,18 +32,20 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
-    /// Opens a file. One that is open already is closed first.
+    /// Opens a file. One that is open already is closed first. Child processes do not inherit it.
     ///
     /// @param aPath     The path, in the ANSI code page.
     /// @param aMode     The mode, as of the C library's `fopen`: "a" appends, "w" starts anew.
     /// @param aMaxSize  The cap in bytes, 0 or less for none. A file that has reached it keeps only
     ///                  the last quarter of its bytes: `size / 4` of them from offset
-    ///                  `size * 3 / 4`, unchanged also when the mode translates line ends. The file
-    ///                  stays whole when there is no memory for them, or when it cannot be
-    ///                  replaced. The cap works on opening only: a file grows without limit while
-    ///                  it is open.
-    /// @retval CannotOpenFile  The file cannot be opened, also not again after it was replaced, or
-    ///                         the path or the mode is null or empty. What was open stays open.
+    ///                  `size * 3 / 4`, unchanged also when the mode translates line ends. For that
+    ///                  it is deleted and opened again in the same mode, so use a cap with a mode
+    ///                  that makes files: "r" and "r+" fail, and the file is gone. The file stays
+    ///                  whole when there is no memory for its last quarter, or when it cannot be
+    ///                  read or deleted. The cap works on opening only: a file grows without limit
+    ///                  while it is open.
+    /// @retval CannotOpenFile  The file cannot be opened, or not again after it was deleted, or the
+    ///                         path or the mode is null or empty. What was open stays open.
     /// @retval ShortWrite      The file is open, but the disk did not take all that was to be kept.
     virtual Result Open(const char* aPath, const char* aMode, int aMaxSize);
 
