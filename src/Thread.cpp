@@ -16,12 +16,34 @@ namespace QvUserLib {
 // that what was written before a stop request is seen by the work that honours it.
 struct ThreadState {
     explicit ThreadState(unsigned int aPriority)
-        : priority(aPriority), isRunning(false), isStopping(false), id(0) {}
+        : priority(aPriority), isRunning(false), isStopping(false), idWord(0) {}
+
+    // The start routine of the system thread.
+    static unsigned __stdcall Run(void* aThread);
+
+    unsigned int GetId() const {
+        return static_cast<unsigned int>(idWord.load(std::memory_order_acquire));
+    }
+    void SetId(unsigned int aId) { idWord.store(aId, std::memory_order_release); }
+
+    // Between these two calls the new thread may set the identifier, and clear it again when its
+    // work throws: what it stores stays. The C runtime reports the identifier too late to be sure
+    // that the thread still runs.
+    void BeginStart() { idWord.store(kStarting | GetId(), std::memory_order_release); }
+    void EndStart(unsigned int aId) {
+        unsigned long long expected = kStarting | GetId();
+        (void)idWord.compare_exchange_strong(expected, aId, std::memory_order_acq_rel);
+    }
 
     std::atomic<unsigned int> priority;
     std::atomic<bool> isRunning;
     std::atomic<bool> isStopping;
-    std::atomic<unsigned int> id;
+
+private:
+    static constexpr unsigned long long kStarting = 1ULL << 32;
+
+    // The identifier in the low half; `kStarting` until the thread or its starter has set it.
+    std::atomic<unsigned long long> idWord;
 };
 
 namespace {
@@ -38,10 +60,6 @@ constexpr unsigned long kLineExitCode = 552;
 Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
     const DWORD error = ::GetLastError();
     return ReportError(Result(aCode), kSource, aLine, aMessage, error);
-}
-
-unsigned __stdcall ThreadEntry(void* aThread) {
-    return static_cast<Thread*>(aThread)->ThreadFunction().GetCode() & 0xFFFF;
 }
 
 int SystemPriority(unsigned int aLevel) {
@@ -82,6 +100,12 @@ LONG CALLBACK IgnoreThreadNaming(EXCEPTION_POINTERS* aException) {
 
 }  // namespace
 
+unsigned __stdcall ThreadState::Run(void* aThread) {
+    auto* const thread = static_cast<Thread*>(aThread);
+    thread->state_->SetId(::GetCurrentThreadId());
+    return thread->ThreadFunction().GetCode() & 0xFFFF;
+}
+
 Thread::Thread(unsigned int aPriority) : state_(new ThreadState(aPriority)) {}
 
 Thread::~Thread() {
@@ -91,7 +115,7 @@ Thread::~Thread() {
 }
 
 Result Thread::GetExitCode() const {
-    if (state_->id.load(std::memory_order_acquire) != 0) {
+    if (state_->GetId() != 0) {
         return Fail(Code::NotAllowed, kLineHasIdentifier, "Thread does not exist!");
     }
     if (IsRunning()) return Fail(Code::NotAllowed, kLineIsRunning, "Thread is still running!");
@@ -107,7 +131,7 @@ unsigned int Thread::GetPriority() const {
     return state_->priority.load(std::memory_order_acquire);
 }
 
-unsigned long Thread::GetThreadID() const { return state_->id.load(std::memory_order_acquire); }
+unsigned long Thread::GetThreadID() const { return state_->GetId(); }
 
 bool Thread::IsRunning() const { return state_->isRunning.load(std::memory_order_acquire); }
 
@@ -122,12 +146,13 @@ Result Thread::SetPriority(unsigned int aLevel) {
 }
 
 Result Thread::StartThread() {
-    static_assert(sizeof(state_->id) == sizeof(unsigned int), "an atomic number is just a number");
     state_->isStopping.store(false, std::memory_order_release);
-    // The system stores the identifier before the thread runs. Storing it here afterwards could
-    // undo what the thread has made of it.
-    const auto handle = _beginthreadex(nullptr, /*stack_size=*/0, ThreadEntry, this, /*initflag=*/0,
-                                       reinterpret_cast<unsigned int*>(&state_->id));
+    const unsigned int earlierId = state_->GetId();
+    unsigned int id = 0;
+    state_->BeginStart();
+    const auto handle = _beginthreadex(nullptr, /*stack_size=*/0, ThreadState::Run, this,
+                                       /*initflag=*/0, &id);
+    state_->EndStart(handle != 0 ? id : earlierId);
     if (handle == 0) return Fail(Code::SystemCallFailed, kLineStart, "Cannot start system thread");
     handle_ =
         reinterpret_cast<HANDLE>(handle);  // NOLINT(performance-no-int-to-ptr): as documented.
@@ -150,14 +175,13 @@ Result Thread::ThreadFunction() {
         return result;
     } catch (...) {
         state_->isRunning.store(false, std::memory_order_release);
-        state_->id.store(0, std::memory_order_release);
+        state_->SetId(0);
         return Result(Code::SystemCallFailed);
     }
 }
 
 void Thread::SetThreadName(const char* aName) {
-    const ThreadNaming naming = {0x1000, aName != nullptr ? aName : "",
-                                 state_->id.load(std::memory_order_acquire), 0};
+    const ThreadNaming naming = {0x1000, aName != nullptr ? aName : "", state_->GetId(), 0};
     void* const handler = ::AddVectoredExceptionHandler(/*First=*/1, IgnoreThreadNaming);
     if (handler == nullptr) return;
     ::RaiseException(kThreadNaming, /*dwExceptionFlags=*/0, sizeof naming / sizeof(ULONG_PTR),

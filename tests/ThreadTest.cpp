@@ -3,6 +3,8 @@
 
 #include "QvUserLib/Thread.h"
 
+#include <process.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -220,15 +222,85 @@ TEST(ThreadTest, StartAsksForAPlainThreadThatRunsAtOnce) {
     EXPECT_NE(nullptr, runtime.LastCall().id);
 }
 
-TEST(ThreadTest, IdentifierIsTheOneThatTheRuntimeStores) {
-    const ScriptedStart runtime(/*aAnswer=*/0);
+TEST(ThreadTest, IdentifierIsTheOneThatTheRuntimeReports) {
+    const auto start = [](void*, unsigned, ScriptedStart::Entry, void*, unsigned,
+                          unsigned* aId) -> std::uintptr_t {
+        *aId = 4711;
+        return reinterpret_cast<std::uintptr_t>(
+            ::CreateEventA(nullptr, TRUE, /*bInitialState=*/TRUE, nullptr));
+    };
+    const ImportPatch runtime("_beginthreadex", +start);
     Worker worker(&Succeed);
-    (void)worker.StartThread();  // What counts is where the identifier goes.
-    ASSERT_NE(nullptr, runtime.LastCall().id);
 
-    *runtime.LastCall().id = 4711;
+    EXPECT_THAT(worker.StartThread(), IsBareCode(Code::Success));
 
     EXPECT_EQ(4711u, worker.GetThreadID());
+}
+
+// Runtimes differ in when they report the identifier: this one does when the work is over.
+class LateRuntime {
+public:
+    bool IsActive() const { return patch_.IsActive(); }
+
+private:
+    static std::uintptr_t Start(void* aSecurity, unsigned int aStackSize,
+                                ScriptedStart::Entry aEntry, void* aArgument, unsigned int aFlags,
+                                unsigned int* aId) {
+        unsigned int id = 0;
+        const std::uintptr_t handle =
+            ::_beginthreadex(aSecurity, aStackSize, aEntry, aArgument, aFlags, &id);
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): as the runtime documents it.
+        ::WaitForSingleObject(reinterpret_cast<HANDLE>(handle), INFINITE);
+        *aId = id;
+        return handle;
+    }
+
+    ImportPatch patch_{"_beginthreadex", &Start};
+};
+
+TEST(ThreadTest, IdentifierIsRightFromTheFirstStatementOfTheWork) {
+    const LateRuntime runtime;
+    ASSERT_TRUE(runtime.IsActive());
+    unsigned long seen = 0;
+    unsigned long worksId = 0;
+    Worker worker([&](Worker& aSelf) {
+        seen = aSelf.GetThreadID();
+        worksId = ::GetCurrentThreadId();
+        return Result(Code::Success);
+    });
+
+    worker.Run();
+
+    EXPECT_NE(0u, worksId);
+    EXPECT_EQ(worksId, seen);
+    EXPECT_EQ(worksId, worker.GetThreadID());
+}
+
+TEST(ThreadTest, WorkThatThrowsAtOnceHasItsExitCodeWhateverTheRuntimeReports) {
+    const LateRuntime runtime;
+    ASSERT_TRUE(runtime.IsActive());
+    Worker worker([](Worker&) -> Result { throw 1; });
+
+    worker.Run();
+
+    EXPECT_EQ(0u, worker.GetThreadID());
+    EXPECT_THAT(worker.GetExitCode(), IsBareCode(Code::SystemCallFailed));
+}
+
+TEST(ThreadTest, FailedStartKeepsTheIdentifier) {
+    Worker worker(&Succeed);
+    worker.Run();
+    const unsigned long id = worker.GetThreadID();
+    const auto refuse = [](void*, unsigned, ScriptedStart::Entry, void*, unsigned,
+                           unsigned* aId) -> std::uintptr_t {
+        *aId = 4711;
+        return 0;
+    };
+    const ImportPatch runtime("_beginthreadex", +refuse);
+
+    EXPECT_THAT(worker.StartThread(), IsBareCode(Code::SystemCallFailed));
+
+    EXPECT_EQ(id, worker.GetThreadID());
 }
 
 TEST(ThreadTest, HandleIsTheOneThatTheRuntimeReturns) {

@@ -105,6 +105,8 @@ public:
     static long long GetTickCount();
 
 private:
+    friend struct ThreadState;
+
     // This field is part of the binary interface.
     ThreadState* state_;
 };
