@@ -21,6 +21,10 @@ constexpr char kCannotOpen[] = "CreateFile failed";
 // The longest detail, path included, that Connect asks for.
 constexpr DWORD kDetailSize = 16384;
 
+// How long to wait before a request without an event is asked for again. The file handle stays
+// signalled, so it cannot be waited for.
+constexpr DWORD kRetryMs = 1;
+
 // A device name with its index, and the terminator.
 constexpr std::size_t kIndexedNameSize = 64;
 
@@ -46,13 +50,16 @@ private:
     HDEVINFO set_;
 };
 
+// Whether the system has yet to write the outcome of a request to its OVERLAPPED.
+bool IsInFlight(const OVERLAPPED& aOverlapped) { return aOverlapped.Internal == STATUS_PENDING; }
+
 // The OVERLAPPED of one request: the caller's own, or one with an event that lives as long as the
 // object, for a request that is waited for.
 class RequestOverlapped {
 public:
     explicit RequestOverlapped(void* aCallers)
         : callers_(static_cast<OVERLAPPED*>(aCallers)), own_() {
-        // Without an event the wait falls back on the file handle.
+        // Without an event GetOverlappedResult waits in another way.
         if (callers_ == nullptr) {
             own_.hEvent =
                 ::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
@@ -77,7 +84,7 @@ private:
 // will ever complete it. This makes a later GetOverlappedResult, such as a request queue's, report
 // the refusal instead of waiting forever.
 void MarkRefused(OVERLAPPED& aOverlapped, DWORD aError) {
-    if (aOverlapped.Internal != STATUS_PENDING) return;
+    if (!IsInFlight(aOverlapped)) return;
     aOverlapped.Internal = static_cast<ULONG>(HRESULT_FROM_WIN32(aError));
     aOverlapped.InternalHigh = 0;
 }
@@ -232,9 +239,12 @@ Result DeviceConnection::GetOverlappedResult(void* aOverlapped, unsigned long* a
     }
     if (!IsConnected()) return Fail(Code::NotAllowed, __LINE__, kConnectFirst);
 
-    if (::GetOverlappedResult(handle_, static_cast<OVERLAPPED*>(aOverlapped), aInfo,
-                              aWait ? TRUE : FALSE)) {
-        return Result(Code::Success);
+    auto* const request = static_cast<OVERLAPPED*>(aOverlapped);
+    while (::GetOverlappedResult(handle_, request, aInfo, aWait ? TRUE : FALSE)) {
+        // A request without an event is waited for by the file handle, which any other request of
+        // the handle signals as well: then this one may still be on its way.
+        if (request->hEvent != nullptr || !IsInFlight(*request)) return Result(Code::Success);
+        ::Sleep(kRetryMs);
     }
     const DWORD error = ::GetLastError();
     return Fail(error, __LINE__, "GetOverlappedResult failed");

@@ -920,6 +920,44 @@ TEST_F(PipeConnectionTest, OwnEventIsManualResetNotSignalledAndNameless) {
     EXPECT_EQ("late", Received());
 }
 
+// Without an event the system waits for the file, which any other request on it signals: then it
+// reports a success while the request is still on its way. So does this system, once.
+class EarlySuccess {
+public:
+    EarlySuccess() { reports_ = 0; }
+    bool IsActive() const { return create_.IsActive() && complete_.IsActive(); }
+    int Reports() const { return reports_; }
+
+private:
+    static HANDLE WINAPI CreateEvent(SECURITY_ATTRIBUTES*, BOOL, BOOL, const char*) {
+        return nullptr;
+    }
+    static BOOL WINAPI Complete(HANDLE aFile, OVERLAPPED* aOverlapped, DWORD* aInfo, BOOL aWait) {
+        if (++reports_ > 1) return ::GetOverlappedResult(aFile, aOverlapped, aInfo, aWait);
+        EXPECT_FALSE(HasOverlappedIoCompleted(aOverlapped));
+        *aInfo = 0;
+        return TRUE;
+    }
+    inline static int reports_ = 0;
+    ImportPatch create_{"CreateEventA", &CreateEvent};
+    ImportPatch complete_{"GetOverlappedResult", &Complete};
+};
+
+TEST_F(PipeConnectionTest, SuccessBeforeTheCompletionIsNoneWithoutAnEvent) {
+    const EarlySuccess system;
+    ASSERT_TRUE(system.IsActive());
+    std::thread driver([&] {
+        while (system.Reports() == 0) std::this_thread::yield();
+        server.Write("late");
+    });
+
+    EXPECT_THAT(connection.Read(buffer, sizeof buffer, &info, nullptr), IsBareCode(Code::Success));
+
+    driver.join();
+    EXPECT_LE(2, system.Reports());
+    EXPECT_EQ("late", Received());
+}
+
 // Writing
 
 TEST_F(PipeConnectionTest, WriteHandsTheDataOver) {
