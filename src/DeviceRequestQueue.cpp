@@ -21,6 +21,15 @@ Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
     return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
 }
 
+// Waits, without limit, until the system has written the outcome of a request to its record. Unlike
+// the connection's wait this needs no open device.
+void WaitUntilCompleted(OVERLAPPED& aRequest) {
+    if (HasOverlappedIoCompleted(&aRequest)) return;
+    if (aRequest.hEvent != nullptr) ::WaitForSingleObject(aRequest.hEvent, INFINITE);
+    // A record without an event has nothing to wait for but the outcome itself.
+    while (!HasOverlappedIoCompleted(&aRequest)) ::Sleep(/*dwMilliseconds=*/1);
+}
+
 }  // namespace
 
 DeviceRequestQueue::DeviceRequestQueue()
@@ -35,6 +44,8 @@ DeviceRequestQueue::~DeviceRequestQueue() {
     // The driver may write to the records until it has completed them; how does not matter here.
     (void)Wait();
     for (unsigned long index = 0; index < count_; ++index) {
+        // Without an open device nothing was waited for just now, nor by earlier collections.
+        WaitUntilCompleted(requests_[index]);
         if (requests_[index].hEvent != nullptr) ::CloseHandle(requests_[index].hEvent);
     }
     std::free(requests_);
@@ -51,7 +62,7 @@ Result DeviceRequestQueue::Allocate(unsigned int aCount, DeviceConnection* aConn
     auto* const requests = static_cast<OVERLAPPED*>(std::calloc(aCount, sizeof(OVERLAPPED)));
     if (requests == nullptr) return Fail(Code::OutOfMemory, __LINE__, "Not enough memory");
     for (unsigned int index = 0; index < aCount; ++index) {
-        // Without an event the wait for a request falls back on the file handle.
+        // Without an event the connection waits in another way.
         requests[index].hEvent = ::CreateEventA(nullptr, /*bManualReset=*/TRUE,
                                                 /*bInitialState=*/FALSE, nullptr);
     }
@@ -74,6 +85,8 @@ void* DeviceRequestQueue::GetNextAvailableRequest() {
         if (lastResult_.IsFailure()) return nullptr;
     }
     OVERLAPPED& request = requests_[nextToHandOut_];
+    // It may have been collected as a failure while the device was closed, and still be on its way.
+    WaitUntilCompleted(request);
     // What the record's last request left must not pass for the outcome of the next, should that
     // one never reach the driver.
     request.Internal = 0;

@@ -110,6 +110,13 @@ private:
     Event written_;
 };
 
+// A system that has no more events.
+class NoEvents {
+private:
+    static HANDLE WINAPI Create(SECURITY_ATTRIBUTES*, BOOL, BOOL, const char*) { return nullptr; }
+    ImportPatch patch_{"CreateEventA", &Create};
+};
+
 // What became of a request: its code and how many bytes it moved.
 using Outcome = std::pair<unsigned long, unsigned long>;
 
@@ -324,10 +331,7 @@ TEST_F(DeviceRequestQueueTest, EventsAreAskedForPlainlyAndWithoutNames) {
 
 TEST_F(DeviceRequestQueueTest, RecordsWithoutEventsServeToo) {
     {
-        const auto refuse = [](SECURITY_ATTRIBUTES*, BOOL, BOOL, const char*) -> HANDLE {
-            return nullptr;
-        };
-        const ImportPatch patch("CreateEventA", +refuse);
+        const NoEvents patch;
         Allocate(4);
     }
     const HandleLedger ledger;
@@ -356,6 +360,106 @@ TEST_F(DeviceRequestQueueTest, DestructionClosesTheEventsThatThereAre) {
 
     EXPECT_EQ(3, ledger.Closes());
     EXPECT_EQ(0, ledger.ClosesOf(nullptr));
+}
+
+// A queue that is destroyed on a thread of its own, which the driver may hold back.
+class DestroyedQueue {
+public:
+    explicit DestroyedQueue(std::unique_ptr<DeviceRequestQueue> aQueue)
+        : end_(std::async(std::launch::async, [queue = std::move(aQueue)]() mutable {
+              queue.reset();
+              return true;
+          })) {}
+
+    bool IsWaiting() const { return IsHeldBack(end_); }
+    void Wait() const { end_.wait(); }
+
+private:
+    std::future<bool> end_;
+};
+
+// Whether what was pending has been collected, as a failure, before the destruction.
+class ReleasedHandleTest : public DeviceRequestQueueTest,
+                           public testing::WithParamInterface<bool> {};
+
+TEST_P(ReleasedHandleTest, DestructionWaitsThoughTheHandleWasReleased) {
+    auto queue = std::make_unique<DeviceRequestQueue>();
+    ASSERT_THAT(queue->Allocate(4, &connection_), IsBareCode(Code::Success));
+    unsigned long moved = 0;
+    for (std::size_t index = 0; index < 2; ++index) {
+        ASSERT_THAT(connection_.Read(data_[index].data(), kReadSize, &moved,
+                                     queue->GetNextAvailableRequest()),
+                    IsBareCode(Code::Pending));
+    }
+    const Handle handle(connection_.ReleaseHandle());
+    if (GetParam()) {
+        EXPECT_THAT(queue->Wait(), IsBareCode(Code::NotAllowed));
+    }
+    const DestroyedQueue destroyed(std::move(queue));
+
+    EXPECT_TRUE(destroyed.IsWaiting());
+    device_.Deliver("abcd");
+    EXPECT_TRUE(destroyed.IsWaiting());
+    device_.Deliver("efgh");
+    destroyed.Wait();
+
+    EXPECT_EQ("efgh", Data(1));
+}
+
+INSTANTIATE_TEST_SUITE_P(Collected, ReleasedHandleTest, testing::Bool(),
+                         testing::PrintToStringParamName());
+
+TEST_F(DeviceRequestQueueTest, DestructionWaitsWithoutEventsToo) {
+    auto queue = std::make_unique<DeviceRequestQueue>();
+    {
+        const NoEvents patch;
+        ASSERT_THAT(queue->Allocate(2, &connection_), IsBareCode(Code::Success));
+    }
+    unsigned long moved = 0;
+    ASSERT_THAT(
+        connection_.Read(data_[0].data(), kReadSize, &moved, queue->GetNextAvailableRequest()),
+        IsBareCode(Code::Pending));
+    const Handle handle(connection_.ReleaseHandle());
+    const DestroyedQueue destroyed(std::move(queue));
+
+    EXPECT_TRUE(destroyed.IsWaiting());
+    device_.Deliver("abcd");
+    destroyed.Wait();
+
+    EXPECT_EQ("abcd", Data(0));
+}
+
+TEST_F(DeviceRequestQueueTest, ClosedConnectionDoesNotHoldTheDestructionBack) {
+    auto queue = std::make_unique<DeviceRequestQueue>();
+    ASSERT_THAT(queue->Allocate(2, &connection_), IsBareCode(Code::Success));
+    unsigned long moved = 0;
+    auto* const record = static_cast<OVERLAPPED*>(queue->GetNextAvailableRequest());
+    ASSERT_THAT(connection_.Read(data_[0].data(), kReadSize, &moved, record),
+                IsBareCode(Code::Pending));
+    (void)connection_.Close();  // The system ends the request then.
+    const DestroyedQueue destroyed(std::move(queue));
+
+    destroyed.Wait();
+
+    EXPECT_EQ(std::string(kReadSize, '\0'), Data(0));
+}
+
+TEST_F(DeviceRequestQueueTest, RecordIsNotHandedOutAgainWhileTheDriverHasIt) {
+    Allocate(2);
+    Read();
+    const Handle handle(connection_.ReleaseHandle());
+    unsigned long moved = 0;
+    EXPECT_THAT(queue_.GetNextResult(&moved), IsBareCode(Code::NotAllowed));
+    EXPECT_NE(nullptr, queue_.GetNextAvailableRequest());  // The other one.
+    EXPECT_THAT(queue_.GetNextResult(&moved), IsBareCode(Code::NotAllowed));
+    const std::future<void*> next =
+        std::async(std::launch::async, [this] { return queue_.GetNextAvailableRequest(); });
+
+    EXPECT_TRUE(IsHeldBack(next));
+    device_.Deliver("abcd");
+    next.wait();
+
+    EXPECT_EQ("abcd", Data(0));
 }
 
 TEST_F(DeviceRequestQueueTest, DestructionGivesBackWhatAllocateTook) {

@@ -26,14 +26,18 @@ class DeviceConnection;
 ///
 /// Use it from one thread: the one that hands requests out also collects them. The driver may
 /// complete requests on any thread. Keep the device open until `Wait` or the destructor has
-/// collected everything: the driver writes to the records until then.
+/// collected everything: without an open device collecting fails at once ("Connect first"), and
+/// what a request moved is lost. The driver may write to a record until it has completed the
+/// request, so the record is neither handed out again nor freed before that.
 ///
 /// Failures go to the error log as `.\DeviceRequestQueue`.
 class QVUSERLIB_API DeviceRequestQueue {
 public:
     DeviceRequestQueue();
 
-    /// Waits, without limit, for every pending request, and gives the connection back.
+    /// Waits, without limit, for every request that the driver has not completed, and gives the
+    /// connection back. This holds also when the device was closed, or its handle released, with
+    /// requests pending.
     virtual ~DeviceRequestQueue();
 
     DeviceRequestQueue(const DeviceRequestQueue&) = delete;
