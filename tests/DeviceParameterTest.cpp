@@ -107,6 +107,31 @@ private:
     DeviceParameter* record_;
 };
 
+// A text whose last unit is the last of its page, likewise.
+class GuardedText {
+public:
+    explicit GuardedText(const std::wstring& aText)
+        : pages_(::VirtualAlloc(nullptr, 2 * kPageSize, MEM_RESERVE, PAGE_NOACCESS)),
+          bytes_(aText.size() * sizeof(wchar_t)) {
+        ::VirtualAlloc(pages_, kPageSize, MEM_COMMIT, PAGE_READWRITE);
+        std::memcpy(Start(), aText.data(), bytes_);
+    }
+    ~GuardedText() { ::VirtualFree(pages_, 0, MEM_RELEASE); }
+
+    GuardedText(const GuardedText&) = delete;
+    GuardedText& operator=(const GuardedText&) = delete;
+
+    const wchar_t* Get() const { return static_cast<const wchar_t*>(Start()); }
+
+private:
+    static constexpr std::size_t kPageSize = 4096;
+
+    void* Start() const { return static_cast<char*>(pages_) + kPageSize - bytes_; }
+
+    void* pages_;
+    std::size_t bytes_;
+};
+
 // A record full of 0xFF, or what else a driver may write, but for its type.
 Bytes Hostile(unsigned long aType, unsigned char aFill = 0xFF) {
     return Bytes(aFill).Put(kTypeOffset, aType);
@@ -287,7 +312,7 @@ TEST(DeviceParameterTest, RecordHoldsAtMost215ValueNamesAndTheirEndMark) {
 }
 
 TEST(DeviceParameterTest, AbsentValueNamesAreEmpty) {
-    const DeviceParameter record = EnumerationOf(std::wstring(L"Off\0On\0\0behind\0", 15));
+    const DeviceParameter record = EnumerationOf(std::wstring(L"Off\0On\0", 7));
 
     EXPECT_EQ(L"Off", record.GetValueName(0));
     EXPECT_EQ(L"On", record.GetValueName(1));
@@ -296,6 +321,23 @@ TEST(DeviceParameterTest, AbsentValueNamesAreEmpty) {
         EXPECT_EQ(L"", record.GetValueName(index));
     }
     EXPECT_EQ(L"", EnumerationOf(L"").GetValueName(0));
+}
+
+TEST(DeviceParameterTest, EmptyValueNameHidesNoneBehindIt) {
+    const DeviceParameter record = EnumerationOf(std::wstring(L"Off\0\0Slow\0\0\0Fast\0", 16));
+
+    const wchar_t* const names[] = {L"Off", L"", L"Slow", L"", L"", L"Fast", L""};
+    for (unsigned long index = 0; index < std::size(names); ++index) {
+        SCOPED_TRACE(index);
+        EXPECT_EQ(names[index], record.GetValueName(index));
+    }
+}
+
+TEST(DeviceParameterTest, EmptyValueNameMayBeTheFirst) {
+    const DeviceParameter record = EnumerationOf(std::wstring(L"\0On\0", 4));
+
+    EXPECT_EQ(L"", record.GetValueName(0));
+    EXPECT_EQ(L"On", record.GetValueName(1));
 }
 
 TEST(DeviceParameterTest, TextsOfAnotherTypeReadAsEmpty) {
@@ -443,6 +485,20 @@ TEST(DeviceParameterTest, InitEnumWithoutNamesHoldsNone) {
     EXPECT_EQ(DeviceParameter::Enumeration, record.GetType());
     EXPECT_EQ(0u, record.GetMax());
     EXPECT_EQ(L"", record.GetValueName(0));
+}
+
+// The list lies at the end of its page, with nothing mapped behind it.
+TEST(DeviceParameterTest, InitEnumEndsWithItsListHoweverLargeTheCount) {
+    for (const std::wstring& list : {std::wstring(L"Off\0On\0", 8), std::wstring(1, L'\0')}) {
+        SCOPED_TRACE(list.size());
+        const GuardedText names(list);
+        DeviceParameter record;
+
+        record.InitEnum(0xFFFFFFFF, names.Get(), 0);
+
+        EXPECT_EQ(list.size() > 1 ? 1u : 0u, record.GetMax());
+        EXPECT_EQ(list.c_str(), record.GetValueName(0));
+    }
 }
 
 TEST(DeviceParameterTest, InitEnumLeavesOutNamesThatDoNotFitWhole) {

@@ -68,13 +68,12 @@ std::wstring DeviceParameter::GetValueName(unsigned long aIndex) const {
     if (record_.type != Enumeration) return std::wstring();
     const wchar_t* name = record_.content.valueNames;
     const wchar_t* const end = name + QV_PARAMETER_VALUE_NAMES_UNITS;
-    for (unsigned long index = 0;; ++index) {
-        const wchar_t* const nameEnd = std::find(name, end, L'\0');
-        if (index == aIndex || nameEnd == name || nameEnd == end) {
-            return index == aIndex ? std::wstring(name, nameEnd) : std::wstring();
-        }
-        name = nameEnd + 1;
+    for (unsigned long index = 0; index < aIndex; ++index) {
+        name = std::find(name, end, L'\0');
+        if (name == end) return std::wstring();
+        ++name;
     }
+    return std::wstring(name, std::find(name, end, L'\0'));
 }
 
 std::wstring DeviceParameter::GetValueString() const {
@@ -121,7 +120,7 @@ void DeviceParameter::InitEnum(unsigned long aCount, const wchar_t* aNames,
     while (kept < aCount && aNames != nullptr) {
         std::size_t length = 0;
         while (length < room && aNames[length] != L'\0') ++length;
-        if (length == room) break;
+        if (length == 0 || length == room) break;
         out = std::copy(aNames, aNames + length + 1, out);
         aNames += length + 1;
         room -= length + 1;

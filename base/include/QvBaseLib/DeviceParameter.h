@@ -56,8 +56,8 @@ public:
     /// The value as a number, of an enumeration as an index.
     unsigned long GetValueDWord() const;
 
-    /// The name of entry `aIndex` of an enumeration; empty when the record holds no such name. The
-    /// first empty name ends the list.
+    /// The name of entry `aIndex` of an enumeration; empty when the record holds no such name. An
+    /// empty name among the others counts as an entry.
     std::wstring GetValueName(unsigned long aIndex) const;
 
     /// The text of a string; empty for the other types.
@@ -74,9 +74,10 @@ public:
                    const char* aUnit);
 
     /// Makes the record an enumeration whose value is its default. `aNames` holds `aCount`
-    /// zero-terminated names one after another. Names that do not fit as a whole are left out,
-    /// with all that follow; the maximum becomes the index of the last name that is kept (0 when
-    /// there is none).
+    /// zero-terminated names one after another, and one more zero that ends the list: an empty name
+    /// ends it too, however large `aCount` is. Names that do not fit as a whole are left out, with
+    /// all that follow; the maximum becomes the index of the last name that is kept (0 when there
+    /// is none).
     void InitEnum(unsigned long aCount, const wchar_t* aNames, unsigned long aDefault);
 
     /// Makes the record a string whose value is its default. Null reads as empty.
