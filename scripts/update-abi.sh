@@ -21,6 +21,8 @@ update msvc
 update names
 update itanium --cxx x86_64-w64-mingw32-g++-posix
 update values
-update exports --objdump x86_64-w64-mingw32-objdump \
-    --dlls "$bin/QvBaseLib64.dll" "$bin/QvUserLib64.dll"
+for table in exports imports; do
+    update "$table" --objdump x86_64-w64-mingw32-objdump \
+        --dlls "$bin/QvBaseLib64.dll" "$bin/QvUserLib64.dll"
+done
 git --no-pager diff --stat -- tests/abi

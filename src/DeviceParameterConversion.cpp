@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string>
 
+#include "ReportError.h"
+
 namespace QvUserLib {
 
 using QvBaseLib::DeviceParameter;
@@ -47,10 +49,13 @@ std::unique_ptr<Parameter> MakeEnumeration(const DeviceParameter& aRecord, Resul
     parameter->InitEnum();
     aCombined |= parameter->SetDescription(String(aRecord.GetDescription().c_str()));
 
-    // A maximum beyond what a record holds is damaged, and may be so large that there is no end to
-    // adding entries.
-    constexpr unsigned long kLast = QV_PARAMETER_MAX_VALUE_NAMES - 1;
-    if (aRecord.GetMax() > kLast) aCombined |= Result(Code::UnexpectedSize);
+    // A driver may have more entries than names fit in a record. A larger maximum is damaged: there
+    // would be no end to adding entries.
+    constexpr unsigned long kLast = 4095;
+    if (aRecord.GetMax() > kLast) {
+        aCombined |= ReportError(Result(Code::UnexpectedSize), ".\\DeviceParameterRepository",
+                                 __LINE__, "The driver did not return the expected size of data");
+    }
     const unsigned long last = std::min(aRecord.GetMax(), kLast);
     for (unsigned long index = 0; index <= last; ++index) {
         aCombined |= parameter->AddEnumValue(AnsiText(aRecord.GetValueName(index)));
@@ -68,8 +73,19 @@ std::unique_ptr<Parameter> MakeString(const DeviceParameter& aRecord, Result& aC
     return parameter;
 }
 
+// The flag word is the first field of a record.
+unsigned long ReadFlags(const DeviceParameter& aRecord) {
+    unsigned long flags = 0;
+    std::memcpy(&flags, &aRecord, sizeof flags);
+    return flags;
+}
+
+void WriteFlags(DeviceParameter& aRecord, unsigned long aFlags) {
+    std::memcpy(static_cast<void*>(&aRecord), &aFlags, sizeof aFlags);
+}
+
 bool HasFlag(const DeviceParameter& aRecord, unsigned long aFlag) {
-    return (aRecord.GetFlags() & aFlag) != 0;
+    return (ReadFlags(aRecord) & aFlag) != 0;
 }
 
 // Cuts the unit in parentheses off the end of a description, together with the one character before
@@ -99,6 +115,12 @@ std::wstring PackEnumValueNames(const Parameter& aParameter, unsigned long& aCou
     return names;
 }
 
+// The flags that have a meaning. What a record says beyond them is its own business.
+constexpr unsigned long kOwnFlags =
+    QV_PARAMETER_ADVANCED | QV_PARAMETER_SENT | QV_PARAMETER_HIDDEN | QV_PARAMETER_PERSISTENT |
+    QV_PARAMETER_READ_ONLY | QV_PARAMETER_RESTART_REQUIRED | QV_PARAMETER_VOLATILE;
+
+// Of these, read-only and volatile are never sent.
 unsigned long FlagsOf(const Parameter& aParameter) {
     unsigned long flags = QV_PARAMETER_SENT;
     if (aParameter.IsAdvanced()) flags |= QV_PARAMETER_ADVANCED;
@@ -168,7 +190,7 @@ void FillRecord(const Parameter& aParameter, DeviceParameter& aRecord) {
     const char* const unit = isInteger ? SplitUnit(description, length) : "";
 
     aRecord.InitCommon(aParameter.GetID(), aParameter.GetName().GetUnicode(), description);
-    aRecord.SetFlags(FlagsOf(aParameter));
+    WriteFlags(aRecord, (ReadFlags(aRecord) & ~kOwnFlags) | FlagsOf(aParameter));
     switch (aParameter.GetType()) {
         case Parameter::TypeInteger:
             FillInteger(aParameter, unit, aRecord);

@@ -4,7 +4,6 @@
 #include "QvUserLib/DeviceParameterRepository.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 #include <new>
 #include <vector>
@@ -27,22 +26,31 @@ Result FailForMemory(unsigned long aLine) {
     return ReportError(Result(Code::OutOfMemory), kSource, aLine, "Not enough memory");
 }
 
-// Room for records, all zero as default-constructed ones are. The system hands out large blocks
-// cleared, so a driver that claims a huge size costs no time here.
+// Records in one block, as drivers take and return them. The block may end with part of a record,
+// which is room for what a driver writes there and nothing else.
 class RecordBuffer {
 public:
     explicit RecordBuffer(std::size_t aSize)
-        : records_(static_cast<DeviceParameter*>(std::calloc(aSize > 0 ? aSize : 1, 1))) {}
-    ~RecordBuffer() { std::free(records_); }
+        : memory_(::operator new(aSize, std::nothrow)), count_(aSize / sizeof(DeviceParameter)) {
+        if (memory_ == nullptr) return;
+        for (std::size_t index = 0; index < count_; ++index) new (Get() + index) DeviceParameter;
+    }
+    ~RecordBuffer() {
+        if (memory_ == nullptr) return;
+        std::destroy_n(Get(), count_);
+        ::operator delete(memory_);
+    }
 
     RecordBuffer(const RecordBuffer&) = delete;
     RecordBuffer& operator=(const RecordBuffer&) = delete;
 
-    bool IsValid() const { return records_ != nullptr; }
-    DeviceParameter* Get() const { return records_; }
+    bool IsValid() const { return memory_ != nullptr; }
+    DeviceParameter* Get() const { return static_cast<DeviceParameter*>(memory_); }
+    std::size_t Count() const { return count_; }
 
 private:
-    DeviceParameter* records_;
+    void* memory_;
+    std::size_t count_;
 };
 
 Result AddDeviceParameters(ParameterRepository& aRepository, const DeviceParameter* aRecords,
@@ -85,7 +93,7 @@ Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConne
     const Result loaded = aConnection.IoControl(IOCTL_PARAMETERS_GET, nullptr, 0, records.Get(),
                                                 size, &returned, nullptr);
     if (loaded.IsFailure()) return loaded;
-    return AddDeviceParameters(aRepository, records.Get(), size / sizeof(DeviceParameter));
+    return AddDeviceParameters(aRepository, records.Get(), records.Count());
 }
 
 // Room for as many changes is made at the first one: a list that grew would have the system's heap
@@ -104,13 +112,11 @@ std::vector<const Parameter*> ChangedOf(const ParameterRepository& aRepository) 
     return changed;
 }
 
-// Clears each mark as its parameter is filled in: what is left when memory runs out stays marked.
+// Clears the marks when all records are filled in: if memory runs out before, all stay marked.
 void FillDeviceParameters(const std::vector<const Parameter*>& aChanged,
                           DeviceParameter* aRecords) {
-    for (const Parameter* const parameter : aChanged) {
-        (void)parameter->HasChanged(/*aReset=*/true);
-        FillRecord(*parameter, *aRecords++);
-    }
+    for (const Parameter* const parameter : aChanged) FillRecord(*parameter, *aRecords++);
+    for (const Parameter* const parameter : aChanged) MarkUnchanged(parameter);
 }
 
 }  // namespace
@@ -119,6 +125,12 @@ DeviceParameterRepository::DeviceParameterRepository()
     : ParameterRepository("DeviceParameterRepository", 0xFFFFFFFF), connection_(nullptr) {}
 
 DeviceParameterRepository::~DeviceParameterRepository() = default;
+
+const DeviceParameterRepository& DeviceParameterRepository::operator=(
+    const DeviceParameterRepository& aSource) {
+    ParameterRepository::operator=(aSource);
+    return *this;
+}
 
 Result DeviceParameterRepository::Apply() {
     if (!IsConnected()) return Result(Code::NotConnected);

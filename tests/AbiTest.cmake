@@ -25,4 +25,8 @@ if(MINGW AND CMAKE_CROSSCOMPILING AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
         ExportsAreThoseOfTheTable exports --objdump ${CMAKE_OBJDUMP} --dlls
         $<TARGET_FILE:QvBaseLib> $<TARGET_FILE:QvUserLib>
     )
+    qv_add_abi_test(
+        ImportsFromTheBaseLibraryAreThoseOfTheTable imports --objdump ${CMAKE_OBJDUMP} --dlls
+        $<TARGET_FILE:QvBaseLib> $<TARGET_FILE:QvUserLib>
+    )
 endif()

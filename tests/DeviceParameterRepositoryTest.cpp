@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <iterator>
@@ -13,6 +14,7 @@
 #include <vector>
 
 #include "FailingAllocations.h"
+#include "ImportPatch.h"
 #include "LoggedErrors.h"
 #include "QvUserLib/Parameter.h"
 #include "SampleParameters.h"
@@ -30,6 +32,7 @@ using QvTests::EnumParameter;
 using QvTests::ErrorWatch;
 using QvTests::FailingAllocations;
 using QvTests::GroupParameter;
+using QvTests::ImportPatch;
 using QvTests::IntegerParameter;
 using QvTests::IsBareCode;
 using QvTests::LastErrorText;
@@ -107,6 +110,19 @@ MATCHER_P(IsRecord, aExpected, "") {
     *result_listener << "the first difference is at byte " << differs - bytes;
     return differs == end;
 }
+
+// As long as the object lives, the C++ runtime gets no memory for blocks of so many bytes or more:
+// the texts that it makes for the library do not grow.
+class FullRuntime {
+public:
+    explicit FullRuntime(std::size_t aMin) { min_ = aMin; }
+    bool IsActive() const { return patch_.IsActive(); }
+
+private:
+    static void* Malloc(std::size_t aSize) { return aSize < min_ ? std::malloc(aSize) : nullptr; }
+    inline static std::size_t min_ = 0;
+    ImportPatch patch_{"malloc", &Malloc, "libstdc++-6.dll"};
+};
 
 class DeviceParameterRepositoryTest : public testing::Test {
 protected:
@@ -471,24 +487,36 @@ TEST_F(DeviceParameterRepositoryTest, EntriesOfAnUnterminatedListEndWithTheRecor
     EXPECT_TRUE(repository.GetByID(1)->GetEnumValueString(1).IsEmpty());
 }
 
-TEST_F(DeviceParameterRepositoryTest, MaximumBeyondTheRoomForNamesIsDamage) {
+TEST_F(DeviceParameterRepositoryTest, EmptyNameHidesNoEntryBehindIt) {
+    Load({EnumRecord(1, L"Mode", {L"Off", L"", L"On"}, 2)});
+
+    EXPECT_TRUE(repository.GetByID(1)->GetEnumValueString(1).IsEmpty());
+    EXPECT_EQ(String("On"), repository.GetByID(1)->GetString());
+}
+
+TEST_F(DeviceParameterRepositoryTest, MaximumBeyond4095IsDamage) {
     struct {
         unsigned long maximum;
         unsigned long code;
         unsigned long count;
-    } const cases[] = {{214, 0, 215},
-                       {215, 0xE, 215},
-                       {0x7FFFFFFF, 0xE, 215},
-                       {0xFFFFFFFE, 0xE, 215},
-                       {0xFFFFFFFF, 0xE, 215}};
+    } const cases[] = {{214, 0, 215},     {215, 0, 216},           {4095, 0, 4096},
+                       {4096, 0xE, 4096}, {0x7FFFFFFF, 0xE, 4096}, {0xFFFFFFFF, 0xE, 4096}};
     for (const auto& each : cases) {
         SCOPED_TRACE(each.maximum);
         Record record = EnumRecord(1, L"Mode", {L"Off", L"On"}, 1);
         record.maximum = each.maximum;
         connection.records = {record, IntegerRecord(2, L"Offset")};
         DeviceParameterRepository loaded;
-        EXPECT_THAT(loaded.Connect(&connection), IsBareCode(each.code));
+        const auto lines = LoggedErrorsWithoutLines(
+            [&] { EXPECT_THAT(loaded.Connect(&connection), IsBareCode(each.code)); });
 
+        if (each.code == 0) {
+            EXPECT_THAT(lines, ElementsAre());
+        } else {
+            EXPECT_THAT(lines,
+                        ElementsAre("[0xe] .\\DeviceParameterRepository(#) ERR  - The driver "
+                                    "did not return the expected size of data"));
+        }
         unsigned long count = 0;
         ASSERT_EQ(2u, loaded.GetCount());
         EXPECT_THAT(loaded.GetByID(1)->GetEnumValueCount(count), IsBareCode(0));
@@ -876,6 +904,28 @@ TEST_F(DeviceParameterRepositoryTest, ApplyWithoutMemoryKeepsTheMarks) {
     EXPECT_EQ(1u, repository.GetChangeCount());
 }
 
+// Memory runs out while a record is filled in: some of the others are complete by then.
+TEST_F(DeviceParameterRepositoryTest, ApplyThatCannotFillEveryRecordKeepsAllMarks) {
+    Load({IntegerRecord(1, L"Gain"), EnumRecord(2, L"Mode", {L"Off", L"On"})});
+    auto* const mode = repository.GetByID(2);
+    const std::string name(3000, 'n');
+    ASSERT_THAT(mode->AddEnumValue(name.c_str()), IsBareCode(0));
+    ASSERT_THAT(repository.GetByID(1)->SetInt(6), IsBareCode(0));
+    ASSERT_THAT(mode->SetInt(1), IsBareCode(0));
+    {
+        // Two records take less than the list of the names.
+        const FullRuntime memory(2 * sizeof(Record) + 1);
+        if (!memory.IsActive()) GTEST_SKIP() << "the C++ runtime is linked into the program";
+        EXPECT_THAT(repository.Apply(), IsBareCode(Code::OutOfMemory));
+    }
+
+    EXPECT_TRUE(connection.requests.empty());
+    EXPECT_EQ(2u, repository.GetChangeCount());
+    EXPECT_THAT(repository.Apply(), IsBareCode(Code::Success));
+    EXPECT_EQ(2u, connection.requests.back().Records().size());
+    EXPECT_EQ(0u, repository.GetChangeCount());
+}
+
 TEST_F(DeviceParameterRepositoryTest, ChangeTakenBackIsNotSent) {
     Load({IntegerRecord(1, L"Gain", 5)});
     ASSERT_THAT(repository.GetByID(1)->SetInt(6), IsBareCode(0));
@@ -1208,6 +1258,25 @@ TEST_F(DeviceParameterRepositoryTest, ValuesOfAnEarlierCopyCanBeTakenBack) {
 
     EXPECT_EQ(5, repository.GetByID(1)->GetInt());
     EXPECT_EQ(1u, repository.GetChangeCount());
+}
+
+TEST_F(DeviceParameterRepositoryTest, ValuesOfAnotherDriverCanBeTakenOver) {
+    Load({IntegerRecord(1, L"Gain", 5)});
+    ScriptedConnection other;
+    other.records = {IntegerRecord(1, L"Amplification", 7), IntegerRecord(2, L"Offset")};
+    DeviceParameterRepository source;
+    ASSERT_THAT(source.Connect(&other), IsBareCode(0));
+    other.requests.clear();
+
+    EXPECT_EQ(&repository, &(repository = source));
+
+    EXPECT_EQ(7, repository.GetByID(1)->GetInt());
+    EXPECT_EQ(String("Gain"), repository.GetByID(1)->GetName());
+    EXPECT_EQ(1u, repository.GetCount());
+    // It is still bound to its own driver.
+    EXPECT_THAT(repository.Apply(), IsBareCode(Code::Success));
+    EXPECT_EQ(1u, connection.requests.size());
+    EXPECT_TRUE(other.requests.empty());
 }
 
 // Derived repositories

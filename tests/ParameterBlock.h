@@ -141,9 +141,10 @@ private:
         }
         aRecord.defaultValue = isOrdered ? aRecord.minimum : Number();
         aRecord.value = isOrdered ? aRecord.maximum : Number();
-        if (aRecord.type != QV_PARAMETER_ENUMERATION || Chance(8)) return;
+        // An enumeration with a large maximum has thousands of entries, which take their time.
+        if (aRecord.type != QV_PARAMETER_ENUMERATION || Chance(256)) return;
         aRecord.minimum = 0;
-        aRecord.maximum = Below(6);
+        aRecord.maximum = Chance(32) ? Below(400) : Below(6);
         aRecord.defaultValue = Below(8);
         aRecord.value = Below(8);
     }

@@ -25,20 +25,23 @@ public:
     ~DeviceParameterRepository() override;
 
     DeviceParameterRepository(const DeviceParameterRepository&) = delete;
-    DeviceParameterRepository& operator=(const DeviceParameterRepository&) = delete;
 
     /// Takes over values by identifier, for instance from an earlier plain copy of this repository.
     using ParameterRepository::operator=;
+    /// As above, from the parameters of another driver. Each repository stays bound to its own
+    /// connection.
+    const DeviceParameterRepository& operator=(const DeviceParameterRepository& aSource);
 
     /// Sends the parameters whose change mark is set, in one request. Does nothing when there are
     /// none. Only integers, strings and enumerations carry their value to the driver; numbers are
     /// cut to 32 bits, texts and names to the room in a record.
     ///
-    /// The marks are cleared before the request is sent. After a failure they stay so, and a second
-    /// call sends nothing: `Refresh` tells what the driver holds.
+    /// The marks are cleared when all records are made, before the request is sent. After a failure
+    /// of the request they stay cleared, and a second call sends nothing: `Refresh` loads what the
+    /// driver holds.
     ///
-    /// @retval NotConnected  `Connect` was not called; nothing is logged.
-    /// @retval OutOfMemory   "Not enough memory".
+    /// @retval NotConnected  `Connect` was not called; nothing is logged, and all marks stay set.
+    /// @retval OutOfMemory   "Not enough memory". Nothing was sent, and all marks stay set.
     /// @return otherwise what the connection's `IoControl` reports.
     virtual Result Apply();
 
@@ -48,8 +51,10 @@ public:
     /// Every record that can be used is loaded. The result is the first failure met on the way: a
     /// name or identifier that repeats (`NotAllowed`), an empty name, a value or default outside
     /// the range, a record of unknown type as the first one (`InvalidArgument`), or an enumeration
-    /// that claims more names than fit in a record (`UnexpectedSize`). A record of unknown type
-    /// adds nothing, and its flags go to the parameter before it.
+    /// with a maximum above 4095, of which the first 4096 entries are taken (`UnexpectedSize`, "The
+    /// driver did not return the expected size of data"). Entries for which the record holds no
+    /// name are empty. A record of unknown type adds nothing, and its flags go to the parameter
+    /// before it.
     ///
     /// @retval InvalidArgument  The connection is null; nothing is logged and nothing changes.
     /// @retval OutOfMemory      "Not enough memory". Parameters from earlier records stay.

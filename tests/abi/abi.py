@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """The binary interface of the two DLLs, compared with the tables beside this file.
 
-Usage: abi.py check|update msvc|names|itanium|values|exports ROOT [--cxx CXX]
+Usage: abi.py check|update msvc|names|itanium|values|exports|imports ROOT [--cxx CXX]
                [--objdump OBJDUMP --dlls DLL…]
 
 msvc      Sizes, fields and virtual functions of the exported classes as MSVC lays them out. Clang
@@ -12,6 +12,7 @@ itanium   The same as msvc for GCC and Clang, with the headers of mingw-w64's GC
           CXX. The order of the virtual functions has to be that of the table for MSVC.
 values    Enumerators and the numbers that macros stand for, as they are written in the headers.
 exports   The names that the DLLs export, as GCC makes them.
+imports   What the last of the DLLs wants of the others: any base library that has this will do.
 
 Ends with 77 when Clang is not installed.
 """
@@ -190,6 +191,19 @@ def exports(objdump, dlls):
     return "\n".join(lines) + "\n"
 
 
+def imports(objdump, dlls):
+    """The names that the last DLL imports from the others."""
+    text = subprocess.run([objdump, "-p", dlls[-1]], check=True, capture_output=True,
+                          text=True).stdout
+    lines = []
+    for dll in dlls[:-1]:
+        name = pathlib.Path(dll).name
+        table = text[text.index(f"DLL Name: {name}"):].split("\n\n")[0]
+        lines += [f"{name} {each}" for each in
+                  sorted(re.findall(r"^\s+[0-9a-f]+\s+\d+\s+(\S+)$", table, re.M))]
+    return "\n".join(lines) + "\n"
+
+
 def compare(table, text):
     """Prints what differs."""
     expected = table.read_text("utf-8")
@@ -205,7 +219,8 @@ def compare(table, text):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("verb", choices=("check", "update"))
-    parser.add_argument("what", choices=("msvc", "names", "itanium", "values", "exports"))
+    parser.add_argument("what", choices=("msvc", "names", "itanium", "values", "exports",
+                                         "imports"))
     parser.add_argument("root", type=pathlib.Path)
     parser.add_argument("--objdump")
     parser.add_argument("--cxx")
@@ -218,7 +233,8 @@ def main():
     makers = {"msvc": lambda: msvc(given.root), "names": lambda: names(given.root),
               "itanium": lambda: itanium(given.root, given.cxx),
               "values": lambda: values(given.root),
-              "exports": lambda: exports(given.objdump, given.dlls)}
+              "exports": lambda: exports(given.objdump, given.dlls),
+              "imports": lambda: imports(given.objdump, given.dlls)}
     text = makers[given.what]()
     table = TABLES / f"{given.what}.txt"
     if given.verb == "update":
