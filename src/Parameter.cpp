@@ -108,8 +108,12 @@ Parameter::Parameter(const Parameter& aSource) : Parameter(aSource.name_, aSourc
     persistent_ = aSource.persistent_;
     advanced_ = aSource.advanced_;
     restartRequired_ = aSource.restartRequired_;
-    changed_ = aSource.HasChanged(/*aReset=*/true);
+    // A change that is pending moves to the copy: from members before they are copied, from another
+    // source only when the copy is complete.
+    const bool isGroup = aSource.type_ == TypeGroup;
+    changed_ = aSource.HasChanged(/*aReset=*/isGroup);
     CopyTypeAndValue(aSource);
+    if (!isGroup) aSource.changed_ = false;
 }
 
 Parameter::~Parameter() {

@@ -9,8 +9,10 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <new>
 #include <string>
 
+#include "FailingAllocations.h"
 #include "LoggedErrors.h"
 #include "QvUserLib/Parameter.h"
 #include "SampleParameters.h"
@@ -22,6 +24,7 @@ using QvTests::BoolParameter;
 using QvTests::DoubleParameter;
 using QvTests::EnumParameter;
 using QvTests::ErrorWatch;
+using QvTests::FailingAllocations;
 using QvTests::GroupParameter;
 using QvTests::IntegerParameter;
 using QvTests::IsBareCode;
@@ -686,6 +689,22 @@ TEST(ParameterCopyTest, CopyOutlivesItsSource) {
     EXPECT_EQ(String("Label"), copy.GetName());
     EXPECT_EQ(String("about"), copy.GetDescription());
     EXPECT_EQ(String("default"), copy.GetString());
+}
+
+TEST(ParameterCopyTest, CopyThatThereIsNoMemoryForLeavesTheMark) {
+    constexpr int kEntries = 200;
+    EnumParameter source({"Off"});
+    for (int entry = 1; entry < kEntries; ++entry) {
+        ASSERT_THAT(source.AddEnumValue("Slow"), IsBareCode(0));
+    }
+    ASSERT_THAT(source.SetInt(7), IsBareCode(0));
+    {
+        const FailingAllocations failing(kEntries * sizeof(String*));
+        EXPECT_THROW(const Parameter copy(source), std::bad_alloc);
+        EXPECT_EQ(1, failing.Count());
+    }
+
+    EXPECT_TRUE(source.HasChanged(/*aReset=*/false));
 }
 
 // Copies of groups

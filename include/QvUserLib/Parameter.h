@@ -44,7 +44,8 @@ public:
     /// Builds an independent copy, a group's members included.
     ///
     /// A pending change moves to the copy: the source's change mark, or those of a group's members,
-    /// are cleared. Values are set through the public setters after the marks were copied, with
+    /// are cleared. When there is no memory for the copy (`std::bad_alloc`), the source keeps its
+    /// mark, but the members of a group lose theirs. Values are set through the public setters after the marks were copied, with
     /// these effects: the copy of a read-only parameter holds the default (an integer), the first
     /// entry (an enumeration) or the default text (a string) instead of the value; the change mark
     /// of any other integer or string copy tells whether its value differs from its default, that
