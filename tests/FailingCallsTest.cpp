@@ -502,7 +502,9 @@ std::vector<Subject> MakeSubjects() {
     add(QV_CALL(fwrite, 0, ERROR_DISK_FULL), {Code::ShortWrite});
     add(QV_CALL(fputc, EOF, ERROR_DISK_FULL));
     add(QV_CALL(fread, 0, kError));
-    add(QV_CALL(fseek, -1, kError));
+    add(QV_CALL(_get_osfhandle, -1, EBADF));
+    add(QV_CALL(SetHandleInformation, FALSE, kError));
+    add(QV_CALL(_setmode, -1, kError));
     add(QV_CALL(fgetpos, -1, kError));
     add(QV_CALL(fsetpos, -1, kError));
     add(QV_CALL(_filelengthi64, -1, kError));
@@ -530,7 +532,8 @@ constexpr Harmless kHarmless[] = {
     {"RemoveVectoredExceptionHandler", "thread", "Thread::SetThreadName", "ignores naming only"},
     {"WaitForSingleObject", "thread", "Synchro::WaitUntilSignaled WaitFor",
      "a failed wait has ended"},
-    {"CreateEventA", "stream", "DeviceRequestQueue::Allocate", "works without, only slower"},
+    {"CreateEventA", "stream", "DeviceRequestQueue::Allocate",
+     "works without: the outcome is polled"},
     {"CreateEventA", "transfer", "", "the device's own handle tells of one transfer at a time"},
     {"CreateMutexA", "single instance", "", "answers that there is no other"},
     {"CopyFileA", "error log", "ErrorLog::Open", "starts anew without a backup"},
@@ -539,7 +542,9 @@ constexpr Harmless kHarmless[] = {
     {"fopen", "log", "Log::Open OpenFile", "the file stays whole when its end cannot be read"},
     {"fread", "log", "Log::Open", "the file stays whole"},
     {"malloc", "log", "Log::Open", "the file stays whole"},
-    {"fseek", "log", "Log::Open", "the mode has its own position"},
+    {"_get_osfhandle", "", "Log::Open OpenFile", "child processes inherit the file"},
+    {"SetHandleInformation", "", "Log::Open OpenFile", "child processes inherit the file"},
+    {"_setmode", "log", "Log::Open", "the mode translates line ends"},
     {"fflush", "log", "_fseeki64", "the file stays whole"},
     {"fsetpos", "log", "_fseeki64", "the file stays whole"},
     {"_filelengthi64", "log", "_fseeki64", "the file stays whole"},
