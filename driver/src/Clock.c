@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 
 // The thread that sees to reads when time has passed: a packet has become due, or a delayed read is
-// to complete. While there is nothing to wait for it sleeps without limit.
+// to complete. It also completes the reads that requests leave over. While there is nothing to wait
+// for it sleeps without limit.
 //
 // Time is that of the performance counter. The system's other clocks advance in steps of up to
 // 16 ms, which is many packets.
@@ -50,13 +51,14 @@ static BOOLEAN RunClock(QV_DEVICE* device, LONGLONG* sleep) {
     BOOLEAN isStopping;
 
     KeAcquireSpinLock(&device->lock, &irql);
+    // Looked at before the reads are completed: only the last time all of them are.
+    isStopping = device->clock.stopping;
     device->clock.sleepsUntil = 0;
     SettleReads(device);
     KeReleaseSpinLock(&device->lock, irql);
     CompleteServedReads(device);
 
     KeAcquireSpinLock(&device->lock, &irql);
-    isStopping = device->clock.stopping;
     device->clock.sleepsUntil = NextClockTime(device);
     *sleep = device->clock.sleepsUntil == QV_FOREVER ? QV_FOREVER
                                                      : device->clock.sleepsUntil - CurrentTime();

@@ -55,11 +55,12 @@ typedef struct QV_STREAM {
     ULONGLONG counted;       // How many of those have been given to a read, or dropped.
 } QV_STREAM;
 
-// The thread that serves reads when time has passed, rather than when a request comes in.
+// The thread that serves reads when time has passed, rather than when a request comes in, and
+// completes those that requests leave over.
 typedef struct QV_CLOCK {
     void* thread;  // Its object. Null while there is none; belongs to the plug-and-play routines.
     KEVENT wake;
-    BOOLEAN stopping;
+    BOOLEAN stopping;      // Until it is started again. Nobody leaves reads over for it any more.
     LONGLONG sleepsUntil;  // 0 while it is awake, or about to be.
 } QV_CLOCK;
 
@@ -196,9 +197,10 @@ NTSTATUS FinishReadAtOnce(QV_DEVICE* device, IRP* irp);
 // held.
 BOOLEAN MoveToServed(QV_DEVICE* device, IRP* irp, LONGLONG now);
 
-// Completes the served reads whose time has come, in their order, and wakes the clock if it has to
-// see to something earlier than it knows of. IRQL <= DISPATCH_LEVEL, no lock held. The caller holds
-// the device, or is the clock.
+// Completes served reads whose time has come, in their order, and wakes the clock if it has to see
+// to something earlier than it knows of. Only a limited number is completed, however fast new reads
+// come: the clock gets the rest. While the clock is stopped all are completed. IRQL <=
+// DISPATCH_LEVEL, no lock held. The caller holds the device, or is the clock.
 void CompleteServedReads(QV_DEVICE* device);
 
 // Ends the pending reads of one open handle, or of all when `file` is null, out of turn. IRQL <=

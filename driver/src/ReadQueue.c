@@ -14,9 +14,15 @@
 // completed in the dispatch routine without ever having been pending.
 //
 // Reads are completed without the lock, so only one thread at a time may do it, or they would
-// overtake each other. A thread that finds another at work leaves its reads to that one.
+// overtake each other. A thread that finds another at work leaves its reads to that one. Programs
+// send new reads as fast as old ones complete, so a thread stops after a number of them: what is
+// left is for the clock.
 
 #include "Device.h"
+
+// How many reads a thread completes in a row. They may all be of other programs, and the request
+// that the thread came with is kept waiting meanwhile.
+#define QV_READS_IN_A_ROW 16
 
 static DRIVER_CANCEL QvSampleCancelRead;
 
@@ -130,15 +136,25 @@ NTSTATUS FinishReadAtOnce(QV_DEVICE* device, IRP* irp) {
     return status;
 }
 
+// Whether a thread that has completed so many reads goes on. Nobody would take over from it while
+// the clock is stopped; by then the device takes no more reads, so there is an end. The lock is
+// held.
+static BOOLEAN MayCompleteMore(const QV_DEVICE* device, ULONG completed) {
+    return completed < QV_READS_IN_A_ROW || device->clock.stopping;
+}
+
 void CompleteServedReads(QV_DEVICE* device) {
     KIRQL irql;
     BOOLEAN wakeClock = FALSE;
 
     KeAcquireSpinLock(&device->lock, &irql);
     if (!device->isCompleting) {
+        ULONG completed = 0;
         IRP* irp;
         device->isCompleting = TRUE;
-        while ((irp = TakeServedRead(device, CurrentTime())) != NULL) {
+        while (MayCompleteMore(device, completed) &&
+               (irp = TakeServedRead(device, CurrentTime())) != NULL) {
+            ++completed;
             KeReleaseSpinLock(&device->lock, irql);
             (void)CompleteRead(irp);
             LeaveDevice(device, irp);

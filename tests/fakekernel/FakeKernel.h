@@ -1,0 +1,49 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// The part of the kernel that the sample driver uses, in a test program. A test sends requests on
+// the threads it likes, and acts while the driver completes them. There is one device.
+
+#ifndef QVTESTS_FAKEKERNEL_H
+#define QVTESTS_FAKEKERNEL_H
+
+#include <stddef.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// A request of a program. It has to stay until it has been completed.
+typedef struct FakeRequest {
+    unsigned char major;  ///< `IRP_MJ_READ` and so on.
+    unsigned char minor;
+    unsigned long code;  ///< Of an I/O control.
+    void* buffer;        ///< Null when both lengths are 0.
+    unsigned long inputBytes;
+    unsigned long outputBytes;
+
+    /// Called on the thread that completes the request.
+    void (*completed)(struct FakeRequest* request);
+    void* context;
+    long status;
+    size_t bytes;
+} FakeRequest;
+
+/// What takes the place of a function that the driver imports. Null when the fake has none.
+void* FakeKernelFunction(const char* name);
+
+/// Calls `DriverEntry` and `AddDevice`. Returns the status of the one that fails, or of the latter.
+long FakeKernelAddDevice(void* driverEntry);
+
+/// Sends a request to the device, from a handle that counts as one that has read already. Returns
+/// what the driver's dispatch routine returned.
+long FakeKernelSend(FakeRequest* request);
+
+/// Waits until the driver's thread has nothing to do.
+void FakeKernelWaitForSleep(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif
