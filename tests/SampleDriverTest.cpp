@@ -220,5 +220,10 @@ TEST_F(SampleDriverTest, DeviceThatStopsMeanwhileLeavesNoReadOver) {
     EXPECT_THAT(readers.Statuses(), testing::Each(kSuccess));
 }
 
+TEST_F(SampleDriverTest, MemoryIsNotExecutable) {
+    EXPECT_GT(FakeKernelBlocks(), 0);
+    EXPECT_EQ(0, FakeKernelExecutableBlocks());
+}
+
 }  // namespace
 }  // namespace QvTests

@@ -15,6 +15,9 @@
 #include "QvSample/QvSampleDevice.h"
 #include "QvSample/QvSamplePacket.h"
 
+// Memory that holds data must not be executable: `NonPagedPoolNx` is the one to allocate from.
+#pragma GCC poison NonPagedPool NonPagedPoolCacheAligned
+
 // Reads "Qvsm" in a pool dump.
 #define QV_POOL_TAG 0x6D737651u
 

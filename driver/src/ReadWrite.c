@@ -196,7 +196,7 @@ NTSTATUS StartReadWrite(QV_DEVICE* device) {
     const ULONG capacity = ParameterNumber(device, QV_SAMPLE_ID_BUFFER_SIZE) * 1024;
     KIRQL irql;
     NTSTATUS status;
-    UCHAR* bytes = ExAllocatePoolWithTag(NonPagedPool, capacity, QV_POOL_TAG);
+    UCHAR* bytes = ExAllocatePoolWithTag(NonPagedPoolNx, capacity, QV_POOL_TAG);
     if (bytes == NULL) return STATUS_INSUFFICIENT_RESOURCES;
 
     KeAcquireSpinLock(&device->lock, &irql);

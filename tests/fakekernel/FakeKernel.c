@@ -19,6 +19,9 @@ static int holders;
 static int isRemoved;
 static int sleepers;  // Threads that wait without limit.
 
+static int blocks;
+static int executableBlocks;
+
 static DRIVER_OBJECT driver;
 static DRIVER_EXTENSION driverExtension;
 static DEVICE_OBJECT lowerDevice;
@@ -50,8 +53,10 @@ static LARGE_INTEGER NTAPI QueryCounter(LARGE_INTEGER* frequency) {
 // Memory
 
 static void* NTAPI Allocate(POOL_TYPE type, SIZE_T size, ULONG tag) {
-    (void)type;
+    const ULONG paged = PagedPool;
     (void)tag;
+    ++blocks;
+    if ((type & (NonPagedPoolNx | paged)) == 0) ++executableBlocks;
     return malloc(size);
 }
 
@@ -341,6 +346,8 @@ long FakeKernelSend(FakeRequest* request) {
 long FakeKernelAddDevice(void* driverEntry) {
     UNICODE_STRING path = {0};
     NTSTATUS status;
+    blocks = 0;
+    executableBlocks = 0;
     driver.DriverExtension = &driverExtension;
     status = ((DRIVER_INITIALIZE*)driverEntry)(&driver, &path);
     if (!NT_SUCCESS(status)) return status;
@@ -352,6 +359,10 @@ void FakeKernelWaitForSleep(void) {
     while (sleepers == 0) (void)pthread_cond_wait(&changed, &mutex);
     (void)pthread_mutex_unlock(&mutex);
 }
+
+int FakeKernelExecutableBlocks(void) { return executableBlocks; }
+
+int FakeKernelBlocks(void) { return blocks; }
 
 void* FakeKernelFunction(const char* name) {
     static const struct {

@@ -42,6 +42,12 @@ long FakeKernelSend(FakeRequest* request);
 /// Waits until the driver's thread has nothing to do.
 void FakeKernelWaitForSleep(void);
 
+/// How many blocks of executable memory the driver has allocated since the device was added.
+int FakeKernelExecutableBlocks(void);
+
+/// How many blocks of any kind the driver has allocated since then.
+int FakeKernelBlocks(void);
+
 #ifdef __cplusplus
 }
 #endif
