@@ -31,6 +31,7 @@ constexpr unsigned char kStart = 0x00;
 constexpr unsigned char kRemove = 0x02;
 constexpr unsigned char kStop = 0x04;
 constexpr long kSuccess = 0;
+constexpr long kNotReady = static_cast<long>(0xC00000A3);
 
 // How many reads of others a request completes at most.
 constexpr int kReadsInARow = 16;
@@ -151,16 +152,23 @@ protected:
         return FakeKernelSend(&request);
     }
 
-    static long Set(unsigned long aID, std::uint32_t aValue) {
+    static QV_PARAMETER_RECORD Get(unsigned long aID) {
         std::vector<QV_PARAMETER_RECORD> block(QV_SAMPLE_PARAMETER_COUNT);
         EXPECT_EQ(kSuccess,
                   Control(IOCTL_PARAMETERS_GET, block.data(), 0, block.size() * sizeof block[0]));
-        for (QV_PARAMETER_RECORD& record : block) {
-            if (record.id != aID) continue;
-            record.value = aValue;
-            return Control(IOCTL_PARAMETERS_SET, &record, sizeof record, 0);
-        }
-        return ERROR_NOT_FOUND;
+        return *std::find_if(block.begin(), block.end(), [aID](const QV_PARAMETER_RECORD& aRecord) {
+            return aRecord.id == aID;
+        });
+    }
+
+    static long Set(QV_PARAMETER_RECORD aRecord) {
+        return Control(IOCTL_PARAMETERS_SET, &aRecord, sizeof aRecord, 0);
+    }
+
+    static long Set(unsigned long aID, std::uint32_t aValue) {
+        QV_PARAMETER_RECORD record = Get(aID);
+        record.value = aValue;
+        return Set(record);
     }
 
 private:
@@ -218,6 +226,18 @@ TEST_F(SampleDriverTest, DeviceThatStopsMeanwhileLeavesNoReadOver) {
 
     EXPECT_EQ(100, readers.CompletedHere());
     EXPECT_THAT(readers.Statuses(), testing::Each(kSuccess));
+}
+
+// It is looked at when the request comes in, and once more under the lock.
+TEST_F(SampleDriverTest, RequestThatTheStopOvertakesChangesNoParameter) {
+    QV_PARAMETER_RECORD rate = Get(QV_SAMPLE_ID_PACKET_RATE);
+    const std::uint32_t before = rate.value++;
+
+    FakeKernelBeforeLock(2, [] { EXPECT_EQ(kSuccess, PlugAndPlay(kStop)); });
+    EXPECT_EQ(kNotReady, Set(rate));
+
+    ASSERT_EQ(kSuccess, PlugAndPlay(kStart));
+    EXPECT_EQ(before, Get(QV_SAMPLE_ID_PACKET_RATE).value);
 }
 
 TEST_F(SampleDriverTest, MemoryIsNotExecutable) {

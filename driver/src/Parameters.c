@@ -276,18 +276,22 @@ NTSTATUS WriteParameters(QV_DEVICE* device, const QV_PARAMETER_RECORD* records, 
     KIRQL irql;
     ULONG i;
     // The records are the driver's own copy: what has been checked cannot change any more.
-    const NTSTATUS status = CheckRecords(records, count);
+    NTSTATUS status = CheckRecords(records, count);
     if (!NT_SUCCESS(status)) return status;
 
     KeAcquireSpinLock(&device->lock, &irql);
-    // Up to this moment the old values hold.
-    SettleReads(device);
-    for (i = 0; i < count; ++i) ApplyRecord(device, &records[i]);
-    FollowPacketRate(device);
-    SettleReads(device);
+    // Looked at again under the lock: no packet may become due on a device that has stopped.
+    status = DeviceReadiness(device);
+    if (NT_SUCCESS(status)) {
+        // Up to this moment the old values hold.
+        SettleReads(device);
+        for (i = 0; i < count; ++i) ApplyRecord(device, &records[i]);
+        FollowPacketRate(device);
+        SettleReads(device);
+    }
     KeReleaseSpinLock(&device->lock, irql);
     CompleteServedReads(device);
-    return STATUS_SUCCESS;
+    return status;
 }
 
 ULONG* NumberInPlace(QV_DEVICE* device, ULONG id) {

@@ -19,6 +19,10 @@ static int holders;
 static int isRemoved;
 static int sleepers;  // Threads that wait without limit.
 
+// Of the thread that acts while it is in the driver.
+static __thread int locksUntilAction;
+static __thread void (*lockAction)(void);
+
 static int blocks;
 static int executableBlocks;
 
@@ -68,6 +72,10 @@ static void NTAPI Free(void* block, ULONG tag) {
 // Locks, events and threads
 
 static KIRQL NTAPI Lock(KSPIN_LOCK* lock) {
+    if (locksUntilAction > 0) {
+        --locksUntilAction;
+        if (locksUntilAction == 0) lockAction();
+    }
     while (__atomic_test_and_set(lock, __ATOMIC_ACQUIRE)) (void)sched_yield();
     return PASSIVE_LEVEL;
 }
@@ -352,6 +360,11 @@ long FakeKernelAddDevice(void* driverEntry) {
     status = ((DRIVER_INITIALIZE*)driverEntry)(&driver, &path);
     if (!NT_SUCCESS(status)) return status;
     return driverExtension.AddDevice(&driver, &lowerDevice);
+}
+
+void FakeKernelBeforeLock(int count, void (*action)(void)) {
+    locksUntilAction = count;
+    lockAction = action;
 }
 
 void FakeKernelWaitForSleep(void) {

@@ -39,6 +39,10 @@ long FakeKernelAddDevice(void* driverEntry);
 /// what the driver's dispatch routine returned.
 long FakeKernelSend(FakeRequest* request);
 
+/// Acts when the driver, on the calling thread, is about to take its lock for the `count`-th time
+/// from now on.
+void FakeKernelBeforeLock(int count, void (*action)(void));
+
 /// Waits until the driver's thread has nothing to do.
 void FakeKernelWaitForSleep(void);
 
