@@ -19,17 +19,18 @@ namespace {
 constexpr unsigned long kAsciiCurrent = 1;
 constexpr unsigned long kUnicodeCurrent = 2;
 
-// The longest text that is carried from one form to the other.
+// The longest text that a conversion gives, in units.
 constexpr int kMaxConverted = 4095;
 
-// No character takes more than this many units of the other form, in whatever code page.
-constexpr int kMaxUnitsPerCharacter = 4;
+// No unit of a text comes from more than this many units of its other form, in any code page.
+constexpr int kMaxSourceUnits = 4;
 
-int ToWide(const char* aText, int aLength, wchar_t* aOut, int aOutSize) {
+// The system's conversions. They return 0 when the result does not fit.
+int Convert(const char* aText, int aLength, wchar_t* aOut, int aOutSize) {
     return ::MultiByteToWideChar(CP_ACP, 0, aText, aLength, aOut, aOutSize);
 }
 
-int ToAnsi(const wchar_t* aText, int aLength, char* aOut, int aOutSize) {
+int Convert(const wchar_t* aText, int aLength, char* aOut, int aOutSize) {
     return ::WideCharToMultiByte(CP_ACP, 0, aText, aLength, aOut, aOutSize, nullptr, nullptr);
 }
 
@@ -71,36 +72,56 @@ void CopyAscii(const std::basic_string<Source>& aSource, std::basic_string<Targe
     }
 }
 
+// As many whole characters as kMaxConverted units hold, of a text that gives more.
+std::wstring Shortened(const char* aText, int aLength) {
+    std::wstring text(static_cast<std::size_t>(aLength), L'\0');
+    const int size = Convert(aText, aLength, &text[0], aLength);
+    text.resize(static_cast<std::size_t>(std::min(size, kMaxConverted)));
+    if (!text.empty() && IS_HIGH_SURROGATE(text.back())) text.pop_back();
+    return text;
+}
+
+// The same. Only the system knows how many bytes a character takes, so this looks for the longest
+// beginning that fits.
+std::string Shortened(const wchar_t* aText, int aLength) {
+    char buffer[kMaxConverted];
+    int fits = 0;
+    int tooLong = std::min(aLength, kMaxConverted) + 1;
+    while (tooLong - fits > 1) {
+        const int middle = fits + (tooLong - fits) / 2;
+        const bool isShort = Convert(aText, middle, buffer, kMaxConverted) > 0;
+        (isShort ? fits : tooLong) = middle;
+    }
+    if (fits > 0 && IS_HIGH_SURROGATE(aText[fits - 1])) --fits;
+    const int size = fits > 0 ? Convert(aText, fits, buffer, kMaxConverted) : 0;
+    return std::string(buffer, static_cast<std::size_t>(size));
+}
+
 // Converts the text up to its first zero, at most kMaxConverted units of the result. Most texts are
 // plain ASCII and need no code page.
 template <typename Target, typename Source>
-void ConvertText(const std::basic_string<Source>& aSource, std::basic_string<Target>& aTarget,
-                 int (*aConvert)(const Source*, int, Target*, int)) {
+void ConvertText(const std::basic_string<Source>& aSource, std::basic_string<Target>& aTarget) {
     const TextKind kind = KindOf(aSource);
-    const bool isWhole = !kind.hasZeros && aSource.size() <= kMaxConverted;
-    if (kind.isAscii && isWhole) {
+    if (kind.isAscii && !kind.hasZeros && aSource.size() <= kMaxConverted) {
         CopyAscii(aSource, aTarget);
         return;
     }
-    Target buffer[kMaxConverted + 1];
-    // Without a length the system looks for the terminator first.
-    const int sourceSize = isWhole ? static_cast<int>(aSource.size()) + 1 : -1;
-    const int size = aConvert(aSource.c_str(), sourceSize, buffer, kMaxConverted + 1);
-    if (size > 0) {
-        aTarget.assign(buffer, static_cast<std::size_t>(size) - 1);
+    const std::size_t end = kind.hasZeros ? aSource.find(Source()) : aSource.size();
+    // What this many source units give holds all that is kept.
+    constexpr std::size_t kMaxNeeded = std::size_t{kMaxConverted} * kMaxSourceUnits;
+    const auto length = static_cast<int>(std::min(end, kMaxNeeded));
+    if (length == 0) {
+        aTarget.clear();
         return;
     }
-
-    // The text is too long. What this many source units give holds all that is kept.
-    const std::size_t end = std::min(aSource.find(Source()), aSource.size());
-    constexpr std::size_t kMaxNeeded = std::size_t{kMaxConverted} * kMaxUnitsPerCharacter;
-    const auto length = static_cast<int>(std::min(end, kMaxNeeded));
-    std::basic_string<Target> whole(static_cast<std::size_t>(length) * kMaxUnitsPerCharacter,
-                                    Target());
-    const int converted =
-        aConvert(aSource.c_str(), length, &whole[0], static_cast<int>(whole.size()));
-    whole.resize(static_cast<std::size_t>(std::min(converted, kMaxConverted)));
-    aTarget = whole;
+    // The terminator is not converted: an incomplete character in front of it could swallow it.
+    Target buffer[kMaxConverted];
+    const int size = Convert(aSource.data(), length, buffer, kMaxConverted);
+    if (size > 0) {
+        aTarget.assign(buffer, std::find(buffer, buffer + size, Target()));
+    } else {
+        aTarget = Shortened(aSource.data(), length);
+    }
 }
 
 template <typename Unit>
@@ -256,13 +277,13 @@ std::string String::ExpandEnvironmentVariables() const {
 
 void String::BuildAscii() const {
     if (marks_ != kUnicodeCurrent) return;
-    ConvertText(unicode_, ascii_, ToAnsi);
+    ConvertText(unicode_, ascii_);
     marks_ |= kAsciiCurrent;
 }
 
 void String::BuildUnicode() const {
     if (marks_ != kAsciiCurrent) return;
-    ConvertText(ascii_, unicode_, ToWide);
+    ConvertText(ascii_, unicode_);
     marks_ |= kUnicodeCurrent;
 }
 

@@ -8,9 +8,11 @@
 #include <algorithm>
 #include <clocale>
 #include <cstring>
+#include <cwchar>
 #include <memory>
 #include <string>
 
+#include "AnsiCodePage.h"
 #include "ImportPatch.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
@@ -752,5 +754,133 @@ TEST(StringTest, OneOtherCharacterAnywhereConvertsWithTheRest) {
         EXPECT_EQ(ascii, String(wide.c_str()).GetAscii());
     }
 }
+
+TEST(StringTest, UpperAndLowerCaseChangeEveryAsciiByte) {
+    // The second byte of this character is a letter in a double-byte code page.
+    EXPECT_EQ("\x83\x61", String("\x83\x41").ToLower());
+    EXPECT_EQ("\x83\x41", String("\x83\x61").ToUpper());
+}
+
+// A system that makes an additional zero of the incomplete character at the end of a text.
+int WINAPI EndWithTwoZeros(UINT, DWORD, const char*, int, wchar_t* aOut, int) {
+    std::wcscpy(aOut, L"ab");
+    aOut[3] = L'\0';
+    return 4;
+}
+
+TEST(StringTest, ConversionEndsAtTheFirstZeroOfItsResult) {
+    const QvTests::ImportPatch toWide("MultiByteToWideChar", &EndWithTwoZeros);
+    const String text("ab\x81");
+
+    EXPECT_STREQ(L"ab", text.GetUnicode());
+
+    EXPECT_EQ(L"ab", UnicodeOf(text));
+}
+
+// Other code pages
+
+using QvTests::CodePageTest;
+
+// A text that is much too long for a conversion, after some characters of one unit.
+template <typename Text>
+Text TooLong(std::size_t aFirst, const Text& aRepeated) {
+    Text text(aFirst, 'x');
+    while (text.size() < 4 * kMaxConverted) text += aRepeated;
+    return text;
+}
+
+std::wstring ToWide(UINT aPage, const std::string& aText) {
+    std::wstring wide(aText.size(), L'\0');
+    const int size = ::MultiByteToWideChar(aPage, 0, aText.data(), static_cast<int>(aText.size()),
+                                           &wide[0], static_cast<int>(wide.size()));
+    wide.resize(static_cast<std::size_t>(size));
+    return wide;
+}
+
+TEST_P(CodePageTest, TextConvertsBothWays) {
+    EXPECT_EQ(page.units, String(page.bytes.c_str()).GetUnicode());
+    EXPECT_EQ(page.bytes, String(page.units.c_str()).GetAscii());
+}
+
+TEST_P(CodePageTest, LengthIsThatOfTheFormThatIsCurrent) {
+    const String wide(page.units.c_str());
+    EXPECT_EQ(page.units.size(), wide.GetLength());
+
+    EXPECT_EQ(page.bytes, wide.GetAscii());
+
+    EXPECT_EQ(page.bytes.size(), wide.GetLength());
+}
+
+TEST_P(CodePageTest, TextsCompareByTheirBytesInWhateverForm) {
+    const String ascii(page.bytes.c_str());
+    const String wide(page.units.c_str());
+    const String longer((page.units + L"x").c_str());
+
+    EXPECT_TRUE(ascii == wide);
+    EXPECT_FALSE(ascii < wide);
+    EXPECT_TRUE(ascii < longer);
+    EXPECT_TRUE(String("z") < wide);
+}
+
+TEST_P(CodePageTest, LongEightBitFormEndsWithAWholeCharacter) {
+    for (std::size_t first = 0; first < page.bytes.size(); ++first) {
+        SCOPED_TRACE(first);
+        const std::wstring whole = TooLong(first, page.units);
+
+        const std::string bytes = String(whole.c_str()).GetAscii();
+
+        EXPECT_GE(kMaxConverted, bytes.size());
+        EXPECT_LE(kMaxConverted - 3, bytes.size());
+        const std::wstring kept = ToWide(page.number, bytes);
+        EXPECT_TRUE(kept == whole.substr(0, kept.size()));
+    }
+}
+
+TEST_P(CodePageTest, LongUnicodeFormEndsWithAWholeCharacter) {
+    for (std::size_t first = 0; first < page.units.size(); ++first) {
+        SCOPED_TRACE(first);
+        const std::string whole = TooLong(first, page.bytes);
+
+        const std::wstring units = String(whole.c_str()).GetUnicode();
+
+        EXPECT_GE(kMaxConverted, units.size());
+        EXPECT_LE(kMaxConverted - 1, units.size());
+        EXPECT_TRUE(units == ToWide(page.number, whole).substr(0, units.size()));
+        EXPECT_FALSE(IS_HIGH_SURROGATE(units.back()));
+    }
+}
+
+TEST_P(CodePageTest, TextThatJustFitsConvertsWhole) {
+    std::string bytes;
+    std::wstring units;
+    while (bytes.size() + page.bytes.size() <= kMaxConverted) {
+        bytes += page.bytes;
+        units += page.units;
+    }
+    units.append(kMaxConverted - bytes.size(), L'x');
+    bytes.append(kMaxConverted - bytes.size(), 'x');
+
+    EXPECT_TRUE(bytes == String(units.c_str()).GetAscii());
+    EXPECT_TRUE(units == String(bytes.c_str()).GetUnicode());
+}
+
+TEST_P(CodePageTest, IncompleteCharacterAtTheEndBecomesASubstitute) {
+    const String text((page.bytes + page.leadByte).c_str());
+
+    const std::wstring units = text.GetUnicode();
+
+    ASSERT_EQ(page.units.size() + 1, units.size());
+    EXPECT_EQ(page.units, units.substr(0, page.units.size()));
+    EXPECT_EQ(units, UnicodeOf(text));
+}
+
+TEST_P(CodePageTest, IncompleteCharacterBehindALongTextIsCut) {
+    const std::string text = std::string(kMaxConverted, 'x') + page.leadByte;
+
+    EXPECT_TRUE(std::wstring(kMaxConverted, L'x') == String(text.c_str()).GetUnicode());
+}
+
+INSTANTIATE_TEST_SUITE_P(StringTest, CodePageTest, testing::ValuesIn(QvTests::kSampleCodePages),
+                         QvTests::NameOfCodePage);
 
 }  // namespace
