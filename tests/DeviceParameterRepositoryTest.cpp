@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "AnsiCodePage.h"
 #include "FailingAllocations.h"
 #include "ImportPatch.h"
 #include "LoggedErrors.h"
@@ -1451,5 +1452,66 @@ TEST_F(DeviceParameterRepositoryTest, ConnectionStandsBehindTheBase) {
     std::memcpy(&field, fields + sizeof(ParameterRepository), sizeof field);
     EXPECT_EQ(&connection, field);
 }
+
+// Texts of records in other code pages
+
+class RecordCodePageTest : public DeviceParameterRepositoryTest,
+                           public testing::WithParamInterface<QvTests::SampleCodePage> {
+protected:
+    void SetUp() override {
+        if (!::IsValidCodePage(page.number)) GTEST_SKIP() << "needs the code page";
+    }
+
+    const QvTests::SampleCodePage& page = GetParam();
+    const QvTests::AnsiCodePage ansi{page.number};
+};
+
+TEST_P(RecordCodePageTest, StringComesAndGoesWhole) {
+    Record record = StringRecord(1, page.units, page.units + L"d", page.units + L"v");
+    Store(record.description, page.bytes);
+    Load({record});
+    EXPECT_THAT(Names(), ElementsAre(page.bytes));
+    Parameter* const parameter = repository.GetByIndex(0);
+    EXPECT_EQ(page.bytes, parameter->GetDescription().GetAscii());
+    ASSERT_THAT(parameter->SetString((page.bytes + "new").c_str()), IsBareCode(0));
+
+    const Record sent = SentRecord();
+
+    EXPECT_EQ(page.units, sent.name);
+    EXPECT_EQ(page.bytes, sent.description);
+    EXPECT_EQ(page.units + L"d", sent.content.string.defaultText);
+    EXPECT_EQ(page.units + L"new", sent.content.string.valueText);
+}
+
+TEST_P(RecordCodePageTest, EntriesComeAndGoWhole) {
+    Load({EnumRecord(1, page.units, {page.units.c_str(), L"b"})});
+    Parameter* const parameter = repository.GetByIndex(0);
+    unsigned long index = 7;
+    EXPECT_THAT(parameter->FindEnumValue(page.bytes.c_str(), index), IsBareCode(0));
+    EXPECT_EQ(0u, index);
+    ASSERT_THAT(parameter->SetInt(1), IsBareCode(0));
+
+    const Record sent = SentRecord();
+
+    EXPECT_EQ(page.units, sent.content.valueNames);
+}
+
+TEST_P(RecordCodePageTest, UnitIsSplitOffItsDescription) {
+    Record record = IntegerRecord(1, page.units);
+    Store(record.description, page.bytes);
+    Store(record.unit, page.bytes);
+    Load({record});
+    EXPECT_EQ(page.bytes + " (" + page.bytes + ")",
+              repository.GetByIndex(0)->GetDescription().GetAscii());
+    ASSERT_THAT(repository.GetByIndex(0)->SetInt(6), IsBareCode(0));
+
+    const Record sent = SentRecord();
+
+    EXPECT_EQ(page.bytes, sent.description);
+    EXPECT_EQ(page.bytes, sent.unit);
+}
+
+INSTANTIATE_TEST_SUITE_P(DeviceParameterRepositoryTest, RecordCodePageTest,
+                         testing::ValuesIn(QvTests::kSampleCodePages), QvTests::NameOfCodePage);
 
 }  // namespace
