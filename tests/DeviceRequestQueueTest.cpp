@@ -1333,7 +1333,7 @@ TEST_F(DeviceRequestQueueTest, HoldsItsDocumentedFields) {
     EXPECT_EQ(6 * kPointer + sizeof(Result), sizeof(DeviceRequestQueue));
 }
 
-// What clients built earlier take for granted: a table pointer, then the fields in this order.
+// The fixed binary interface: a pointer to the virtual table, then the fields in this order.
 struct QueueFields {
     void* table;
     OVERLAPPED* requests;
@@ -1396,6 +1396,80 @@ TEST_F(DeviceRequestQueueTest, DeletionThroughTheBaseDestroysTheDerivedObject) {
     delete queue;
 
     EXPECT_EQ(1, destroyed);
+}
+
+// The last result, which only the field shows
+
+TEST_F(DeviceRequestQueueTest, LastResultIsTheFailureOfTheRequestThatAFullRingCompleted) {
+    Allocate(3);
+    OVERLAPPED* const first = Read();
+    Read();
+    Cancel(first);
+
+    EXPECT_EQ(nullptr, queue_.GetNextAvailableRequest());
+
+    EXPECT_THAT(FieldsOf(queue_).lastResult, IsBareCode(ERROR_OPERATION_ABORTED));
+}
+
+TEST_F(DeviceRequestQueueTest, LastResultOfARingOfOneRecordIsThatNothingIsPending) {
+    Allocate(1);
+
+    EXPECT_EQ(nullptr, queue_.GetNextAvailableRequest());
+
+    EXPECT_THAT(FieldsOf(queue_).lastResult, IsBareCode(Code::NotAllowed));
+}
+
+TEST_F(DeviceRequestQueueTest, LastResultIsTheFirstFailureThatWaitCollected) {
+    Allocate(4);
+    Read();
+    OVERLAPPED* const second = Read();
+    Read();
+    device_.Deliver("abcd");
+    Cancel(second);
+    device_.Remove();
+
+    EXPECT_THAT(queue_.Wait(), IsBareCode(ERROR_OPERATION_ABORTED));
+
+    EXPECT_THAT(FieldsOf(queue_).lastResult, IsBareCode(ERROR_OPERATION_ABORTED));
+}
+
+TEST_F(DeviceRequestQueueTest, SuccessReplacesAFailureAsTheLastResult) {
+    Allocate(3);
+    Cancel(Read());
+    EXPECT_THAT(queue_.Wait(), IsBareCode(ERROR_OPERATION_ABORTED));
+
+    EXPECT_THAT(queue_.Wait(), IsBareCode(Code::Success));
+
+    EXPECT_THAT(FieldsOf(queue_).lastResult, IsBareCode(Code::Success));
+}
+
+TEST_F(DeviceRequestQueueTest, CollectionByTheCallerLeavesTheLastResult) {
+    Allocate(3);
+    Cancel(Read());
+
+    EXPECT_EQ(Outcome(ERROR_OPERATION_ABORTED, 0), Collect());
+
+    EXPECT_THAT(FieldsOf(queue_).lastResult, IsBareCode(Code::NotSet));
+}
+
+// Requests whose arguments the connection refuses
+
+TEST_F(DeviceRequestQueueTest, RequestRefusedForItsArgumentsIsCollectedAsSuccessWithoutBytes) {
+    Allocate(4);
+    unsigned long moved = 0;
+    const std::function<Result(void*)> requests[] = {
+        [&](void* aRecord) { return connection_.Read(nullptr, kReadSize, &moved, aRecord); },
+        [&](void* aRecord) { return connection_.Write("", 0, &moved, aRecord); },
+        [&](void* aRecord) {
+            return connection_.IoControl(0x222000, nullptr, 4, nullptr, 0, &moved,
+                                         static_cast<OVERLAPPED*>(aRecord));
+        },
+    };
+    for (const auto& request : requests) {
+        SCOPED_TRACE(&request - requests);
+        EXPECT_THAT(request(queue_.GetNextAvailableRequest()), IsBareCode(Code::InvalidArgument));
+        EXPECT_EQ(Outcome(0, 0), Collect());
+    }
 }
 
 }  // namespace
