@@ -804,4 +804,46 @@ TEST(ParameterAttributesTest, SameAddressAgainIsNoChange) {
     }
 }
 
+// A set of members that has another size once a member was asked for.
+class ResizedRepository : public OddRepository {
+public:
+    Parameter* GetByIndex(unsigned long aIndex) override {
+        shownCount = laterCount;
+        return OddRepository::GetByIndex(aIndex);
+    }
+    using OddRepository::GetByIndex;
+
+    unsigned long laterCount = 0;
+};
+
+TEST(ParameterAttributesTest, GroupCountsNewMembersAnewAfterEachOne) {
+    struct {
+        const char* name;
+        unsigned long first;
+        unsigned long later;
+        std::vector<unsigned long> reached;
+    } const cases[] = {{"shrinks", 3, 2, {0, 1}},
+                       {"becomes empty", 3, 0, {0}},
+                       {"grows", 1, 3, {0, 1, 2}},
+                       {"stays", 2, 2, {0, 1}}};
+    for (const auto& each : cases) {
+        SCOPED_TRACE(each.name);
+        auto* const members = new ResizedRepository;  // The parameter owns it.
+        for (unsigned long id = 0; id < 3; ++id) {
+            AddTo(*members, new IntegerParameter(5, 0, 10, std::to_string(id).c_str(), id));
+        }
+        members->shownCount = each.first;
+        members->laterCount = each.later;
+        UntypedParameter group;
+        ASSERT_THAT(group.SetHidden(true), IsBareCode(0));
+
+        group.InitRepository(members);
+
+        EXPECT_EQ(each.reached, members->asked);
+        for (unsigned long id = 0; id < 3; ++id) {
+            EXPECT_EQ(id < each.reached.size(), members->GetByID(id)->IsHidden()) << id;
+        }
+    }
+}
+
 }  // namespace

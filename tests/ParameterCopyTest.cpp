@@ -817,4 +817,21 @@ TEST(ParameterCopyTest, GroupCopyOwnsItsMembers) {
     EXPECT_EQ(1, destroyed);
 }
 
+TEST(ParameterCopyTest, DefaultOutsideTheEntriesIsNotCopied) {
+    EnumParameter source({"Slow", "Fast"});
+    ASSERT_THAT(source.SetRange(0LL, 5LL), IsBareCode(0));
+    ASSERT_THAT(source.SetDefaultInt(4), IsBareCode(0));
+    ASSERT_THAT(source.SetInt(1), IsBareCode(0));
+
+    const auto lines = LoggedErrorsWithoutLines([&] {
+        const Parameter copy(source);
+        EXPECT_EQ(0, copy.GetDefaultInt());
+        EXPECT_EQ(String("Slow"), copy.GetDefaultString());
+        EXPECT_EQ(1, copy.GetInt());
+    });
+
+    EXPECT_THAT(lines, ElementsAre("[0x12] .\\Parameter(#) ERR  - Invalid default value"));
+    EXPECT_EQ(4, source.GetDefaultInt());
+}
+
 }  // namespace

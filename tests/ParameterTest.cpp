@@ -8,6 +8,8 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <ostream>
+#include <sstream>
 #include <string>
 
 #include "LoggedErrors.h"
@@ -228,7 +230,7 @@ TEST(ParameterTest, ArraysCanBeDeleted) {
     delete[] parameters;
 }
 
-// What clients built earlier take for granted: a table pointer, then the fields in this order.
+// The fixed binary interface: a pointer to the virtual table, then the fields in this order.
 struct ParameterFields {
     void* table;
     String name;
@@ -1255,5 +1257,103 @@ TEST(ParameterTest, EachFailureIsLoggedOnce) {
 
     EXPECT_EQ(2u, lines.size());
 }
+
+// What a failure leaves
+
+// Has something in every field, also in those that its type does not use.
+class FilledParameter : public Parameter {
+public:
+    FilledParameter() : Parameter("Filled", 17) {
+        SetIndex(3);
+        EXPECT_THAT(SetDescription("about"), IsBareCode(0));
+        InitEnum();
+        EXPECT_THAT(AddEnumValue("Slow"), IsBareCode(0));
+        EXPECT_THAT(AddEnumValue("Fast"), IsBareCode(0));
+        InitDouble(1.5, 1.0, 2.0);
+        EXPECT_THAT(SetDefaultDouble(1.75), IsBareCode(0));
+        InitInteger(5, 5, 10);
+        EXPECT_THAT(SetDefaultInt(6), IsBareCode(0));
+        InitString("default");
+        EXPECT_THAT(SetString("value"), IsBareCode(0));
+    }
+    FilledParameter(const FilledParameter&) = delete;
+    FilledParameter& operator=(const FilledParameter&) = delete;
+
+    /// Gives it a type code, and leaves all other fields.
+    void BecomeType(unsigned long aType) {
+        const_cast<ParameterFields&>(FieldsOf(*this)).type = aType;
+    }
+};
+
+// All fields as a text.
+std::string Describe(const Parameter& aParameter) {
+    const ParameterFields& fields = FieldsOf(aParameter);
+    std::ostringstream text;
+    text << fields.name.GetAscii() << ' ' << fields.id << ' ' << fields.index << ' ' << fields.type
+         << ' ' << fields.description.GetAscii();
+    for (const bool mark : fields.marks) text << ' ' << mark;
+    text << ' ' << fields.valueText.GetAscii() << ' ' << fields.members << ' '
+         << fields.integerValue << ' ' << fields.integerMin << ' ' << fields.integerMax << ' '
+         << fields.doubleValue << ' ' << fields.doubleMin << ' ' << fields.doubleMax << ' '
+         << fields.defaultText.GetAscii() << ' ' << fields.integerDefault << ' '
+         << fields.doubleDefault << ' ' << fields.entries << ' ' << fields.entryCount;
+    for (unsigned long index = 0; index < fields.entryCount; ++index) {
+        text << ' ' << fields.entries[index]->GetAscii();
+    }
+    return text.str();
+}
+
+// A call that one parameter or another refuses, with values that no field has.
+struct Change {
+    const char* name;
+    Result (*make)(Parameter& aParameter);
+};
+
+const Change kChanges[] = {
+    {"SetInt", [](Parameter& p) { return p.SetInt(99); }},
+    {"ChangeInt", [](Parameter& p) { return p.ChangeInt(99); }},
+    {"SetDouble", [](Parameter& p) { return p.SetDouble(9.5); }},
+    {"SetBool", [](Parameter& p) { return p.SetBool(true); }},
+    {"SetString", [](Parameter& p) { return p.SetString("other"); }},
+    {"SetIp", [](Parameter& p) { return p.SetIp(1, 2, 3, 4); }},
+    {"SetMac", [](Parameter& p) { return p.SetMac(1, 2, 3, 4, 5, 6); }},
+    {"SetParameter", [](Parameter& p) { return p.SetParameter(MissingParameter()); }},
+    {"SetDefaultInt", [](Parameter& p) { return p.SetDefaultInt(99); }},
+    {"SetDefaultDouble", [](Parameter& p) { return p.SetDefaultDouble(9.5); }},
+    {"SetDefaultString", [](Parameter& p) { return p.SetDefaultString("other"); }},
+    {"SetDefaultBool", [](Parameter& p) { return p.SetDefaultBool(true); }},
+    {"SetIntegerRange", [](Parameter& p) { return p.SetRange(-9LL, 99LL); }},
+    {"SetDoubleRange", [](Parameter& p) { return p.SetRange(-9.5, 9.5); }},
+    {"AddEnumValue", [](Parameter& p) { return p.AddEnumValue("Other"); }},
+    {"ResetDefault", [](Parameter& p) { return p.ResetDefault(); }}};
+
+void PrintTo(const Change& aChange, std::ostream* aOut) { *aOut << aChange.name; }
+
+class RefusedChangeTest : public testing::TestWithParam<Change> {};
+
+TEST_P(RefusedChangeTest, LeavesEveryField) {
+    int refusals = 0;
+    for (const unsigned long type : {0UL, 1UL, 2UL, 3UL, 4UL, 5UL, 0xFFFFFFFFUL}) {
+        for (const bool isReadOnly : {false, true}) {
+            for (const bool hasChanged : {false, true}) {
+                SCOPED_TRACE(testing::Message() << type << ' ' << isReadOnly << ' ' << hasChanged);
+                FilledParameter parameter;
+                (void)parameter.HasChanged(/*aReset=*/!hasChanged);  // It has.
+                ASSERT_THAT(parameter.SetReadOnly(isReadOnly), IsBareCode(0));
+                parameter.BecomeType(type);
+                const std::string before = Describe(parameter);
+
+                if (GetParam().make(parameter).IsSuccess()) continue;
+
+                ++refusals;
+                EXPECT_EQ(before, Describe(parameter));
+            }
+        }
+    }
+    EXPECT_LT(0, refusals);
+}
+
+INSTANTIATE_TEST_SUITE_P(ParameterTest, RefusedChangeTest, testing::ValuesIn(kChanges),
+                         [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
 }  // namespace
