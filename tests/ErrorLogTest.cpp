@@ -164,38 +164,54 @@ private:
     ImportPatch patch_{"fwrite", &Write};
 };
 
-// A disk that stays busy with its first work, an opening or a line, until it is let go.
+// What a disk can be busy with.
+enum class DiskWork { OpenOrWrite, Copy, Delete };
+
+// A disk that stays busy with the first work of one kind until it is let go.
 class BusyDisk {
 public:
-    BusyDisk() { active_ = this; }
+    explicit BusyDisk(DiskWork aWork) : work_(aWork) { active_ = this; }
 
-    bool IsActive() const { return open_.IsActive() && write_.IsActive(); }
+    bool IsActive() const {
+        return open_.IsActive() && write_.IsActive() && copy_.IsActive() && delete_.IsActive();
+    }
     void WaitUntilBusy() { busy_.get_future().wait(); }
     void LetGo() { released_.set_value(); }
 
 private:
-    static void Stay() {
-        if (active_->wasBusy_.exchange(true)) return;
+    static void StayFor(DiskWork aWork) {
+        if (active_->work_ != aWork || active_->wasBusy_.exchange(true)) return;
         active_->busy_.set_value();
         active_->released_.get_future().wait();
     }
     static std::size_t Write(const void* aBytes, std::size_t aSize, std::size_t aCount,
                              std::FILE* aFile) {
-        Stay();
+        StayFor(DiskWork::OpenOrWrite);
         return std::fwrite(aBytes, aSize, aCount, aFile);
     }
     static std::FILE* Open(const char* aPath, const char* aMode) {
-        Stay();
+        StayFor(DiskWork::OpenOrWrite);
         return std::fopen(aPath, aMode);
+    }
+    static BOOL WINAPI Copy(const char* aFrom, const char* aTo, BOOL aFailIfExists) {
+        StayFor(DiskWork::Copy);
+        return ::CopyFileA(aFrom, aTo, aFailIfExists);
+    }
+    static BOOL WINAPI Delete(const char* aPath) {
+        StayFor(DiskWork::Delete);
+        return ::DeleteFileA(aPath);
     }
 
     inline static BusyDisk* active_ = nullptr;
 
+    const DiskWork work_;
     std::promise<void> busy_;
     std::promise<void> released_;
     std::atomic<bool> wasBusy_{false};
     ImportPatch open_{"fopen", &Open};
     ImportPatch write_{"fwrite", &Write};
+    ImportPatch copy_{"CopyFileA", &Copy};
+    ImportPatch delete_{"DeleteFileA", &Delete};
 };
 
 // What the library copies and deletes, in the order of the calls.
@@ -310,8 +326,9 @@ protected:
 
     // Whether another thread's operation waits while this work keeps the disk busy.
     static bool IsHeldBackBy(const std::function<void()>& aWork,
-                             const std::function<void()>& aOperation) {
-        BusyDisk disk;
+                             const std::function<void()>& aOperation,
+                             DiskWork aDiskWork = DiskWork::OpenOrWrite) {
+        BusyDisk disk(aDiskWork);
         EXPECT_TRUE(disk.IsActive());
         std::thread worker(aWork);
         disk.WaitUntilBusy();
@@ -1244,6 +1261,21 @@ TEST_F(ErrorLogTest, LastErrorsAreWholeWhileOthersReport) {
     for (std::thread& thread : threads) thread.join();
 
     EXPECT_THAT(LastError(), testing::StartsWith("5: "));
+}
+
+TEST_F(ErrorLogTest, OperationsWaitForAFileThatIsBeingBackedUp) {
+    const std::function<void()> operations[] = {
+        [this] { (void)log_.Close(); },          // It cannot fail.
+        [this] { (void)Report(6, "another"); },  // Only when it returns counts, here and below.
+        [this] { (void)LastError(); },
+    };
+    for (const DiskWork work : {DiskWork::Copy, DiskWork::Delete}) {
+        for (std::size_t i = 0; i < std::size(operations); ++i) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(work) << ' ' << i);
+            EXPECT_TRUE(IsHeldBackBy([this] { Open(); }, operations[i], work));
+            (void)log_.Close();  // It cannot fail.
+        }
+    }
 }
 
 }  // namespace
