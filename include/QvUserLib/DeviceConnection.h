@@ -16,10 +16,13 @@ namespace QvUserLib {
 /// One opened device: I/O-control requests, and reads and writes that are waited for or left
 /// pending on the caller's `OVERLAPPED`.
 ///
-/// Several threads may read, write and control at the same time, each with an `OVERLAPPED` of its
-/// own. Connecting, closing and `ReleaseHandle` must not run beside them. Arguments are checked
-/// before the state. Failures with a message go to the error log as `.\DeviceConnection`; no
-/// failure changes whether the device is open.
+/// Several threads may read, write and control at the same time, each with an `OVERLAPPED` and an
+/// event of its own; `Read` and `Write` without an `OVERLAPPED` make both themselves. `IoControl`
+/// without one does not: see there. Connecting, closing and `ReleaseHandle` must not run beside any
+/// request.
+///
+/// Arguments are checked before the state. Failures with a message go to the error log as
+/// `.\DeviceConnection`; no failure changes whether the device is open.
 class QVUSERLIB_API DeviceConnection : public Shareable {
 public:
     DeviceConnection();
@@ -33,7 +36,7 @@ public:
 
 #ifndef _MSC_VER
     /// Sends an I/O-control request and waits for it. It goes through the other form, without an
-    /// `OVERLAPPED`.
+    /// `OVERLAPPED`, and needs the handle for itself as described there.
     ///
     /// @param aCode          The code, in CTL_CODE layout.
     /// @param aIn            The input, or null when `aInSize` is 0.
@@ -47,6 +50,12 @@ public:
                              unsigned int aOutSize, unsigned long aExpectedSize);
 
     /// Sends an I/O-control request.
+    ///
+    /// Without an `OVERLAPPED` the system waits on the handle itself. Windows has one signal for a
+    /// handle, and any other request on it can set or take that signal. Then this call returns
+    /// before its own request is over, or never. So without an `OVERLAPPED` let no other request
+    /// run on the handle; with several threads, give each request an `OVERLAPPED` with an event and
+    /// complete it with `GetOverlappedResult`, or open the device once more.
     ///
     /// @param aCode        The control code, as the driver defines it.
     /// @param aIn          What the driver gets; null for nothing.

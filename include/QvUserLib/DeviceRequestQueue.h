@@ -20,9 +20,11 @@ class DeviceConnection;
 /// Ask for a record with `GetNextAvailableRequest`, hand it to the connection's `Read`, `Write` or
 /// `IoControl` as the `OVERLAPPED`, and collect the outcome with `GetNextResult`. One record of the
 /// ring is always kept back: with `n` records up to `n - 1` requests are pending. A record counts
-/// as pending from the moment it is handed out. When the connection refuses the request at once,
-/// the record still has to be collected, and reports the same failure; a record that was never used
-/// for a request reports success with 0 bytes.
+/// as pending from the moment it is handed out, and has to be collected whatever became of its
+/// request. When the driver or the system refuses the request at once, the record reports the same
+/// failure. When the connection refuses it for its arguments (`InvalidArgument`, such as a size of
+/// 0), the request never reaches the record: the record reports success with 0 bytes, as one does
+/// that was never used.
 ///
 /// Use it from one thread: the one that hands requests out also collects them. The driver may
 /// complete requests on any thread. Keep the device open until `Wait` or the destructor has

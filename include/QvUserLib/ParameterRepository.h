@@ -28,7 +28,8 @@ class Parameter;
 /// destroyed. Pointers from look-ups are borrowed and valid until then. Indices run from 0 without
 /// gaps, in the order of addition; no two parameters share an identifier or a name. Names compare
 /// as 8-bit texts, case-sensitive, so names that differ only in characters which the ANSI code page
-/// lacks are equal.
+/// lacks are equal. A parameter holds its name in UTF-16: 8-bit bytes that come back from there as
+/// others, such as bytes that are no text of the code page, are found by the parameter's `GetName`.
 ///
 /// `Add`, the removals and copying reach the look-ups through the virtual table, so that a derived
 /// class which overrides those changes these too. No locks are taken: callers serialise the use of

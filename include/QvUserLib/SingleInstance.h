@@ -14,6 +14,12 @@ class QVUSERLIB_API SingleInstance {
 public:
     /// Takes hold of the named mutex `aName` (ANSI code page, as of `CreateMutex`; a `Global\`
     /// prefix makes it count across sessions).
+    ///
+    /// The mutex has the default security of its creator. Another user, or a program without
+    /// elevation when the creator is elevated, may not open it: the creation fails there with
+    /// "access denied", and that object reports no other instance. Programs of several users or
+    /// with different rights need a mutex of their own, whose security descriptor lets all of them
+    /// in.
     explicit SingleInstance(const char* aName);
     virtual ~SingleInstance();
 
@@ -21,7 +27,7 @@ public:
     SingleInstance& operator=(const SingleInstance&) = delete;
 
     /// 1 when the name was held, by this process or another, at the time of construction, else 0.
-    /// A mutex that could not be created reads as 0.
+    /// Also 0 when the mutex could not be created or opened.
     int IsAnyOtherInstance();
 
 private:

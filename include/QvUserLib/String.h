@@ -21,9 +21,10 @@ class ParameterRepository;
 /// One text in two forms: 8-bit in the process's ANSI code page, and UTF-16. Each constructor and
 /// assignment stores one form; the other is built from it when it is asked for, and kept.
 ///
-/// A conversion carries the text up to its first zero and at most 4095 units of the result; what
-/// lies beyond is not in the other form. Characters that the code page cannot represent become its
-/// substitute character.
+/// A conversion carries the text up to its first zero, and as many whole characters as fit into
+/// 4095 units of the result; what lies beyond is not in the other form. Characters that the code
+/// page cannot represent become its substitute character. A code page may have characters of
+/// several bytes; lengths and positions count bytes or UTF-16 units all the same.
 ///
 /// A form may be built inside a const object: several threads may read one object at the same time
 /// only when both forms have been asked for before.
@@ -103,10 +104,12 @@ public:
     /// Whether this text comes first, compared as by `==`.
     bool operator<(const String& aOther) const;
 
-    /// The 8-bit form with its ASCII letters in upper case. Bytes from 0x80 stay.
+    /// The 8-bit form with its ASCII letters in upper case. Bytes from 0x80 stay. In a double-byte
+    /// code page the second byte of a character may be such a letter, and the character changes:
+    /// use this for ASCII texts there.
     std::string ToUpper() const;
 
-    /// The 8-bit form with its ASCII letters in lower case. Bytes from 0x80 stay.
+    /// The 8-bit form with its ASCII letters in lower case, as `ToUpper` does it.
     std::string ToLower() const;
 
     /// The 8-bit form with the first `%NAME%` in it replaced by the value of that environment

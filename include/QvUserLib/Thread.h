@@ -19,6 +19,11 @@ struct ThreadState;
 /// Destroying a `Thread` waits for its work without limit. By then the derived part is gone, which
 /// the work may still be using: stop it and wait for it in the derived class's own destructor.
 ///
+/// A thread needs the system's loader lock to end. So do not destroy or wait for a `Thread` while
+/// that lock is held, as in `DllMain` or in the destructor of a DLL's static object: the wait never
+/// returns. Give a DLL a function of its own that ends its threads, and call it before the DLL is
+/// freed.
+///
 /// Failures go to the error log as `.\Thread`.
 class QVUSERLIB_API Thread : public Synchro {
 public:
@@ -37,7 +42,7 @@ public:
     /// and `SetPriority` gives it another.
     explicit Thread(unsigned int aPriority);
 
-    /// Waits until the thread has ended, without limit.
+    /// Waits until the thread has ended, without limit; not under the loader lock.
     ~Thread() override;
 
     // The order of the virtual functions is part of the binary interface.
