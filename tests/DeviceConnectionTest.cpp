@@ -53,7 +53,7 @@ constexpr unsigned long kPeekHeader = 16;
 // Writes a message and reads the answer to it.
 constexpr unsigned long kTransceive = 0x11C017;
 
-// What clients built earlier take for granted: a table pointer, then the fields in this order.
+// The fixed binary interface: a pointer to the virtual table, then the fields in this order.
 struct ConnectionFields {
     void* table;
     long long refCount;

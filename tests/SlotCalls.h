@@ -1,8 +1,8 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Calls through an object's virtual table, as a client does that was built against an earlier
-// version of a class.
+// Calls through an object's virtual table by place, as compiled clients do. The places are part of
+// the fixed binary interface.
 
 #ifndef QVTESTS_SLOTCALLS_H
 #define QVTESTS_SLOTCALLS_H
