@@ -142,7 +142,7 @@ protected:
         return names;
     }
 
-    // Applies, and gives the one record that was sent.
+    // Applies, and returns the one record that was sent.
     Record SentRecord() {
         EXPECT_THAT(repository.Apply(), IsBareCode(0));
         EXPECT_EQ(1u, connection.requests.size());
@@ -224,7 +224,7 @@ TEST_F(DeviceParameterRepositoryTest, SecondConnectAddsToWhatIsThere) {
     EXPECT_THAT(repository.Connect(&other), IsBareCode(Code::Success));
     EXPECT_THAT(Names(), ElementsAre("Gain", "Offset"));
 
-    // From now on the other one is asked.
+    // From now on the repository asks the other connection.
     EXPECT_THAT(repository.Refresh(), IsBareCode(Code::Success));
     EXPECT_THAT(Names(), ElementsAre("Offset"));
     EXPECT_TRUE(connection.requests.empty());
@@ -260,7 +260,7 @@ TEST_F(DeviceParameterRepositoryTest, ReadRequestStatesTheSizeAsAnswered) {
 }
 
 TEST_F(DeviceParameterRepositoryTest, BufferHoldsAllBytesThatWereAskedFor) {
-    // Filling the remainder behind the last whole record must not do harm.
+    // The bytes behind the last whole record are filled too, which must do no harm.
     connection.filler = static_cast<unsigned char>(0xFF);
     for (const unsigned long size : {1UL, 1227UL, 2455UL, 100000UL}) {
         SCOPED_TRACE(size);
@@ -932,7 +932,7 @@ TEST_F(DeviceParameterRepositoryTest, ChangeTakenBackIsNotSent) {
     ASSERT_THAT(repository.GetByID(1)->SetInt(6), IsBareCode(0));
     ASSERT_THAT(repository.GetByID(1)->SetInt(6), IsBareCode(0));
 
-    // The mark tells about the last change only, which changed nothing.
+    // The mark shows only the last change, which changed nothing.
     EXPECT_EQ(0u, repository.GetChangeCount());
     EXPECT_THAT(repository.Apply(), IsBareCode(Code::Success));
     EXPECT_TRUE(connection.requests.empty());
@@ -1001,7 +1001,7 @@ TEST_F(DeviceParameterRepositoryTest, MarksAreSentAsFlags) {
     for (const auto& mark : marks) {
         SCOPED_TRACE(mark.flag);
         ASSERT_THAT((gain->*mark.set)(true), IsBareCode(0));
-        // A read-only one is changed by whoever owns it.
+        // The owner may change a read-only parameter.
         ASSERT_THAT(gain->ChangeInt(++value), IsBareCode(0));
         connection.requests.clear();
         EXPECT_EQ(0x02u | mark.flag, SentRecord().flags);
@@ -1309,7 +1309,7 @@ public:
     bool refusesAll = false;
     bool hasNoMemory = false;
     unsigned long hidden = 0;
-    // Whether there was a connection when a parameter was added last.
+    // Whether there was a connection when the last parameter was added.
     bool wasBound = false;
     mutable std::vector<std::string> reached;
 };

@@ -58,7 +58,7 @@ constexpr char kFailedRequest[] = "GetOverlappedResult failed";
 
 constexpr unsigned long kSentinel = 0xBAD;
 
-// How long what must not end is watched.
+// How long a test watches an operation that must not end.
 constexpr std::chrono::milliseconds kWatch(50);
 
 template <typename Value>
@@ -66,8 +66,8 @@ bool IsHeldBack(const std::future<Value>& aFuture) {
     return aFuture.wait_for(kWatch) == std::future_status::timeout;
 }
 
-// A named pipe of which the library has one end, as its device, and the test plays the driver at
-// the other. Requests on it are real overlapped ones: a read is pending until the driver has data.
+// A named pipe. The library uses one end as its device; the test plays the driver at the other end.
+// Requests on it are real overlapped ones: a read is pending until the driver has data.
 class PipeDevice {
 public:
     explicit PipeDevice(DWORD aMode = PIPE_TYPE_BYTE)
@@ -117,7 +117,7 @@ private:
     ImportPatch patch_{"CreateEventA", &Create};
 };
 
-// What became of a request: its code and how many bytes it moved.
+// How a request ended: its code and how many bytes it moved.
 using Outcome = std::pair<unsigned long, unsigned long>;
 
 class DeviceRequestQueueTest : public testing::Test {
@@ -126,7 +126,7 @@ protected:
     static constexpr std::size_t kMaxReads = 8;
 
     void SetUp() override { Reconnect(device_); }
-    // Ends what a failed test left pending; the queue's destruction would wait for it.
+    // Ends requests that a failed test left pending; the queue's destructor would wait for them.
     void TearDown() override { device_.Remove(); }
 
     void Reconnect(const PipeDevice& aDevice) {
@@ -140,7 +140,7 @@ protected:
         ASSERT_THAT(queue_.Allocate(aCount, &connection_), IsBareCode(Code::Success));
     }
 
-    // Hands a record out and reads with it, into a buffer of its own.
+    // Takes a record and reads with it, into a new buffer.
     OVERLAPPED* Read() {
         void* const record = queue_.GetNextAvailableRequest();
         EXPECT_NE(nullptr, record);
@@ -151,7 +151,7 @@ protected:
         return static_cast<OVERLAPPED*>(record);
     }
 
-    // What a read got, counted from the first one.
+    // The bytes of a read, by its number from 0.
     std::string Data(std::size_t aRead) const {
         return std::string(data_[aRead].data(), kReadSize);
     }
@@ -208,7 +208,7 @@ TEST_F(DeviceRequestQueueTest, ArgumentsAreCheckedBeforeTheState) {
 }
 
 TEST_F(DeviceRequestQueueTest, RefusedRingLeavesTheQueueUnallocated) {
-    (void)queue_.Allocate(0, &connection_);  // What counts is what it leaves.
+    (void)queue_.Allocate(0, &connection_);  // Only the state it leaves matters.
     (void)queue_.Allocate(4, nullptr);
 
     EXPECT_EQ(nullptr, queue_.GetNextAvailableRequest());
@@ -228,7 +228,7 @@ TEST_F(DeviceRequestQueueTest, RefusedSecondRingLeavesRecordsAndConnection) {
     Allocate(4);
     const OVERLAPPED* const first = Read();
 
-    (void)queue_.Allocate(2, &another);  // What counts is what it leaves.
+    (void)queue_.Allocate(2, &another);  // Only the state it leaves matters.
 
     EXPECT_EQ(1, another.GetRefCount());
     EXPECT_EQ(2, connection_.GetRefCount());
@@ -304,7 +304,7 @@ TEST_F(DeviceRequestQueueTest, EachRecordHasAnEventOfItsOwn) {
         const HANDLE event = first[index].hEvent;
         EXPECT_EQ(DWORD{WAIT_TIMEOUT}, ::WaitForSingleObject(event, 0));
         EXPECT_TRUE(::SetEvent(event));
-        // It stays set, unlike one that resets itself.
+        // A manual-reset event stays set after a wait.
         EXPECT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(event, 0));
         EXPECT_EQ(WAIT_OBJECT_0, ::WaitForSingleObject(event, 0));
     }
@@ -467,7 +467,7 @@ TEST_F(DeviceRequestQueueTest, DestructionGivesBackWhatAllocateTook) {
     const HandleLedger ledger;
     const AllocationCounter allocations;
 
-    // The ledger's own bookkeeping counts as well, so each part is looked at by itself.
+    // The ledger allocates memory too, so each part is checked by itself.
     EXPECT_THAT(queue->Allocate(64, &connection_), IsBareCode(Code::Success));
     EXPECT_EQ(64, ledger.EventsOpened());
     EXPECT_GE(allocations.Live(), 1);
@@ -550,7 +550,7 @@ TEST_F(DeviceRequestQueueTest, RefusedCollectionLeavesThePendingRequest) {
     Read();
     device_.Deliver("abcd");
 
-    (void)queue_.GetNextResult(nullptr);  // What counts is what it leaves.
+    (void)queue_.GetNextResult(nullptr);  // Only the state it leaves matters.
 
     EXPECT_EQ(Outcome(0, 4), Collect());
 }
@@ -970,7 +970,7 @@ TEST_F(DeviceRequestQueueTest, RefusedWriteReportsItsRefusalAgain) {
     }
 }
 
-// Refuses as Windows does: the record reads as pending, and nothing is ever going to complete it.
+// Refuses as Windows does: the record stays pending, and nothing will ever complete it.
 BOOL RefuseAtOnce(OVERLAPPED* aOverlapped) {
     aOverlapped->Internal = STATUS_PENDING;
     ::ResetEvent(aOverlapped->hEvent);
@@ -1048,7 +1048,7 @@ TEST_F(DeviceRequestQueueTest, WaitAndDestructionTakeRefusedAndUnusedRecords) {
 TEST_F(DeviceRequestQueueTest, FailuresCarryTheLabelOfTheQueue) {
     EXPECT_THAT(LoggedErrorsWithoutLines([this] {
                     unsigned long processed = 0;
-                    (void)queue_.Allocate(0, nullptr);  // Here and below the log is what counts.
+                    (void)queue_.Allocate(0, nullptr);  // Here and below only the log matters.
                     (void)queue_.Allocate(1, nullptr);
                     (void)queue_.GetNextAvailableRequest();
                     (void)queue_.GetNextResult(nullptr);

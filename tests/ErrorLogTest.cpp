@@ -53,13 +53,13 @@ constexpr std::size_t kMaxComposed = 1023;
 
 constexpr std::size_t kRingSize = 64;
 
-// How long an operation that must wait is watched.
+// How long a test watches an operation that must wait.
 constexpr std::chrono::milliseconds kWatch(50);
 
 // Keeps compilers from checking a format that is null or empty on purpose.
 const char* Text(const char* aText) { return aText; }
 
-// What a line shows beside its message.
+// The parts of a line other than its message.
 struct Origin {
     unsigned long code = 0;
     std::string tag = "ERR ";
@@ -67,7 +67,7 @@ struct Origin {
     unsigned long thread = ::GetCurrentThreadId();
 };
 
-// What a line reads behind its time.
+// A line without its time.
 std::string LineBehindTime(const Origin& aOrigin, const std::string& aMessage) {
     char numbers[64];
     std::snprintf(numbers, sizeof numbers, " [0x%lx] [0x%lx] ", aOrigin.code, aOrigin.thread);
@@ -116,7 +116,7 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    // Returns when the task is done. None ends the thread.
+    // Returns when the task is done. A null task ends the thread.
     void Run(std::function<void()> aTask) {
         std::unique_lock<std::mutex> lock(mutex_);
         task_ = std::move(aTask);
@@ -251,7 +251,7 @@ public:
         }
     }
 
-    // Returns also when all errors were reported, written or not.
+    // Also returns when all errors were reported, even if fewer were written.
     void WaitUntilWritten(int aErrors) const {
         while (written_ < aErrors && running_ > 0) std::this_thread::yield();
     }
@@ -308,7 +308,7 @@ protected:
     // Reports errors with the messages "error FIRST" to "error LAST", and these codes.
     void ReportRange(unsigned long aFirst, unsigned long aLast) {
         for (unsigned long i = aFirst; i <= aLast; ++i) {
-            (void)Report(i, "error " + std::to_string(i));  // Whether a file is open is known.
+            (void)Report(i, "error " + std::to_string(i));  // It fails when no file is open.
         }
     }
 
@@ -340,7 +340,21 @@ protected:
         return isHeldBack;
     }
 
-    // What a line written now, and the ring, hold of a message.
+    // Operations of another thread wait while Open keeps the disk busy with this work.
+    void ExpectOpenHoldsOthersBack(DiskWork aWork) {
+        const std::function<void()> operations[] = {
+            [this] { (void)log_.Close(); },          // It cannot fail.
+            [this] { (void)Report(6, "another"); },  // Only its return matters, here and below.
+            [this] { (void)LastError(); },
+        };
+        for (std::size_t i = 0; i < std::size(operations); ++i) {
+            SCOPED_TRACE(testing::Message() << static_cast<int>(aWork) << ' ' << i);
+            EXPECT_TRUE(IsHeldBackBy([this] { Open(); }, operations[i], aWork));
+            (void)log_.Close();  // It cannot fail.
+        }
+    }
+
+    // Writes a message, and returns the line that the file then holds.
     std::string WrittenLine(const std::string& aMessage) {
         Open();
         EXPECT_THAT(Report(5, aMessage), IsBareCode(Code::Success));
@@ -523,7 +537,7 @@ TEST_F(ErrorLogTest, InheritedWriteWritesPlainLines) {
 }
 
 TEST_F(ErrorLogTest, AutoFlushShowsErrorsAtOnce) {
-    (void)log_.SetAutoFlush(true);  // What was chosen before is known.
+    (void)log_.SetAutoFlush(true);  // Its old value is known.
     Open();
 
     EXPECT_THAT(Report(5, "line"), IsBareCode(Code::Success));
@@ -558,7 +572,7 @@ TEST_F(ErrorLogTest, LineReadsAsDocumented) {
     EXPECT_EQ(expected, line.substr(kTimeLength));
 }
 
-// The time of a line is asked for once in a tick of the system.
+// The log asks for the time once in a tick of the system.
 void AwaitNextTick() {
     const ULONGLONG now = ::GetTickCount64();
     while (::GetTickCount64() == now) ::SwitchToThread();
@@ -570,7 +584,7 @@ TEST_F(ErrorLogTest, LinesStartWithTheTimeOfTheirWriting) {
     const std::string line = WrittenLine("message");
     const time_t after = time(nullptr);
 
-    // The write may have met the turn of a second.
+    // A new second may have begun during the write.
     std::vector<std::string> expected;
     for (time_t now = before; now <= after; ++now) {
         expected.push_back(std::string(asctime(localtime(&now)), kTimeLength));
@@ -818,7 +832,7 @@ TEST_F(ErrorLogTest, MessageWithoutArgumentsStandsAsItIs) {
                 IsBareCode(Code::Success));
 
     EXPECT_EQ("6: %n 60%%", LastError());
-    // What is written is expanded once more.
+    // The file's line is expanded once more.
     EXPECT_THAT(
         WithoutTimes(CloseAndRead()),
         testing::ElementsAre(LineBehindTime({6}, "%n 60%"), LineBehindTime({7, "INFO"}, "%d 70%")));
@@ -1214,7 +1228,7 @@ TEST_F(ErrorLogTest, LinesOfManyThreadsAreWholeWhileTheFileChanges) {
 TEST_F(ErrorLogTest, OperationsWaitForALineThatIsBeingWritten) {
     const std::function<void()> operations[] = {
         [this] { (void)log_.Close(); },          // It cannot fail.
-        [this] { (void)Report(6, "another"); },  // Only when it returns counts, here and below.
+        [this] { (void)Report(6, "another"); },  // Only its return matters, here and below.
         [this] { (void)log_.WriteInfo(Result(6), kLabel, kLine, "another"); },
         [this] { (void)LastError(); },
         [this] { (void)log_.DumpLastError(); },
@@ -1230,16 +1244,12 @@ TEST_F(ErrorLogTest, OperationsWaitForALineThatIsBeingWritten) {
 }
 
 TEST_F(ErrorLogTest, OperationsWaitForAFileThatIsBeingOpened) {
-    const std::function<void()> operations[] = {
-        [this] { (void)log_.Close(); },          // It cannot fail.
-        [this] { (void)Report(6, "another"); },  // Only when it returns counts, here and below.
-        [this] { (void)LastError(); },
-    };
-    for (std::size_t i = 0; i < std::size(operations); ++i) {
-        SCOPED_TRACE(i);
-        EXPECT_TRUE(IsHeldBackBy([this] { Open(); }, operations[i]));
-        (void)log_.Close();  // It cannot fail.
-    }
+    ExpectOpenHoldsOthersBack(DiskWork::OpenOrWrite);
+}
+
+TEST_F(ErrorLogTest, OperationsWaitForAFileThatIsBeingBackedUp) {
+    ExpectOpenHoldsOthersBack(DiskWork::Copy);
+    ExpectOpenHoldsOthersBack(DiskWork::Delete);
 }
 
 TEST_F(ErrorLogTest, LastErrorsAreWholeWhileOthersReport) {
@@ -1261,21 +1271,6 @@ TEST_F(ErrorLogTest, LastErrorsAreWholeWhileOthersReport) {
     for (std::thread& thread : threads) thread.join();
 
     EXPECT_THAT(LastError(), testing::StartsWith("5: "));
-}
-
-TEST_F(ErrorLogTest, OperationsWaitForAFileThatIsBeingBackedUp) {
-    const std::function<void()> operations[] = {
-        [this] { (void)log_.Close(); },          // It cannot fail.
-        [this] { (void)Report(6, "another"); },  // Only when it returns counts, here and below.
-        [this] { (void)LastError(); },
-    };
-    for (const DiskWork work : {DiskWork::Copy, DiskWork::Delete}) {
-        for (std::size_t i = 0; i < std::size(operations); ++i) {
-            SCOPED_TRACE(testing::Message() << static_cast<int>(work) << ' ' << i);
-            EXPECT_TRUE(IsHeldBackBy([this] { Open(); }, operations[i], work));
-            (void)log_.Close();  // It cannot fail.
-        }
-    }
 }
 
 }  // namespace

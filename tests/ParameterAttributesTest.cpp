@@ -159,7 +159,7 @@ TEST(ParameterAttributesTest, MarkOfAMemberStaysItsOwn) {
     EXPECT_FALSE(group.IsHidden());
 }
 
-// A set of members that says itself how many there are, and counts how often it is asked.
+// A set of members that claims any count, and records how often it is asked.
 class OddRepository : public ParameterRepository {
 public:
     OddRepository() : ParameterRepository("Odd", 60) {}
@@ -527,7 +527,7 @@ TEST(ParameterAttributesTest, EntriesAreFoundByName) {
 
     EXPECT_THAT(parameter.FindEnumValue("Slow", index), IsBareCode(Code::Success));
     EXPECT_EQ(0u, index);
-    // The first of two that are equal; a wide name reads the same.
+    // The first of two equal entries; a wide name gives the same.
     EXPECT_THAT(parameter.FindEnumValue(L"Fast", index), IsBareCode(Code::Success));
     EXPECT_EQ(1u, index);
 }
@@ -804,7 +804,7 @@ TEST(ParameterAttributesTest, SameAddressAgainIsNoChange) {
     }
 }
 
-// A set of members that has another size once a member was asked for.
+// A set of members whose size changes when a member is asked for.
 class ResizedRepository : public OddRepository {
 public:
     Parameter* GetByIndex(unsigned long aIndex) override {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What copying, assigning and setting a parameter from another one take over.
+// What a parameter takes over when it is copied, assigned or set from another one.
 
 #include <climits>
 #include <cstddef>
@@ -591,7 +591,7 @@ TEST(ParameterCopyTest, DefaultOfAStringCopyIsItsEightBitForm) {
     const Parameter copy(source);
 
     EXPECT_STREQ(L"?", copy.GetDefaultString().GetUnicode());
-    // Both read as a question mark, so the value counts as unchanged, but it is taken over.
+    // Both become a question mark, so the value counts as unchanged; it is stored all the same.
     EXPECT_STREQ(L"\u6587", copy.GetString().GetUnicode());
     EXPECT_FALSE(copy.HasChanged(/*aReset=*/false));
 }
@@ -763,7 +763,7 @@ TEST(ParameterCopyTest, PendingChangesOfAGroupMoveToTheCopy) {
     EXPECT_TRUE(copy.HasChanged(/*aReset=*/false));
 }
 
-// The copy of a read-only member refuses the value, and so has no change to tell of.
+// The copy of a read-only member refuses the value, so it has not changed.
 TEST(ParameterCopyTest, PendingChangeOfAReadOnlyMemberMovesToTheGroupItself) {
     GroupParameter source;
     Parameter* const member = AddTo(*source.members, new IntegerParameter(5, 0, 10));

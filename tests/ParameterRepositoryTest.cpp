@@ -50,7 +50,7 @@ using testing::UnorderedElementsAre;
 constexpr char kNameExists[] = "Parameter already exists!";
 constexpr char kIdExists[] = "Parameter with the specified identifier already exists!";
 
-// Whether there was memory for it.
+// Returns false when there was no memory.
 bool AddOrThrow(ParameterRepository& aRepository, Parameter* aParameter) {
     try {
         return aRepository.Add(aParameter).IsSuccess();
@@ -69,7 +69,7 @@ protected:
     const ParameterRepository& reader = repository;
 };
 
-// Names by index, after checking that all three ways lead to the same parameters.
+// The names by index. Checks that index, identifier and name lead to the same parameters.
 std::vector<std::string> NamesIn(ParameterRepository& aRepository) {
     const ParameterRepository& reader = aRepository;
     std::vector<std::string> names;
@@ -389,11 +389,11 @@ TEST(NewParameterRepositoryTest, HasNothingToRemove) {
     EXPECT_THAT(repository.RemoveByIndex(0), IsBareCode(Code::NotFound));
 }
 
-// A caller that breaks the contract is stopped. Each case runs in a process of its own.
+// The library stops a caller that breaks the contract. Each case runs in a process of its own.
 
 using ParameterRepositoryDeathTest = ParameterRepositoryTest;
 
-// The process ended itself. A wrong access would end it as well, but only by chance.
+// The process ended itself by abort. A wrong access may end a process too, but only by chance.
 bool IsAborted(int aExitCode) {
     constexpr int kExitCodeOfAbort = 3;
     return aExitCode == kExitCodeOfAbort ||
@@ -478,7 +478,7 @@ TEST_F(ParameterRepositoryTest, DefaultsAreRestoredExceptForReadOnlyOnes) {
     EXPECT_EQ(1, a->GetInt());
     EXPECT_EQ(9, b->GetInt());
     EXPECT_EQ(3, c->GetInt());
-    // A read-only one is not even tried.
+    // Nothing is reported for a read-only one, because it is skipped.
     EXPECT_TRUE(watch.IsQuiet());
 }
 
@@ -495,7 +495,7 @@ TEST_F(ParameterRepositoryTest, DefaultThatIsRefusedDoesNotStopTheOthers) {
 
 // CopyValueByID
 
-// The source holds every type with a value that the target's has not, under the same identifiers.
+// Both hold one parameter of each type under the same identifiers, with different values.
 class CopyValueTest : public testing::Test {
 protected:
     static void Fill(ParameterRepository& aRepository, bool aIsSource) {
@@ -703,7 +703,7 @@ TEST_F(ParameterRepositoryTest, AddingChangesNothingWhicheverMemoryRunsOut) {
 
 // Derived repositories
 
-// Answers as its members say and notes which operations were reached.
+// Returns what its members say, and records which operations were called.
 class OverridingRepository : public ParameterRepository {
 public:
     OverridingRepository() : ParameterRepository("Derived", 9) {}

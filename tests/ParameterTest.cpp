@@ -217,7 +217,7 @@ TEST(ParameterTest, DestructorIsTheFirstVirtualFunction) {
     bool destroyed = false;
     auto* const parameter = new WatchedParameter([&] { destroyed = true; });
 
-    // The entry that destroys and frees is the second of the two.
+    // The second of the two entries destroys and frees.
     CallSlot<void>(parameter, 1);
 
     EXPECT_TRUE(destroyed);
@@ -849,7 +849,7 @@ struct Setter {
     const char* types;
 };
 
-// Every one sets a value that OneOfEachType has not.
+// Each sets a value that differs from those of OneOfEachType.
 const Setter kSetters[] = {
     {"SetInt", [](Parameter* p) { return p->SetInt(0); }, kNotInteger, "024"},
     {"SetDouble", [](Parameter* p) { return p->SetDouble(1.25); }, kNotInteger, "1"},
@@ -908,7 +908,7 @@ TEST(ParameterTest, SettersRaiseTheChangeMarkForAnotherValueOnly) {
         ASSERT_THAT(kSetters[index].set(targets[index]), IsBareCode(0));
         EXPECT_TRUE(targets[index]->HasChanged(/*aReset=*/false));
 
-        // Once more the same value: the mark of the first change is gone.
+        // The same value again clears the mark of the first change.
         ASSERT_THAT(kSetters[index].set(targets[index]), IsBareCode(0));
         EXPECT_FALSE(targets[index]->HasChanged(/*aReset=*/false));
     }
@@ -1258,9 +1258,9 @@ TEST(ParameterTest, EachFailureIsLoggedOnce) {
     EXPECT_EQ(2u, lines.size());
 }
 
-// What a failure leaves
+// Failures change nothing
 
-// Has something in every field, also in those that its type does not use.
+// Every field is filled, also those that the type does not use.
 class FilledParameter : public Parameter {
 public:
     FilledParameter() : Parameter("Filled", 17) {
@@ -1279,7 +1279,7 @@ public:
     FilledParameter(const FilledParameter&) = delete;
     FilledParameter& operator=(const FilledParameter&) = delete;
 
-    /// Gives it a type code, and leaves all other fields.
+    /// Changes the type code and no other field.
     void BecomeType(unsigned long aType) {
         const_cast<ParameterFields&>(FieldsOf(*this)).type = aType;
     }
@@ -1303,7 +1303,7 @@ std::string Describe(const Parameter& aParameter) {
     return text.str();
 }
 
-// A call that one parameter or another refuses, with values that no field has.
+// A call that some parameters refuse. Its values differ from those in all fields.
 struct Change {
     const char* name;
     Result (*make)(Parameter& aParameter);
@@ -1338,7 +1338,7 @@ TEST_P(RefusedChangeTest, LeavesEveryField) {
             for (const bool hasChanged : {false, true}) {
                 SCOPED_TRACE(testing::Message() << type << ' ' << isReadOnly << ' ' << hasChanged);
                 FilledParameter parameter;
-                (void)parameter.HasChanged(/*aReset=*/!hasChanged);  // It has.
+                (void)parameter.HasChanged(/*aReset=*/!hasChanged);  // It has changed.
                 ASSERT_THAT(parameter.SetReadOnly(isReadOnly), IsBareCode(0));
                 parameter.BecomeType(type);
                 const std::string before = Describe(parameter);

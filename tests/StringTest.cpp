@@ -37,13 +37,13 @@ const Field& FieldAt(const String& aText, std::size_t aOffset) {
 
 unsigned long Marks(const String& aText) { return FieldAt<unsigned long>(aText, sizeof(void*)); }
 
-// The whole UTF-16 form, zeros included. It has to be current.
+// The whole UTF-16 form, zeros included. The form must be current.
 std::wstring UnicodeOf(const String& aText) {
     EXPECT_NE(kNone, Marks(aText) & kUnicode);
     return FieldAt<std::wstring>(aText, 2 * sizeof(void*) + sizeof(std::string));
 }
 
-// The whole 8-bit form, zeros included. It has to be current.
+// The whole 8-bit form, zeros included. The form must be current.
 std::string AsciiOf(const String& aText) {
     EXPECT_NE(kNone, Marks(aText) & kAscii);
     return FieldAt<std::string>(aText, 2 * sizeof(void*));
@@ -370,7 +370,7 @@ TEST(StringTest, ConversionReadsNothingBehindTheText) {
     const QvTests::ImportPatch toWide("MultiByteToWideChar", &NoteToWide);
     const QvTests::ImportPatch toAnsi("WideCharToMultiByte", &NoteToAnsi);
     std::string text = LongText(5000);
-    text[0] = '\xE4';  // What is all ASCII need not be converted by the system.
+    text[0] = '\xE4';  // The library converts pure ASCII without the system.
     theLongestSource = 0;
 
     (void)String(text.c_str()).GetUnicode();
@@ -579,7 +579,7 @@ TEST(StringTest, UpperAndLowerCaseDoNotFollowTheLocale) {
 
     EXPECT_EQ("AZ\xE4\xC4", text.ToUpper());
     EXPECT_EQ("az\xE4\xC4", text.ToLower());
-    (void)std::setlocale(LC_CTYPE, "C");  // There always is one.
+    (void)std::setlocale(LC_CTYPE, "C");  // This locale always exists.
 }
 
 TEST(StringTest, UpperAndLowerCaseCoverEveryByteOfTheEightBitForm) {
@@ -643,7 +643,7 @@ TEST(StringTest, ExpansionTakesValuesOfAnyLength) {
     EXPECT_TRUE("<" + value + ">" == String("<%QV_STRING_TEST_A%>").ExpandEnvironmentVariables());
 }
 
-// Another thread makes the variable's value longer between its measuring and its copying.
+// Another thread makes the value longer after it is measured and before it is copied.
 errno_t GetGrowingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
                            const char* aName) {
     const errno_t error = getenv_s(aSize, aOut, aOutSize, aName);
@@ -673,8 +673,8 @@ TEST(StringTest, ExpansionTakesAnEmptyValue) {
     EXPECT_EQ("<>", String("<%QV_STRING_TEST_A%>").ExpandEnvironmentVariables());
 }
 
-// Another thread removes the variable between its measuring and its copying. Windows does not call
-// that an error; other C libraries do.
+// Another thread removes the variable after it is measured and before it is copied. Windows does
+// not call that an error; other C libraries do.
 errno_t GetVanishingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
                              const char* aName) {
     if (aOut == nullptr) return getenv_s(aSize, aOut, aOutSize, aName);
@@ -761,7 +761,7 @@ TEST(StringTest, UpperAndLowerCaseChangeEveryAsciiByte) {
     EXPECT_EQ("\x83\x41", String("\x83\x61").ToUpper());
 }
 
-// A system that makes an additional zero of the incomplete character at the end of a text.
+// Converts like a system that turns an incomplete last character into one more zero.
 int WINAPI EndWithTwoZeros(UINT, DWORD, const char*, int, wchar_t* aOut, int) {
     std::wcscpy(aOut, L"ab");
     aOut[3] = L'\0';
@@ -781,7 +781,7 @@ TEST(StringTest, ConversionEndsAtTheFirstZeroOfItsResult) {
 
 using QvTests::CodePageTest;
 
-// A text that is much too long for a conversion, after some characters of one unit.
+// A text that is much too long for a conversion. It begins with some characters of one unit.
 template <typename Text>
 Text TooLong(std::size_t aFirst, const Text& aRepeated) {
     Text text(aFirst, 'x');
