@@ -13,6 +13,8 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
+#include <memory>
+#include <type_traits>
 
 #include "OwnModule.h"
 #include "QvUserLib/String.h"
@@ -68,6 +70,35 @@ bool HasAllImports(HMODULE aDll) {
     return true;
 }
 
+struct LibraryDeleter {
+    void operator()(HMODULE aDll) const { ::FreeLibrary(aDll); }
+};
+using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryDeleter>;
+
+// While it lives, this thread's loader reports a damaged DLL to its caller, and not in a dialog.
+class NoLoaderDialogs {
+public:
+    NoLoaderDialogs() {
+        ::SetThreadErrorMode(::GetThreadErrorMode() | SEM_FAILCRITICALERRORS, &before_);
+    }
+    ~NoLoaderDialogs() { ::SetThreadErrorMode(before_, nullptr); }
+
+    NoLoaderDialogs(const NoLoaderDialogs&) = delete;
+    NoLoaderDialogs& operator=(const NoLoaderDialogs&) = delete;
+
+private:
+    DWORD before_ = 0;
+};
+
+// The DLL that Bind has found, while it binds. One thread binds at a time.
+Library found;
+
+// The loading helper loads a DLL by its plain name, unless this returns one for it to own.
+FARPROC WINAPI ReturnFoundDll(unsigned aEvent, PDelayLoadInfo) {
+    if (aEvent != dliNotePreLoadLibrary) return nullptr;
+    return reinterpret_cast<FARPROC>(found.release());
+}
+
 // A function that all systems have, but no import library.
 template <typename Function>
 Function FindSystemFunction(const char* aName) {
@@ -91,8 +122,8 @@ bool IsInsideLoader() {
     static const auto function = FindSystemFunction<Function>("RtlGetCurrentPeb");
     if (function == nullptr) return false;
 
-    // The lock's place in the process's block is the same on all 64-bit systems, though no header
-    // tells it.
+    // The lock has the same place in the process's block on all 64-bit systems, but no header has
+    // it.
     constexpr std::size_t kLoaderLock = 0x110;
     const auto* const lock =
         *reinterpret_cast<const CRITICAL_SECTION* const*>(function() + kLoaderLock);
@@ -120,11 +151,14 @@ log4cxx::Logger* AsLogger(void* aLogger) { return static_cast<log4cxx::Logger*>(
 
 }  // namespace
 
-bool Bind() {
-    const HMODULE dll = ::LoadLibraryA(kDll);
-    if (dll == nullptr) return false;
-    isBound = HasAllImports(dll) && SUCCEEDED(::__HrLoadAllImportsForDll(kDll));
-    ::FreeLibrary(dll);  // The imports have a hold of their own.
+bool Bind(const std::string& aPath) {
+    const NoLoaderDialogs quiet;
+    // The DLLs that it needs itself are looked for beside it first.
+    found.reset(::LoadLibraryExA(aPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    if (found == nullptr) return false;
+
+    isBound = HasAllImports(found.get()) && SUCCEEDED(::__HrLoadAllImportsForDll(kDll));
+    found.reset();  // The helper owns it now, unless it did not need it.
     return isBound;
 }
 
@@ -167,3 +201,6 @@ void LogError(void* aLogger, const char* aText) {
 
 }  // namespace Log4cxx
 }  // namespace QvUserLib
+
+// The loading helpers that are linked to this module call it.
+decltype(__pfnDliNotifyHook2) __pfnDliNotifyHook2 = &QvUserLib::Log4cxx::ReturnFoundDll;

@@ -14,9 +14,10 @@
 namespace QvUserLib {
 namespace Log4cxx {
 
-// Finds log4cxx.dll as the system finds any DLL, and binds everything that is imported from it.
-// False when it is missing, lacks one of the functions, or this library was built without log4cxx.
-bool Bind();
+// Loads the log4cxx.dll with this full path and binds everything that is imported from it, even if
+// the process has another DLL of that name. False when it cannot be loaded, lacks one of the
+// functions, or this library was built without log4cxx.
+bool Bind(const std::string& aPath);
 
 // Closes log4cxx, with its threads, and unloads it. False when it was not loaded.
 bool Unbind();

@@ -9,7 +9,7 @@
 namespace QvUserLib {
 namespace Log4cxx {
 
-bool Bind() { return false; }
+bool Bind(const std::string&) { return false; }
 
 bool Unbind() { return false; }
 

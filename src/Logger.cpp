@@ -34,6 +34,9 @@ int instanceCount = 0;
 bool setUpFailed = false;
 char savedPath[kSavedPathSize];
 
+// What SetEnv found.
+std::string log4cxxDll;
+
 bool Exists(const std::string& aPath) { return ::_access(aPath.c_str(), /*mode=*/0) == 0; }
 
 // The path of the library's own DLL. False when the system does not tell.
@@ -138,8 +141,7 @@ bool Logger::Init() {
     return Exists(defaultConfig) && Log4cxx::Configure(defaultConfig);
 }
 
-// Puts log4cxx's directory in front of PATH, where log4cxx.dll and the DLLs that it needs itself
-// are then found first.
+// Puts log4cxx's directory in front of PATH, for DLLs that log4cxx loads itself.
 bool Logger::SetEnv() {
     std::string path;
     (void)ReadEnvironment("PATH", &path);  // Without the variable the path stays empty.
@@ -152,7 +154,8 @@ bool Logger::SetEnv() {
         return false;
     }
     const std::string directory = DirectoryOf(module) + "\\log4cxx" + "\\x64" + "\\Release";
-    if (!Exists(directory + "\\log4cxx.dll")) return false;
+    log4cxxDll = directory + "\\log4cxx.dll";
+    if (!Exists(log4cxxDll)) return false;
 
     const std::string composed = "PATH=" + directory + ";" + savedPath;
     const std::string expanded = String(composed.c_str()).ExpandEnvironmentVariables();
@@ -164,7 +167,7 @@ bool Logger::SetEnv() {
 void Logger::ResetEnv() { ::_putenv((std::string("PATH=") + savedPath).c_str()); }
 
 bool Logger::LoadImports() {
-    if (Log4cxx::Bind()) return true;
+    if (Log4cxx::Bind(log4cxxDll)) return true;
     std::printf("Failed to load imports for log4cxx\n");
     return false;
 }

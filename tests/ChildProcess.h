@@ -30,6 +30,27 @@ inline std::string OwnDirectory() {
     return self.substr(0, self.rfind('\\'));
 }
 
+/// Copies a file of this test program's directory.
+inline void CopyOwnFile(const std::string& aFile, const std::string& aTo) {
+    const std::string from = OwnDirectory() + "\\" + aFile;
+    EXPECT_TRUE(::CopyFileA(from.c_str(), aTo.c_str(), /*bFailIfExists=*/TRUE)) << from;
+}
+
+/// Copies a program of this test program's directory into another one, with the DLLs of the library
+/// and of the compiler, but without log4cxx.
+inline void CopyProgramTo(const std::string& aProgram, const std::string& aDirectory) {
+    for (const std::string& file :
+         {aProgram, std::string("QvUserLib64.dll"), std::string("QvBaseLib64.dll")}) {
+        CopyOwnFile(file, aDirectory + "\\" + file);
+    }
+    for (const char* const file :
+         {"libgcc_s_seh-1.dll", "libssp-0.dll", "libstdc++-6.dll", "libwinpthread-1.dll"}) {
+        const std::string from = OwnDirectory() + "\\" + file;
+        if (::GetFileAttributesA(from.c_str()) == INVALID_FILE_ATTRIBUTES) continue;
+        CopyOwnFile(file, aDirectory + "\\" + file);
+    }
+}
+
 /// One end for a program, which inherits it, and one for the test.
 class OutputPipe {
 public:

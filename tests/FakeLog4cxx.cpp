@@ -2,13 +2,18 @@
 // SPDX-License-Identifier: MIT
 
 // A log4cxx.dll with the exports that the library imports, each of which throws when the
-// environment variable QVTESTS_THROW names it. Like the real one it may bring a C++ runtime of its
-// own, and so exceptions of its own.
+// environment variable QVTESTS_THROW names it. With QVTESTS_SHOW set, the DLL prints where it is
+// when it starts, and the process's PATH when it is configured. Like the real one it may bring a
+// C++ runtime of its own, and so exceptions of its own.
 
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
 #include <string>
+
+#include "OwnModule.h"
+#include "WindowsApi.h"
 
 #define FAKE_EXPORT __declspec(dllexport)
 
@@ -37,6 +42,19 @@ void ThrowIfAsked(const std::string& aFunction) {
     if (asked != nullptr && aFunction == asked) throw helpers::Exception("thrown by " + aFunction);
 }
 
+bool IsToShow() { return ::GetEnvironmentVariableA("QVTESTS_SHOW", nullptr, 0) != 0; }
+
+class Start {
+public:
+    Start() {
+        char path[MAX_PATH] = {};
+        ::GetModuleFileNameA(QvUserLib::OwnModule(), path, MAX_PATH);
+        if (IsToShow()) std::printf("started %s\n", path);
+    }
+};
+
+const Start start;
+
 }  // namespace
 
 class File {
@@ -58,6 +76,9 @@ public:
 
 int PropertyConfigurator::configure(const File&) {
     ThrowIfAsked("configure");
+    std::string path(32768, '\0');
+    path.resize(::GetEnvironmentVariableA("PATH", path.data(), 32768));
+    if (IsToShow()) std::printf("configured with PATH=%s\n", path.c_str());
     return 0;
 }
 

@@ -13,14 +13,24 @@
 //   result N CODE TEXT      prints the code and the description that LogResult returns
 //   enabled N LEVEL         prints 1 or 0
 //   loaded                  prints whether log4cxx.dll is loaded
-//   path                    prints the variable PATH
+//   path                    prints PATH as the C library has it
+//   wide-path               prints PATH as the C library has it in its wide form, in UTF-8
+//   process-path            prints PATH as the process has it, in UTF-8
 //   set NAME VALUE          sets a variable
+//   set-process NAME VALUE  sets a variable of the process, which the C library does not know of
+//   go-to PATH              changes the current directory
+//   restrict-search         lets the system look for DLLs in its own directory only
+//   show-loading            prints how the library loads DLLs
+//   dialogs                 prints whether the system may show dialogs for errors
 //   rename FROM TO          renames a file
-//   hide-location           lets the system refuse to tell where the library is
-//   locate PATH             lets the system tell that the library is there
+//   hide-location           lets the system not find the path of the library
+//   locate PATH             lets the system return this path for the library
 //   hide-files              lets the C library find no file
-//   fail-set N              lets the N-th setting of a variable fail, from 1
+//   fail-set N              lets the N-th setting of a variable fail, from 1; for 0 all fail
 //   load DLL, free          loads a DLL, and frees it
+//   find-first              lets the system take that DLL for every plain name, as Windows takes
+//   the
+//                           one that was loaded first; Wine takes the one that was used last
 // What the library tells a debugger is printed as "debugger: TEXT".
 
 #include <io.h>
@@ -57,9 +67,33 @@ DWORD WINAPI TellLocation(HMODULE, char* aOut, DWORD aSize) {
 
 int HideFile(const char*, int) { return -1; }
 
+bool doAllSettingsFail = false;
 int theSettingsLeft = 0;
 
-int SetOrFail(const char* aText) { return --theSettingsLeft == 0 ? -1 : ::_putenv(aText); }
+int SetOrFail(const char* aText) {
+    return doAllSettingsFail || --theSettingsLeft == 0 ? -1 : ::_putenv(aText);
+}
+
+const char* DialogState() {
+    return (::GetThreadErrorMode() & SEM_FAILCRITICALERRORS) != 0 ? "off" : "on";
+}
+
+HMODULE WINAPI ShowLoading(const char* aPath, HANDLE aFile, DWORD aFlags) {
+    const bool isAltered = aFlags == LOAD_WITH_ALTERED_SEARCH_PATH;
+    std::printf("loading %s, %s, dialogs %s\n", aPath,
+                isAltered ? "looking beside it" : "looking elsewhere", DialogState());
+    return ::LoadLibraryExA(aPath, aFile, aFlags);
+}
+
+std::string theFirstDll;
+
+HMODULE WINAPI LoadFirst(const char*) { return ::LoadLibraryA(theFirstDll.c_str()); }
+
+void PrintVariable(const char* aName, const wchar_t* aValue) {
+    char text[4096] = "";
+    ::WideCharToMultiByte(CP_UTF8, 0, aValue, -1, text, sizeof text, nullptr, nullptr);
+    std::printf("%s=%s\n", aName, text);
+}
 
 // A logger that holds none of log4cxx is empty.
 const char* StateOf(const Logger& aLogger) {
@@ -123,9 +157,37 @@ private:
             std::printf("%s\n", loaded ? "loaded" : "not loaded");
         } else if (aCommand == "path") {
             std::printf("PATH=%s\n", std::getenv("PATH"));
+        } else if (aCommand == "wide-path") {
+            PrintVariable("wide PATH", ::_wgetenv(L"PATH"));
+        } else if (aCommand == "process-path") {
+            std::wstring path(32768, L'\0');
+            ::GetEnvironmentVariableW(L"PATH", path.data(), 32768);
+            PrintVariable("process PATH", path.c_str());
         } else if (aCommand == "set") {
             const std::string name = Text();
             ::_putenv((name + "=" + Text()).c_str());
+        } else if (aCommand == "set-process") {
+            const char* const name = Text();
+            ::SetEnvironmentVariableA(name, Text());
+        } else if (aCommand == "go-to") {
+            ::SetCurrentDirectoryA(Text());
+        } else {
+            return RunSystem(aCommand);
+        }
+        return true;
+    }
+
+    // What changes how the system works for the library.
+    bool RunSystem(const std::string& aCommand) {
+        if (aCommand == "restrict-search") {
+            const BOOL restricted = ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
+            std::printf("%s\n", restricted ? "restricted" : "not restricted");
+        } else if (aCommand == "find-first") {
+            hidden_ = std::make_unique<QvTests::ImportPatch>("LoadLibraryA", &LoadFirst);
+        } else if (aCommand == "show-loading") {
+            hidden_ = std::make_unique<QvTests::ImportPatch>("LoadLibraryExA", &ShowLoading);
+        } else if (aCommand == "dialogs") {
+            std::printf("dialogs %s\n", DialogState());
         } else if (aCommand == "hide-location") {
             hidden_ = std::make_unique<QvTests::ImportPatch>("GetModuleFileNameA", &RefuseLocation);
         } else if (aCommand == "locate") {
@@ -135,9 +197,11 @@ private:
             hidden_ = std::make_unique<QvTests::ImportPatch>("_access", &HideFile);
         } else if (aCommand == "fail-set") {
             theSettingsLeft = Number();
+            doAllSettingsFail = theSettingsLeft == 0;
             hidden_ = std::make_unique<QvTests::ImportPatch>("_putenv", &SetOrFail);
         } else if (aCommand == "load") {
-            library_ = ::LoadLibraryA(Text());
+            theFirstDll = Text();
+            library_ = ::LoadLibraryA(theFirstDll.c_str());
             std::printf("%s\n", library_ != nullptr ? "loaded" : "not loaded");
         } else if (aCommand == "free") {
             std::printf("%s\n", ::FreeLibrary(library_) ? "freed" : "not freed");

@@ -18,6 +18,8 @@
 
 namespace {
 
+using QvTests::CopyOwnFile;
+using QvTests::CopyProgramTo;
 using QvTests::FileExists;
 using QvTests::HasCode;
 using QvTests::ImportPatch;
@@ -481,19 +483,10 @@ TEST_F(LoggerTest, KeepsOnePointer) { EXPECT_EQ(sizeof(void*), sizeof(Logger)); 
 // The probe program in a directory of its own, with only the DLLs that a test puts there.
 class LoggerProbeTest : public testing::Test {
 protected:
-    LoggerProbeTest() {
-        for (const char* const file : {"LoggerProbe.exe", "QvUserLib64.dll", "QvBaseLib64.dll"}) {
-            CopyHere(file, file);
-        }
-        for (const char* const file :
-             {"libgcc_s_seh-1.dll", "libssp-0.dll", "libstdc++-6.dll", "libwinpthread-1.dll"}) {
-            if (FileExists(OwnDirectory() + "\\" + file)) CopyHere(file, file);
-        }
-    }
+    LoggerProbeTest() { CopyProgramTo("LoggerProbe.exe", directory_.Path()); }
 
     void CopyHere(const std::string& aFrom, const std::string& aTo) const {
-        const std::string from = OwnDirectory() + "\\" + aFrom;
-        EXPECT_TRUE(::CopyFileA(from.c_str(), directory_.File(aTo).c_str(), TRUE)) << from;
+        CopyOwnFile(aFrom, directory_.File(aTo));
     }
 
     // The place where log4cxx is looked for.
@@ -637,13 +630,14 @@ TEST_F(LoggerProbeTest, FilesThatCannotBeSeenMeanEmptyLoggers) {
               Run({"hide-files", "new", "a"}).out);
 }
 
-TEST_F(LoggerProbeTest, PathThatCannotBeSetMeansEmptyLoggers) {
+TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSet) {
     REQUIRE_LOG4CXX();
     CopyRealLog4cxx();
     Configure(ConfigTo(log_));
 
-    EXPECT_EQ("Failed to load imports for log4cxx\nempty\nPATH=" + SystemPath() + "\n",
-              Run({"fail-set", "1", "new", "a", "path"}).out);
+    EXPECT_EQ("ready\nPATH=" + SystemPath() + "\n",
+              Run({"fail-set", "1", "new", "a", "path", "log", "0", "20000", "text"}).out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
 }
 
 TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSetBack) {
@@ -654,6 +648,40 @@ TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSetBack) {
     EXPECT_EQ("ready\nPATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n",
               Run({"fail-set", "2", "new", "a", "path", "log", "0", "20000", "text"}).out);
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
+}
+
+TEST_F(LoggerProbeTest, Log4cxxIsFoundThoughTheHostRestrictsTheSearch) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+
+    EXPECT_EQ("restricted\nready\n", Run({"restrict-search", "new", "a"}).out);
+}
+
+TEST_F(LoggerProbeTest, Log4cxxOfTheHostIsNotUsed) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+    CopyHere("FakeLog4cxx.dll", "log4cxx.dll");
+
+    EXPECT_EQ("loaded\nready\nloaded\nfreed\nnot loaded\n",
+              Run({"load", directory_.File("log4cxx.dll"), "find-first", "new", "a", "log", "0",
+                   "20000", "text", "delete", "0", "loaded", "free", "loaded"})
+                  .out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
+}
+
+TEST_F(LoggerProbeTest, DamagedLog4cxxShowsNoDialog) {
+    REQUIRE_LOG4CXX();
+    const std::string place = MakeDllPlace();
+    WriteBytes(directory_.File(place), "no DLL at all");
+
+    EXPECT_EQ("loading " + directory_.File(place) +
+                  ", looking beside it, dialogs off\n"
+                  "Failed to load imports for log4cxx\n"
+                  "empty\n"
+                  "dialogs on\n",
+              Run({"show-loading", "new", "a", "dialogs"}).out);
 }
 
 TEST_F(LoggerProbeTest, DefaultConfigurationLiesBesideTheLibrary) {
@@ -740,15 +768,46 @@ TEST_F(LoggerProbeTest, DirectoryInPlaceOfAConfigurationMeansEmptyLoggers) {
     EXPECT_EQ("empty\n", Run({"new", "a"}).out);
 }
 
-// With one that throws: what becomes of it is the same for all its exceptions.
-class LoggerExceptionTest : public LoggerProbeTest {
+// Uses a log4cxx that logs nothing.
+class LoggerFakeTest : public LoggerProbeTest {
 protected:
     void SetUp() override {
         REQUIRE_LOG4CXX();
-        CopyHere("FakeLog4cxx.dll", MakeDllPlace());
+        CopyHere("FakeLog4cxx.dll", place_);
         Configure("");
     }
 
+    const std::string place_ = MakeDllPlace();
+};
+
+// The DLL prints its start and its configuration.
+class LoggerSetUpTest : public LoggerFakeTest {
+protected:
+    const std::string started_ =
+        "started " + directory_.File(place_) + "\nconfigured with PATH=" + SystemPath() + "\n";
+    const Variable show_{"QVTESTS_SHOW", "1"};
+};
+
+TEST_F(LoggerSetUpTest, PathIsAsBeforeWhenConfiguringBegins) {
+    EXPECT_EQ(started_ + "ready\n", Run({"new", "a"}).out);
+}
+
+TEST_F(LoggerSetUpTest, ForeignLog4cxxInTheProgramsDirectoryIsNotLoaded) {
+    CopyHere("FakeLog4cxx.dll", "log4cxx.dll");
+
+    EXPECT_EQ(started_ + "ready\n", Run({"new", "a"}).out);
+}
+
+TEST_F(LoggerSetUpTest, ForeignLog4cxxInTheCurrentDirectoryIsNotLoaded) {
+    const TemporaryDirectory current;
+    CopyOwnFile("FakeLog4cxx.dll", current.File("log4cxx.dll"));
+
+    EXPECT_EQ(started_ + "ready\n", Run({"go-to", current.Path(), "new", "a"}).out);
+}
+
+// With one that throws: what becomes of it is the same for all its exceptions.
+class LoggerExceptionTest : public LoggerFakeTest {
+protected:
     const Variable throw_{"QVTESTS_THROW", ""};
 };
 
@@ -818,6 +877,15 @@ TEST_F(LoggerExceptionTest, Log4cxxThatDoesNotCloseStaysLoaded) {
         "loaded\n"
         "ready\n",
         Run({"new", "a", "delete", "0", "loaded", "new", "b"}).out);
+}
+
+TEST_F(LoggerExceptionTest, Log4cxxThatDidNotCloseGoesWithTheNextLastLogger) {
+    throw_.Set("shutdown");
+
+    EXPECT_THAT(Run({"new", "a", "delete", "0", "set", "QVTESTS_THROW", "", "new", "b", "delete",
+                     "1", "loaded"})
+                    .out,
+                EndsWith("ready\nnot loaded\n"));
 }
 
 TEST_F(LoggerExceptionTest, AssigningAnEmptyLoggerKeepsLog4cxxLoaded) {
