@@ -170,11 +170,9 @@ bool Unbind() {
 
 bool CanUnbind() { return !IsProcessEnding() && !IsInsideLoader(); }
 
-bool Configure(const std::string& aPath) {
+bool Configure(const std::wstring& aPath) {
     auto status = log4cxx::spi::ConfigurationStatus::NotConfigured;
-    (void)Guarded([&] {
-        status = log4cxx::PropertyConfigurator::configure(log4cxx::File(Wide(aPath.c_str())));
-    });
+    (void)Guarded([&] { status = log4cxx::PropertyConfigurator::configure(log4cxx::File(aPath)); });
     return status == log4cxx::spi::ConfigurationStatus::Configured;
 }
 

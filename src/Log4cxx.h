@@ -6,8 +6,8 @@
 
 #include <string>
 
-// The one way in which the library reaches log4cxx, whose DLL is loaded on demand. Texts and paths
-// are in the ANSI code page. Nothing throws: what log4cxx throws is printed to standard output.
+// The one way in which the library reaches log4cxx, whose DLL is loaded on demand. 8-bit texts are
+// in the ANSI code page. Nothing throws: what log4cxx throws is printed to standard output.
 //
 // Loggers are log4cxx's own objects, valid from Bind to Unbind. After Unbind nothing here calls
 // into log4cxx any more, so a logger that was kept too long does no harm.
@@ -28,7 +28,7 @@ bool CanUnbind();
 
 // Configures log4cxx from a properties file. False when log4cxx threw, or told on standard error
 // what is wrong with the file.
-bool Configure(const std::string& aPath);
+bool Configure(const std::wstring& aPath);
 
 // Null when log4cxx threw or is not bound.
 void* GetLogger(const char* aName);

@@ -15,7 +15,7 @@ bool Unbind() { return false; }
 
 bool CanUnbind() { return false; }
 
-bool Configure(const std::string&) { return false; }
+bool Configure(const std::wstring&) { return false; }
 
 void* GetLogger(const char*) { return nullptr; }
 

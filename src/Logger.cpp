@@ -9,7 +9,7 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 #include <string>
 
 #include "Environment.h"
@@ -26,20 +26,21 @@ namespace {
 constexpr std::size_t kTextSize = 1024;
 constexpr std::size_t kModulePathSize = 4096;
 
-// The longest value that Windows lets a variable have, so that PATH comes back whole.
-constexpr std::size_t kSavedPathSize = 32768;
-
-// Loggers come and go on one thread at a time.
+// No lock guards these: loggers come and go on one thread at a time.
 int instanceCount = 0;
 bool setUpFailed = false;
-char savedPath[kSavedPathSize];
 
-// What SetEnv found.
+// What SetEnv found: log4cxx, and PATH as the C library and as the process had it.
 std::string log4cxxDll;
+std::wstring savedRuntimePath;
+std::optional<std::wstring> savedProcessPath;
 
 bool Exists(const std::string& aPath) { return ::_access(aPath.c_str(), /*mode=*/0) == 0; }
+bool Exists(const std::wstring& aPath) { return ::_waccess(aPath.c_str(), /*mode=*/0) == 0; }
 
-// The path of the library's own DLL. False when the system does not tell.
+std::wstring Wide(const std::string& aText) { return String(aText.c_str()).GetUnicode(); }
+
+// The path of the library's own DLL. False when the system does not return it.
 bool GetOwnPath(std::string* aPath) {
     char path[kModulePathSize];
     const DWORD length = ::GetModuleFileNameA(OwnModule(), path, kModulePathSize);
@@ -52,6 +53,14 @@ bool GetOwnPath(std::string* aPath) {
 std::string DirectoryOf(const std::string& aPath) {
     const std::size_t separator = aPath.rfind('\\');
     return separator == std::string::npos ? std::string() : aPath.substr(0, separator);
+}
+
+// A path that is searched in a directory first, with its first reference to a variable expanded.
+std::wstring Prefixed(const std::string& aDirectory, const std::wstring& aPath) {
+    const std::wstring composed = Wide(aDirectory + ";") + aPath;
+    const std::string expanded = String(composed.c_str()).ExpandEnvironmentVariables();
+    // A text without references expands to nothing.
+    return expanded.empty() ? composed : Wide(expanded);
 }
 
 void ComposeText(char (&aText)[kTextSize], const char* aPrefix, const char* aFormat,
@@ -126,27 +135,23 @@ bool Logger::Init() {
     if (!LoadImports()) return false;
     ResetEnv();
 
-    std::string config;
-    if (ReadEnvironment("QV_LOG_CONFIG", &config) && Exists(config)) {
-        return Log4cxx::Configure(config);
-    }
+    const std::optional<std::wstring> config = ReadProcessVariable(L"QV_LOG_CONFIG");
+    if (config && Exists(*config)) return Log4cxx::Configure(*config);
 
     std::string path;
-    // Sent when the location has just been determined, of all times. Those who watch the debugger's
-    // output know it so.
+    // The message is wrong, as the location is known here. It stays because those who watch the
+    // debugger's output know it.
     if (GetOwnPath(&path)) ::OutputDebugStringA("Could not determine the location of QvUserLib.");
     const std::string directory = DirectoryOf(path);
     if (directory.empty()) return false;
     const std::string defaultConfig = directory + "/log4cxx/default.logcfg";
-    return Exists(defaultConfig) && Log4cxx::Configure(defaultConfig);
+    return Exists(defaultConfig) && Log4cxx::Configure(Wide(defaultConfig));
 }
 
 // Puts log4cxx's directory in front of PATH, for DLLs that log4cxx loads itself.
 bool Logger::SetEnv() {
-    std::string path;
-    (void)ReadEnvironment("PATH", &path);  // Without the variable the path stays empty.
-    std::memset(savedPath, 0, sizeof savedPath);
-    path.copy(savedPath, sizeof savedPath - 1);
+    savedRuntimePath = ReadRuntimePath();
+    savedProcessPath = ReadProcessVariable(L"PATH");
 
     std::string module;
     if (!GetOwnPath(&module)) {
@@ -157,14 +162,16 @@ bool Logger::SetEnv() {
     log4cxxDll = directory + "\\log4cxx.dll";
     if (!Exists(log4cxxDll)) return false;
 
-    const std::string composed = "PATH=" + directory + ";" + savedPath;
-    const std::string expanded = String(composed.c_str()).ExpandEnvironmentVariables();
-    // A text without references expands to nothing.
-    ::_putenv(expanded.empty() ? composed.c_str() : expanded.c_str());
+    // The C library sets the process's PATH to its own, which may lack what the process's has.
+    SetRuntimePath(Prefixed(directory, savedRuntimePath));
+    ::SetEnvironmentVariableW(L"PATH", Prefixed(directory, savedProcessPath.value_or(L"")).c_str());
     return true;
 }
 
-void Logger::ResetEnv() { ::_putenv((std::string("PATH=") + savedPath).c_str()); }
+void Logger::ResetEnv() {
+    SetRuntimePath(savedRuntimePath);
+    ::SetEnvironmentVariableW(L"PATH", savedProcessPath ? savedProcessPath->c_str() : nullptr);
+}
 
 bool Logger::LoadImports() {
     if (Log4cxx::Bind(log4cxxDll)) return true;

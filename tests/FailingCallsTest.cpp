@@ -553,7 +553,7 @@ constexpr Harmless kHarmless[] = {
     {"fclose", "", "Log::Close", "lines are reported when they are written"},
     {"CreateDirectoryA", "texts and folders", "GetPath", "whoever opens the file is told"},
     {"SHGetFolderPathA", "texts and folders", "GetPath", "the file is without a folder"},
-    {"getenv_s", "texts and folders", "ReadEnvironment", "as if there were no such variable"},
+    {"getenv_s", "texts and folders", "", "as if there were no such variable"},
     {"_time64", "texts and folders", "GetDateTime", "tells another time"},
     {"malloc", "texts and folders", "Result::Result CopyText", "has no description"},
     {"malloc", "texts and folders", "ExpandText Result::SetDescription", "has no description"},

@@ -7,6 +7,7 @@
 
 #include <future>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -65,6 +66,37 @@ std::string SystemPath() {
     value.resize(length);
     return value;
 }
+
+// Sets PATH in the process's environment, unknown to the C library, and restores it in the end.
+// Nothing means that there is no such variable.
+class ProcessPath {
+public:
+    explicit ProcessPath(const std::optional<std::wstring>& aValue) : before_(Get()) {
+        Set(aValue);
+    }
+    ~ProcessPath() { Set(before_); }
+
+    ProcessPath(const ProcessPath&) = delete;
+    ProcessPath& operator=(const ProcessPath&) = delete;
+
+    static std::optional<std::wstring> Get() {
+        std::wstring value(::GetEnvironmentVariableW(L"PATH", nullptr, 0), L'\0');
+        if (value.empty()) return std::nullopt;
+        value.resize(
+            ::GetEnvironmentVariableW(L"PATH", value.data(), static_cast<DWORD>(value.size())));
+        return value;
+    }
+
+private:
+    static void Set(const std::optional<std::wstring>& aValue) {
+        ::SetEnvironmentVariableW(L"PATH", aValue ? aValue->c_str() : nullptr);
+    }
+
+    std::optional<std::wstring> before_;
+};
+
+// With a Russian and a Chinese character: the code pages of the tests lack at least one.
+constexpr wchar_t kForeignDirectory[] = L"C:\\\x0416\x4E2D";
 
 bool IsLog4cxxLoaded() { return ::GetModuleHandleA("log4cxx.dll") != nullptr; }
 
@@ -321,9 +353,26 @@ TEST_F(LoggerTest, UnsetPathStaysUnset) {
     {
         const Logger logger("path");
         EXPECT_TRUE(IsLog4cxxLoaded());
-        EXPECT_EQ("", SystemPath());
+        EXPECT_EQ(std::nullopt, ProcessPath::Get());
     }
-    EXPECT_EQ("", SystemPath());
+    EXPECT_EQ(std::nullopt, ProcessPath::Get());
+}
+
+TEST_F(LoggerTest, PathThatTheCLibraryDoesNotKnowStays) {
+    const std::optional<std::wstring> cases[] = {ProcessPath::Get().value() + L";C:\\host",
+                                                 kForeignDirectory, L"", std::nullopt};
+    for (const auto& value : cases) {
+        SCOPED_TRACE(testing::PrintToString(value));
+        const ProcessPath path(value);
+        const std::string known = std::getenv("PATH");
+        {
+            const Logger logger("path");
+            EXPECT_TRUE(value == ProcessPath::Get());
+            EXPECT_EQ(known, std::getenv("PATH"));
+        }
+        EXPECT_TRUE(value == ProcessPath::Get());
+        EXPECT_EQ(known, std::getenv("PATH"));
+    }
 }
 
 TEST_F(LoggerTest, ReferenceInPathIsKept) {
@@ -335,6 +384,21 @@ TEST_F(LoggerTest, ReferenceInPathIsKept) {
 
     EXPECT_TRUE(IsLog4cxxLoaded());
     EXPECT_EQ(before, SystemPath());
+}
+
+TEST_F(LoggerTest, ConfigurationMayLieAtAnyPath) {
+    const std::wstring path =
+        std::wstring(directory_.Path().begin(), directory_.Path().end()) + L"\\\x0416.logcfg";
+    WriteBytes(config_, ConfigTo(log_));
+    ASSERT_TRUE(::CopyFileW(std::wstring(config_.begin(), config_.end()).c_str(), path.c_str(),
+                            /*bFailIfExists=*/TRUE));
+    ::SetEnvironmentVariableW(L"QV_LOG_CONFIG", path.c_str());
+    {
+        Logger logger("any path");
+        logger.Log(PriorityLevel::Info, "", 0, "found", "it");
+    }
+    EXPECT_THAT(Lines(), ElementsAre("INFO|any path|found it"));
+    ::DeleteFileW(path.c_str());
 }
 
 TEST_F(LoggerTest, OwnLog4cxxIsFoundBeforeOthersInPath) {
@@ -407,6 +471,15 @@ TEST_F(LoggerTest, EachSetUpReadsTheConfigurationAnew) {
     Logger logger("one");
 
     EXPECT_FALSE(logger.IsPriorityEnabled(PriorityLevel::Fatal));
+}
+
+TEST_F(LoggerTest, SecondLoggerDoesNotReadTheConfigurationAgain) {
+    const Logger first("first");
+    Configure(ConfigTo(log_, "log4j.logger.second=OFF\n"));
+
+    Logger second("second");
+
+    EXPECT_TRUE(second.IsPriorityEnabled(PriorityLevel::Fatal));
 }
 
 TEST_F(LoggerTest, AssignedLoggerLogsWhereTheOtherDoes) {
@@ -598,6 +671,14 @@ TEST_F(LoggerProbeTest, PathStaysChangedWhenTheImportsCannotBeLoaded) {
         EndsWith("PATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n"));
 }
 
+TEST_F(LoggerProbeTest, PathOfTheProcessIsSearchedWhileLoading) {
+    WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
+
+    EXPECT_THAT(
+        Run({"set-process", "PATH", "C:\\host", "new", "a", "process-path"}).out,
+        EndsWith("process PATH=" + directory_.File("log4cxx\\x64\\Release") + ";C:\\host\n"));
+}
+
 TEST_F(LoggerProbeTest, ReferenceInPathIsExpandedForTheLoading) {
     WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
 
@@ -648,6 +729,36 @@ TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSetBack) {
     EXPECT_EQ("ready\nPATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n",
               Run({"fail-set", "2", "new", "a", "path", "log", "0", "20000", "text"}).out);
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
+}
+
+TEST_F(LoggerProbeTest, ConfigurationThatTheCLibraryDoesNotKnowIsUsed) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+    variable_.Set("");
+
+    // Some C libraries read the whole environment again when they set a variable; here they cannot.
+    EXPECT_EQ("ready\n", Run({"fail-set", "0", "set-process", "QV_LOG_CONFIG", config_, "new", "a",
+                              "log", "0", "20000", "text"})
+                             .out);
+    EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
+}
+
+TEST_F(LoggerProbeTest, WideProgramKeepsEveryCharacterOfItsPath) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+    const ProcessPath path(ProcessPath::Get().value() + L";" + kForeignDirectory);
+
+    const std::string out =
+        Run({"wide-path", "process-path", "path", "new", "a", "wide-path", "process-path", "path"})
+            .out;
+
+    const std::size_t half = out.find("ready\n");
+    ASSERT_NE(std::string::npos, half) << out;
+    const std::string before = out.substr(0, half);
+    EXPECT_THAT(before, HasSubstr(";C:\\\xD0\x96\xE4\xB8\xAD\nprocess PATH="));
+    EXPECT_EQ(before + "ready\n" + before, out);
 }
 
 TEST_F(LoggerProbeTest, Log4cxxIsFoundThoughTheHostRestrictsTheSearch) {
