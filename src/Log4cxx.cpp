@@ -171,9 +171,7 @@ bool Unbind() {
 bool CanUnbind() { return !IsProcessEnding() && !IsInsideLoader(); }
 
 bool Configure(const std::wstring& aPath) {
-    auto status = log4cxx::spi::ConfigurationStatus::NotConfigured;
-    (void)Guarded([&] { status = log4cxx::PropertyConfigurator::configure(log4cxx::File(aPath)); });
-    return status == log4cxx::spi::ConfigurationStatus::Configured;
+    return Guarded([&] { (void)log4cxx::PropertyConfigurator::configure(log4cxx::File(aPath)); });
 }
 
 void* GetLogger(const char* aName) {

@@ -26,8 +26,8 @@ bool Unbind();
 // waiting for a thread to end never ends, and not when the process is ending.
 bool CanUnbind();
 
-// Configures log4cxx from a properties file. False when log4cxx threw, or told on standard error
-// what is wrong with the file.
+// Configures log4cxx from a properties file. False when log4cxx threw. It does not throw for a file
+// that it cannot read or understand: it reports that on standard error.
 bool Configure(const std::wstring& aPath);
 
 // Null when log4cxx threw or is not bound.

@@ -13,6 +13,7 @@
 
 #include "ChildProcess.h"
 #include "ImportPatch.h"
+#include "KernelObjects.h"
 #include "RequireLog4cxx.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
@@ -22,6 +23,7 @@ namespace {
 using QvTests::CopyOwnFile;
 using QvTests::CopyProgramTo;
 using QvTests::FileExists;
+using QvTests::Handle;
 using QvTests::HasCode;
 using QvTests::ImportPatch;
 using QvTests::Outcome;
@@ -857,7 +859,7 @@ TEST_F(LoggerProbeTest, Log4cxxThatIsNoLongerInItsPlaceStaysLoaded) {
     EXPECT_TRUE(::MoveFileA((place + ".old").c_str(), place.c_str()));
 }
 
-TEST_F(LoggerProbeTest, BrokenConfigurationMeansEmptyLoggers) {
+TEST_F(LoggerProbeTest, BrokenConfigurationLeavesLoggersThatAreNotEmpty) {
     REQUIRE_LOG4CXX();
     CopyRealLog4cxx();
     Configure(
@@ -867,16 +869,28 @@ TEST_F(LoggerProbeTest, BrokenConfigurationMeansEmptyLoggers) {
 
     const Outcome outcome = Run({"new", "a", "new", "b", "log", "1", "50000", "text"});
 
-    EXPECT_EQ("empty\nempty\n", outcome.out);
+    EXPECT_EQ("ready\nready\n", outcome.out);
     EXPECT_THAT(outcome.err, HasSubstr("Illegal state"));
 }
 
-TEST_F(LoggerProbeTest, DirectoryInPlaceOfAConfigurationMeansEmptyLoggers) {
+TEST_F(LoggerProbeTest, DirectoryInPlaceOfAConfigurationLeavesLoggersThatAreNotEmpty) {
     REQUIRE_LOG4CXX();
     CopyRealLog4cxx();
     variable_.Set(directory_.Path());
 
-    EXPECT_EQ("empty\n", Run({"new", "a"}).out);
+    EXPECT_EQ("ready\n", Run({"new", "a"}).out);
+}
+
+TEST_F(LoggerProbeTest, UnreadableConfigurationLeavesLoggersThatAreNotEmpty) {
+    REQUIRE_LOG4CXX();
+    CopyRealLog4cxx();
+    Configure(ConfigTo(log_));
+    const Handle onlyReader(::CreateFileA(config_.c_str(), GENERIC_READ, /*dwShareMode=*/0, nullptr,
+                                          OPEN_EXISTING, 0, nullptr));
+    ASSERT_TRUE(onlyReader.IsValid());
+
+    EXPECT_EQ("ready\n", Run({"new", "a", "log", "0", "50000", "text"}).out);
+    EXPECT_FALSE(FileExists(log_));
 }
 
 // Uses a log4cxx that logs nothing.

@@ -93,11 +93,13 @@ TEST_F(QvctlLogTest, WorkingLogSaysNothingOfItself) {
 }
 
 TEST_F(QvctlLogTest, LogThatIsOffIsToldOnceToThoseWhoAsk) {
-    // No file that log4cxx could be configured from.
-    const std::string folder = directory_.Path();
+    // Where there is no log4cxx.
+    QvTests::CopyProgramTo("qvctl.exe", directory_.Path());
+    const std::string tool = directory_.File("qvctl.exe");
 
-    const std::string quiet = Md5({file_, "--log-config", folder}).err;
-    const std::string told = Md5({file_, "--log-config", folder, "--verbose"}).err;
+    const std::string quiet = RunProgram(tool, {"md5", file_, "--log-config", config_}).err;
+    const std::string told =
+        RunProgram(tool, {"md5", file_, "--log-config", config_, "--verbose"}).err;
 
     EXPECT_THAT(quiet, Not(HasSubstr("logging")));
     const std::size_t place = told.find("qvctl: logging is off");
