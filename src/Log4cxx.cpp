@@ -31,7 +31,7 @@ namespace {
 // As the delay import names it: the helpers compare letter by letter.
 constexpr char kDll[] = "log4cxx.dll";
 
-// While false, calls into log4cxx would load it from wherever it is found.
+// While false, a call into log4cxx would load whatever has its name.
 std::atomic<bool> isBound(false);
 
 template <typename Type>
@@ -39,7 +39,7 @@ const Type* AtOffset(DWORD aOffset) {
     return reinterpret_cast<const Type*>(__ImageBase + aOffset);
 }
 
-// The names that this module's delay import of log4cxx wants; null when there is no such import.
+// The names in this module's delay import of log4cxx; null when there is no such import.
 const IMAGE_THUNK_DATA* FindImportedNames() {
     const auto* const headers =
         AtOffset<IMAGE_NT_HEADERS>(static_cast<DWORD>(AtOffset<IMAGE_DOS_HEADER>(0)->e_lfanew));
@@ -56,8 +56,8 @@ const IMAGE_THUNK_DATA* FindImportedNames() {
     return nullptr;
 }
 
-// Whether the DLL has everything that is imported from it. The loading helper raises a structured
-// exception where something is missing, which would end the process.
+// Whether the DLL has everything that is imported from it. If something is missing, the loading
+// helper raises a structured exception, which would end the process.
 bool HasAllImports(HMODULE aDll) {
     const IMAGE_THUNK_DATA* name = FindImportedNames();
     if (name == nullptr) return false;
@@ -99,7 +99,7 @@ FARPROC WINAPI ReturnFoundDll(unsigned aEvent, PDelayLoadInfo) {
     return reinterpret_cast<FARPROC>(found.release());
 }
 
-// A function that all systems have, but no import library.
+// A function that all systems have, but that no import library has.
 template <typename Function>
 Function FindSystemFunction(const char* aName) {
     const FARPROC address = ::GetProcAddress(::GetModuleHandleA("ntdll.dll"), aName);
@@ -108,15 +108,16 @@ Function FindSystemFunction(const char* aName) {
     return function;
 }
 
-// From then on DLLs are being ended, in the reverse order of their start: log4cxx before us.
+// When the process ends, the system ends its DLLs in the reverse order of their start: log4cxx
+// before this one.
 bool IsProcessEnding() {
     using Function = BOOLEAN(WINAPI*)();
     static const auto function = FindSystemFunction<Function>("RtlDllShutdownInProgress");
     return function != nullptr && function() != FALSE;
 }
 
-// Whether this thread runs some DLL's start or end, and so holds the loader's lock. Every thread
-// that ends needs that lock.
+// Whether this thread runs the start or the end of a DLL, and so holds the loader's lock. Every
+// thread that ends needs that lock.
 bool IsInsideLoader() {
     using Function = const char*(WINAPI*)();
     static const auto function = FindSystemFunction<Function>("RtlGetCurrentPeb");
@@ -133,8 +134,8 @@ bool IsInsideLoader() {
 // log4cxx takes 8-bit text for UTF-8; its UTF-16 form means the same everywhere.
 std::wstring Wide(const char* aText) { return String(aText).GetUnicode(); }
 
-// Calls into log4cxx if that is possible, and prints what it throws: an exception of log4cxx
-// derives from the standard one.
+// Calls into log4cxx if that is possible, and prints what it throws. All exceptions of log4cxx
+// derive from the standard one.
 template <typename Call>
 bool Guarded(Call aCall) {
     if (!isBound || IsProcessEnding()) return false;

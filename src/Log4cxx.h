@@ -19,11 +19,11 @@ namespace Log4cxx {
 // functions, or this library was built without log4cxx.
 bool Bind(const std::string& aPath);
 
-// Closes log4cxx, with its threads, and unloads it. False when it was not loaded.
+// Shuts log4cxx down, with its threads, and unloads it. False when that was not possible.
 bool Unbind();
 
-// Whether Unbind may be called here: not while the thread is inside the system's loader, where
-// waiting for a thread to end never ends, and not when the process is ending.
+// Whether Unbind may be called here. Not inside the system's loader: no thread can end while this
+// thread is there, so it would wait forever. Not when the process is ending either.
 bool CanUnbind();
 
 // Configures log4cxx from a properties file. False when log4cxx threw. It does not throw for a file

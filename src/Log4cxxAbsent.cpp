@@ -1,8 +1,8 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What stands for log4cxx where the library is built without it: nothing can be bound, and so
-// nothing else is asked for.
+// Replaces Log4cxx.cpp in a library that is built without log4cxx. Nothing can be bound, so nothing
+// else here is called.
 
 #include "Log4cxx.h"
 

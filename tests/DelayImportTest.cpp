@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What the finished DLL's header tells about its imports.
+// The imports in the header of the finished DLL.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,10 +1,10 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Loggers in a process of their own, as the process-wide state of logging cannot be taken back.
+// Loggers in a process of their own, because the process-wide state of logging cannot be reset.
 //
 // Usage: LoggerProbe COMMAND…, each command with its arguments:
-//   new NAME                makes a logger and tells whether it is empty; they count from 0
+//   new NAME                makes a logger and prints whether it is empty; they count from 0
 //   static NAME             the same, for one that lives until the process exits
 //   delete N                destroys a logger
 //   assign N M              assigns logger M to logger N
@@ -31,7 +31,7 @@
 //   find-first              lets the system take that DLL for every plain name, as Windows takes
 //   the
 //                           one that was loaded first; Wine takes the one that was used last
-// What the library tells a debugger is printed as "debugger: TEXT".
+// What the library sends to a debugger is printed as "debugger: TEXT".
 
 #include <io.h>
 #include <stdlib.h>
@@ -95,7 +95,7 @@ void PrintVariable(const char* aName, const wchar_t* aValue) {
     std::printf("%s=%s\n", aName, text);
 }
 
-// A logger that holds none of log4cxx is empty.
+// A logger without one of log4cxx is empty.
 const char* StateOf(const Logger& aLogger) {
     void* pointer = nullptr;
     std::memcpy(&pointer, &aLogger, sizeof pointer);
@@ -226,7 +226,7 @@ private:
 int main(int, char** argv) {
     constexpr int kWrongUsage = 100;
     const QvTests::ImportPatch debugger("OutputDebugStringA", &PrintDebugText);
-    // The loggers that are left live until the process is gone: no destructor runs.
+    // Never destroyed: the loggers that are left live until the process is gone.
     Probe& probe = *new Probe(argv + 1);
     while (probe.HasMore()) {
         if (!probe.RunNext()) return kWrongUsage;

@@ -41,7 +41,7 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-// A variable of the environment, as it was again in the end.
+// Sets a variable of the environment and restores it in the end.
 class Variable {
 public:
     Variable(const std::string& aName, const std::string& aValue) : name_(aName) {
@@ -110,7 +110,7 @@ std::string WithSlashes(std::string aPath) {
     return aPath;
 }
 
-// Everything goes to one file, each message in a line of its own: level, logger, message.
+// Everything is logged to one file, each message in a line: level, logger, message.
 std::string ConfigTo(const std::string& aFile, const std::string& aMore = "") {
     return "log4j.rootLogger=ALL, F\n"
            "log4j.appender.F=org.apache.log4j.FileAppender\n"
@@ -123,7 +123,7 @@ std::string ConfigTo(const std::string& aFile, const std::string& aMore = "") {
            aMore;
 }
 
-// The appender writes what it holds back once a second, on a thread of its own.
+// The appender collects messages and writes them once a second, on a thread of its own.
 std::string BufferedConfigTo(const std::string& aFile) {
     return ConfigTo(aFile,
                     "log4j.appender.F.BufferedIO=true\n"
@@ -133,7 +133,7 @@ std::string BufferedConfigTo(const std::string& aFile) {
 std::vector<std::string> debugTexts;
 void WINAPI CollectDebugText(const char* aText) { debugTexts.emplace_back(aText); }
 
-// With the real log4cxx in this process, which the last logger of each test unloads.
+// Uses the real log4cxx in this process. The last logger of each test unloads it.
 class LoggerTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -143,7 +143,7 @@ protected:
     }
     void TearDown() override { EXPECT_FALSE(IsLog4cxxLoaded()); }
 
-    // For the loggers that come after those of now have gone.
+    // For the next set-up.
     void Configure(const std::string& aConfig) const { WriteBytes(config_, aConfig); }
 
     std::vector<std::string> Lines() const { return ReadLines(log_); }
@@ -555,7 +555,7 @@ TEST_F(LoggerTest, ThreadThatLoggedMayEndAfterUnloading) {
 
 TEST_F(LoggerTest, KeepsOnePointer) { EXPECT_EQ(sizeof(void*), sizeof(Logger)); }
 
-// The probe program in a directory of its own, with only the DLLs that a test puts there.
+// Runs the probe program in a directory of its own, with only the DLLs that a test puts there.
 class LoggerProbeTest : public testing::Test {
 protected:
     LoggerProbeTest() { CopyProgramTo("LoggerProbe.exe", directory_.Path()); }
@@ -564,7 +564,7 @@ protected:
         CopyOwnFile(aFrom, directory_.File(aTo));
     }
 
-    // The place where log4cxx is looked for.
+    // The place where the library looks for log4cxx.
     std::string MakeDllPlace() const {
         for (const char* const folder : {"log4cxx", "log4cxx\\x64", "log4cxx\\x64\\Release"}) {
             ::CreateDirectoryA(directory_.File(folder).c_str(), nullptr);
@@ -840,7 +840,7 @@ TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesItsUnloading) {
     CopyHere("LoggerProbeDll.dll", "LoggerProbeDll.dll");
     Configure(BufferedConfigTo(log_));
 
-    // log4cxx stays for whoever comes next.
+    // log4cxx stays loaded for the next logger.
     EXPECT_EQ("loaded\nfreed\nloaded\nready\n", Run({"load", "LoggerProbeDll.dll", "free", "loaded",
                                                      "new", "a", "log", "0", "20000", "after"})
                                                     .out);
@@ -930,7 +930,7 @@ TEST_F(LoggerSetUpTest, ForeignLog4cxxInTheCurrentDirectoryIsNotLoaded) {
     EXPECT_EQ(started_ + "ready\n", Run({"go-to", current.Path(), "new", "a"}).out);
 }
 
-// With one that throws: what becomes of it is the same for all its exceptions.
+// Uses a log4cxx that throws. The library treats all its exceptions alike.
 class LoggerExceptionTest : public LoggerFakeTest {
 protected:
     const Variable throw_{"QVTESTS_THROW", ""};
@@ -1016,7 +1016,7 @@ TEST_F(LoggerExceptionTest, Log4cxxThatDidNotCloseGoesWithTheNextLastLogger) {
 TEST_F(LoggerExceptionTest, AssigningAnEmptyLoggerKeepsLog4cxxLoaded) {
     throw_.Set("getLogger");
 
-    // The second logger comes when nothing is thrown any more.
+    // Nothing is thrown any more when the second logger is made.
     EXPECT_THAT(Run({"new", "a", "set", "QVTESTS_THROW", "", "new", "b", "assign", "1", "0",
                      "delete", "1", "loaded"})
                     .out,
@@ -1026,7 +1026,7 @@ TEST_F(LoggerExceptionTest, AssigningAnEmptyLoggerKeepsLog4cxxLoaded) {
 TEST_F(LoggerExceptionTest, LoggerThatOutlivesTheCountDoesNothing) {
     throw_.Set("getLogger");
 
-    // The first one was not counted, but its end is: log4cxx goes although the second one is there.
+    // The first logger was not counted, but its end is, so log4cxx is unloaded too early.
     EXPECT_THAT(Run({"new",    "a",     "set",  "QVTESTS_THROW", "",  "new",    "b",
                      "assign", "0",     "1",    "delete",        "0", "loaded", "log",
                      "1",      "10000", "text", "enabled",       "1", "10000"})
