@@ -7,7 +7,6 @@
 
 #include <vector>
 
-#include "QvUserLib/String.h"
 #include "WindowsApi.h"
 
 namespace QvUserLib {
@@ -34,10 +33,6 @@ bool CopyVariable(errno_t (*aGet)(size_t*, Character*, size_t, const Character*)
     }
 }
 
-// A program with a wide main, or one that has asked for wide variables, has a wide copy of the
-// environment. Asking for it here would make one.
-bool HasWideCopy() { return _wenviron != nullptr; }
-
 }  // namespace
 
 bool ReadEnvironment(const char* aName, std::string* aValue) {
@@ -57,25 +52,24 @@ std::optional<std::wstring> ReadProcessVariable(const wchar_t* aName) {
     return value;
 }
 
-std::wstring ReadRuntimePath() {
-    // Without the variable the value stays empty.
-    if (HasWideCopy()) {
+RuntimePath ReadRuntimePath() {
+    // Without the variable the value stays empty. Asking for a wide one would make a wide copy.
+    if (_wenviron != nullptr) {
         std::wstring value;
         (void)CopyVariable(&_wgetenv_s, L"PATH", &value);
         return value;
     }
     std::string value;
     (void)ReadEnvironment("PATH", &value);
-    return String(value.c_str()).GetUnicode();
+    return value;
 }
 
-void SetRuntimePath(const std::wstring& aValue) {
-    const std::wstring text = L"PATH=" + aValue;
-    // The C library sets the other form, too, if it has it. The wide form loses no character.
-    if (HasWideCopy()) {
-        ::_wputenv(text.c_str());
+void SetRuntimePath(const RuntimePath& aValue) {
+    // The C library sets the other form, too, if it has it.
+    if (const auto* const wide = std::get_if<std::wstring>(&aValue)) {
+        ::_wputenv((L"PATH=" + *wide).c_str());
     } else {
-        ::_putenv(String(text.c_str()).GetAscii());
+        ::_putenv(("PATH=" + std::get<std::string>(aValue)).c_str());
     }
 }
 

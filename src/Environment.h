@@ -6,6 +6,7 @@
 
 #include <optional>
 #include <string>
+#include <variant>
 
 // The process has an environment, and the C library has a copy of it. They can differ:
 // SetEnvironmentVariable changes only the first, and a copy in the code page has question marks for
@@ -19,11 +20,14 @@ bool ReadEnvironment(const char* aName, std::string* aValue);
 // The value of a variable of the process's environment. Nothing when there is no such variable.
 std::optional<std::wstring> ReadProcessVariable(const wchar_t* aName);
 
-// The value of PATH in the C library's environment. Empty when there is none.
-std::wstring ReadRuntimePath();
+// The value of PATH in the C library's environment, in the form that it has there: 8-bit, or UTF-16
+// in a program with a wide main, or one that has asked for wide variables. Empty when there is
+// none.
+using RuntimePath = std::variant<std::string, std::wstring>;
+RuntimePath ReadRuntimePath();
 
 // Sets PATH in the C library's environment, and so in the process's. An empty value removes it.
-void SetRuntimePath(const std::wstring& aValue);
+void SetRuntimePath(const RuntimePath& aValue);
 
 }  // namespace QvUserLib
 

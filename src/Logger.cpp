@@ -32,7 +32,7 @@ bool setUpFailed = false;
 
 // What SetEnv found: log4cxx, and PATH as the C library and as the process had it.
 std::string log4cxxDll;
-std::wstring savedRuntimePath;
+RuntimePath savedRuntimePath;
 std::optional<std::wstring> savedProcessPath;
 
 bool Exists(const std::string& aPath) { return ::_access(aPath.c_str(), /*mode=*/0) == 0; }
@@ -56,10 +56,16 @@ std::string DirectoryOf(const std::string& aPath) {
 }
 
 // A path that is searched in a directory first, with its first reference to a variable expanded.
+std::string Prefixed(const std::string& aDirectory, const std::string& aPath) {
+    const std::string composed = aDirectory + ";" + aPath;
+    const std::string expanded = String(composed.c_str()).ExpandEnvironmentVariables();
+    // A text without references expands to nothing.
+    return expanded.empty() ? composed : expanded;
+}
+
 std::wstring Prefixed(const std::string& aDirectory, const std::wstring& aPath) {
     const std::wstring composed = Wide(aDirectory + ";") + aPath;
     const std::string expanded = String(composed.c_str()).ExpandEnvironmentVariables();
-    // A text without references expands to nothing.
     return expanded.empty() ? composed : Wide(expanded);
 }
 
@@ -163,7 +169,9 @@ bool Logger::SetEnv() {
     if (!Exists(log4cxxDll)) return false;
 
     // The C library sets the process's PATH to its own, which may lack what the process's has.
-    SetRuntimePath(Prefixed(directory, savedRuntimePath));
+    SetRuntimePath(
+        std::visit([&](const auto& aPath) { return RuntimePath(Prefixed(directory, aPath)); },
+                   savedRuntimePath));
     ::SetEnvironmentVariableW(L"PATH", Prefixed(directory, savedProcessPath.value_or(L"")).c_str());
     return true;
 }

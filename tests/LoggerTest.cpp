@@ -336,6 +336,7 @@ TEST_F(LoggerTest, LongestPathSurvives) {
     const Logger logger("path");
 
     EXPECT_EQ(path, SystemPath());
+    EXPECT_EQ(path, std::getenv("PATH"));
 }
 
 TEST_F(LoggerTest, PathThatIsChangedWhileLoggersAreThereStaysChanged) {
