@@ -48,7 +48,7 @@ struct Entry {
         return std::sscanf(aMessage.c_str(), "thread %u error %lu", &thread, &number) == 2 &&
                aMessage == Message(thread, number);
     }
-    // `Thu Jan  1 12:00:00 1970 [0x12] [0x1c] test(1) ERR  - thread 1 error 2 end`
+    // `Thu Jan 15 12:00:00 1970 [0x12] [0x1c] test(1) ERR  - thread 1 error 2 end`
     bool ParseLine(const std::string& aLine) {
         unsigned long code = 0;
         const std::size_t begin = aLine.find(" test(1) ERR  - ");

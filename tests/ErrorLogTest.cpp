@@ -75,10 +75,11 @@ std::string LineBehindTime(const Origin& aOrigin, const std::string& aMessage) {
            aMessage;
 }
 
-// Takes the time off a line and checks its shape.
+// Takes the time off a line and checks its shape. C libraries write the first day of a month as
+// ` 1` or as `01`.
 std::string WithoutTime(const std::string& aLine) {
     static const std::regex kTime(
-        "[A-Z][a-z]{2} [A-Z][a-z]{2} [ 123]\\d \\d\\d:\\d\\d:\\d\\d \\d{4}");
+        "[A-Z][a-z]{2} [A-Z][a-z]{2} [ 0123]\\d \\d\\d:\\d\\d:\\d\\d \\d{4}");
     EXPECT_TRUE(std::regex_match(aLine.substr(0, kTimeLength), kTime)) << aLine;
     return aLine.substr(std::min(kTimeLength, aLine.size()));
 }
@@ -607,6 +608,19 @@ TEST_F(ErrorLogTest, TimeFollowsTheClockWithItsNextTick) {
 
     EXPECT_NE(earlier.substr(20, 4), later.substr(20, 4));
     EXPECT_EQ("2600", later.substr(20, 4));
+}
+
+TEST_F(ErrorLogTest, TimeTakesTwentyFourCharactersOnADayBelowTen) {
+    // Noon of 5 December 2026, UTC: a day below ten in every time zone.
+    const ImportPatch clock(
+        "GetSystemTimeAsFileTime", +[](FILETIME* aNow) {
+            aNow->dwHighDateTime = 0x01dd84b0;
+            aNow->dwLowDateTime = 0x27556000;
+        });
+    ASSERT_TRUE(clock.IsActive());
+    AwaitNextTick();
+
+    EXPECT_EQ(LineBehindTime({5}, "message"), WithoutTime(WrittenLine("message")));
 }
 
 TEST_F(ErrorLogTest, LinesShowTheLowBitsOfTheCode) {

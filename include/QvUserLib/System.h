@@ -30,7 +30,8 @@ QVUSERLIB_API void GetPath(int aFolder, const char* aDirectory, const char* aFil
                            int aOutSize);
 
 /// Writes the local date and time as the 24 characters of the C library's `asctime`, such as
-/// `Thu Jan  1 12:00:00 1970`.
+/// `Thu Jan 15 12:00:00 1970`. The day always takes two characters: C libraries write the first day
+/// of a month as ` 1` or as `01`.
 ///
 /// @param aOut      Receives the zero-terminated text.
 /// @param aOutSize  The size of `aOut` in bytes, at least 26; below that it receives an empty text.
