@@ -2,18 +2,23 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything in other ways and runs all tests with each: with undefined behaviour that ends
-# the program, and with Clang.
-# Usage: scripts/test-variants.sh [PRESET…]      (default: mingw-ubsan mingw-clang)
+# Tests what scripts/test.sh does not: the unit tests at special dates, and everything built in other
+# ways: so that undefined behaviour ends the program, and with Clang.
+# Usage: scripts/test-variants.sh [dates | PRESET…]      (default: dates mingw-ubsan mingw-clang)
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
-presets=("$@")
-((${#presets[@]} > 0)) || presets=(mingw-ubsan mingw-clang)
+variants=("$@")
+((${#variants[@]} > 0)) || variants=(dates mingw-ubsan mingw-clang)
 
 scripts/install-packages.sh --quiet clang-19 lld-19
-for preset in "${presets[@]}"; do
-    scripts/build.sh "$preset"
-    scripts/run-suite.sh "$preset"
+for variant in "${variants[@]}"; do
+    if [[ "$variant" == dates ]]; then
+        scripts/build.sh mingw
+        scripts/test-dates.sh mingw
+    else
+        scripts/build.sh "$variant"
+        scripts/run-suite.sh "$variant"
+    fi
 done
