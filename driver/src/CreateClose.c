@@ -1,9 +1,11 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Opening and closing handles. All a handle has of its own is whether it has read.
+#include "CreateClose.h"
 
 #include "Device.h"
+#include "Irp.h"
+#include "ReadWrite.h"
 
 // A device that is about to be removed takes no new handles; the open ones go on working until
 // then, as the removal may still be called off.
@@ -32,32 +34,26 @@ NTSTATUS NTAPI QvSampleCreate(DEVICE_OBJECT* deviceObject, IRP* irp) {
     return status;
 }
 
-// Ends the reads of a handle that is going away, and its part in the stream.
-static void LeaveStream(QV_DEVICE* device, IRP* irp) {
+static NTSTATUS CloseHandle(QV_DEVICE* device, IRP* irp) {
     FILE_OBJECT* file = IoGetCurrentIrpStackLocation(irp)->FileObject;
-    KIRQL irql;
 
     // A handle may outlive the start of its device, so this does not ask for a working one. Once
     // removal has begun there are no reads left, and there will be no other stream.
-    if (file == NULL || !NT_SUCCESS(HoldDevice(device, irp))) return;
-    EndReads(device, file, STATUS_CANCELLED);
-
-    KeAcquireSpinLock(&device->lock, &irql);
-    EndReading(device, file);
-    KeReleaseSpinLock(&device->lock, irql);
-    LeaveDevice(device, irp);
+    if (file != NULL && NT_SUCCESS(HoldDevice(device, irp))) {
+        LeaveStream(device, file);
+        LeaveDevice(device, irp);
+    }
+    return CompleteIrp(irp, STATUS_SUCCESS, 0);
 }
 
 // Runs at PASSIVE_LEVEL when a program's last handle is closed. The reads still keep the file
 // object alive: only when they have ended does the close request follow.
 NTSTATUS NTAPI QvSampleCleanup(DEVICE_OBJECT* deviceObject, IRP* irp) {
-    LeaveStream(deviceObject->DeviceExtension, irp);
-    return CompleteIrp(irp, STATUS_SUCCESS, 0);
+    return CloseHandle(deviceObject->DeviceExtension, irp);
 }
 
 // Runs at PASSIVE_LEVEL. Wine sends no cleanup, but this request in its place, so reads may still
 // be pending.
 NTSTATUS NTAPI QvSampleClose(DEVICE_OBJECT* deviceObject, IRP* irp) {
-    LeaveStream(deviceObject->DeviceExtension, irp);
-    return CompleteIrp(irp, STATUS_SUCCESS, 0);
+    return CloseHandle(deviceObject->DeviceExtension, irp);
 }

@@ -1,10 +1,14 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The I/O-control requests. All are buffered: the system buffer is the driver's own copy, as long
-// as the larger of the two lengths, and null when both are 0.
+// All requests are buffered: the system buffer is the driver's own copy, as long as the larger of
+// the two lengths, and null when both are 0.
 
-#include "Device.h"
+#include "DeviceControl.h"
+
+#include "Irp.h"
+#include "Parameters.h"
+#include "ReadWrite.h"
 
 static BOOLEAN HasInput(const IO_STACK_LOCATION* stack) {
     return stack->Parameters.DeviceIoControl.InputBufferLength != 0;
@@ -14,14 +18,23 @@ static BOOLEAN HasOutput(const IO_STACK_LOCATION* stack) {
     return stack->Parameters.DeviceIoControl.OutputBufferLength != 0;
 }
 
-// The answer is the byte count itself, and the system copies that many bytes of the system buffer
-// to the caller if there is one. So there must be none: with even the smallest buffer of either
-// kind the system would hand kernel memory behind it to the caller.
+// The byte count itself is what the caller wants to know. The system copies that many bytes of the
+// system buffer to the caller if there is one, and kernel memory with them if it is shorter. So
+// there must be no buffer.
 static NTSTATUS GetSize(const IO_STACK_LOCATION* stack, ULONG_PTR* bytes) {
     if (HasInput(stack) || HasOutput(stack)) return STATUS_INVALID_PARAMETER;
 
     *bytes = ParameterBlockSize();
     return STATUS_SUCCESS;
+}
+
+// The values are read under one lock, so that no change of another program is seen half done.
+static void ReadBlock(QV_DEVICE* device, QV_PARAMETER_RECORD* records) {
+    KIRQL irql;
+    DescribeParameters(records);
+    KeAcquireSpinLock(&device->lock, &irql);
+    ReadParameters(&device->parameters, records);
+    KeReleaseSpinLock(&device->lock, irql);
 }
 
 static NTSTATUS GetBlock(QV_DEVICE* device, IRP* irp, const IO_STACK_LOCATION* stack,
@@ -32,7 +45,7 @@ static NTSTATUS GetBlock(QV_DEVICE* device, IRP* irp, const IO_STACK_LOCATION* s
     }
     if (irp->AssociatedIrp.SystemBuffer == NULL) return STATUS_INVALID_USER_BUFFER;
 
-    ReadParameters(device, irp->AssociatedIrp.SystemBuffer);
+    ReadBlock(device, irp->AssociatedIrp.SystemBuffer);
     *bytes = ParameterBlockSize();
     return STATUS_SUCCESS;
 }
@@ -46,8 +59,8 @@ static NTSTATUS SetRecords(QV_DEVICE* device, IRP* irp, const IO_STACK_LOCATION*
     }
     if (irp->AssociatedIrp.SystemBuffer == NULL) return STATUS_INVALID_USER_BUFFER;
 
-    return WriteParameters(device, irp->AssociatedIrp.SystemBuffer,
-                           length / QV_PARAMETER_RECORD_SIZE);
+    return ChangeParameters(device, irp->AssociatedIrp.SystemBuffer,
+                            length / QV_PARAMETER_RECORD_SIZE);
 }
 
 // Runs at PASSIVE_LEVEL.

@@ -1,9 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The loop-back buffer: a ring of bytes.
-
-#include "Device.h"
+#include "Loopback.h"
 
 void PutBytes(QV_LOOPBACK* loopback, const UCHAR* bytes, ULONG count) {
     const ULONG end = (loopback->first + loopback->count) % loopback->capacity;

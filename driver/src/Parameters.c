@@ -1,16 +1,16 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The parameters: one row of the table each, and everything that reads and writes them.
+// Each parameter is one row of the table.
 //
 // To add a parameter give it an identifier in QvSampleDevice.h, raise the count there, and write
-// its row here. What it does to the device goes where `ParameterNumber` is asked for it, or, for
-// values that change by themselves, into a refresh routine.
+// its row here. What the value does to the device belongs to the code that calls `ParameterNumber`
+// for it. A value that changes by itself gets a refresh routine.
 
-#include "Device.h"
+#include "Parameters.h"
 
 // Sets a value anew before it is read. Called at DISPATCH_LEVEL with the lock held.
-typedef void QV_REFRESH(QV_DEVICE* device, QV_VALUE* value);
+typedef void QV_REFRESH(QV_PARAMETERS* parameters, QV_VALUE* value);
 
 typedef struct QV_PARAMETER {
     // What programs get, except for the value. A text that is too long for its field does not
@@ -114,10 +114,10 @@ C_ASSERT(RTL_NUMBER_OF(kParameters) == QV_SAMPLE_PARAMETER_COUNT);
 C_ASSERT(sizeof(WCHAR) == sizeof(wchar_t));
 
 // A simulated probe that warms up from 20 to 60 degC and cools down again, a step with each read.
-static void RefreshTemperature(QV_DEVICE* device, QV_VALUE* value) {
+static void RefreshTemperature(QV_PARAMETERS* parameters, QV_VALUE* value) {
     const ULONG coldest = 20;
     const ULONG span = 40;
-    const ULONG phase = device->temperatureStep++ % (2 * span);
+    const ULONG phase = parameters->temperatureStep++ % (2 * span);
     value->number = coldest + (phase < span ? phase : 2 * span - phase);
 }
 
@@ -128,22 +128,22 @@ static ULONG TextLength(const WCHAR* text, ULONG fieldUnits) {
     return length;
 }
 
-// Copies a text, and leaves zeros behind it: nothing that a program sent there comes back.
+// Copies a text and fills the rest with zeros, so that nothing a program sent there comes back.
 static void CopyText(WCHAR* to, const WCHAR* from) {
     const ULONG length = TextLength(from, QV_PARAMETER_TEXT_UNITS);
     RtlCopyMemory(to, from, length * sizeof(WCHAR));
     RtlZeroMemory(to + length, (QV_PARAMETER_TEXT_UNITS - length) * sizeof(WCHAR));
 }
 
-// Answers `QV_SAMPLE_PARAMETER_COUNT` when no parameter has this identifier.
+// Returns `QV_SAMPLE_PARAMETER_COUNT` when no parameter has this identifier.
 static ULONG FindParameter(ULONG id) {
     ULONG index = 0;
     while (index < QV_SAMPLE_PARAMETER_COUNT && kParameters[index].record.id != id) ++index;
     return index;
 }
 
-// Real hardware would be asked for its serial number. The sample makes one from the name of its
-// interface, which is different for each device and the same each time a device is started.
+// Real hardware knows its serial number. The sample makes one from the name of its interface, which
+// differs between devices and stays the same each time a device is started.
 static void MakeSerialNumber(const UNICODE_STRING* interfaceName, WCHAR* text) {
     static const WCHAR kHexDigits[] = L"0123456789ABCDEF";
     const ULONG units = interfaceName->Length / sizeof(WCHAR);
@@ -160,18 +160,18 @@ static void MakeSerialNumber(const UNICODE_STRING* interfaceName, WCHAR* text) {
         text[3 + index] = kHexDigits[(hash >> (28 - 4 * index)) & 15];
 }
 
-void InitializeParameters(QV_DEVICE* device) {
+void InitializeParameters(QV_PARAMETERS* parameters, const UNICODE_STRING* interfaceName) {
     ULONG index;
     for (index = 0; index < QV_SAMPLE_PARAMETER_COUNT; ++index) {
         const QV_PARAMETER_RECORD* record = &kParameters[index].record;
-        QV_VALUE* value = &device->values[index];
+        QV_VALUE* value = &parameters->values[index];
         value->number = record->defaultValue;
         if (record->type == QV_PARAMETER_STRING) {
             CopyText(value->text, record->content.string.defaultText);
         }
     }
-    MakeSerialNumber(&device->interfaceName,
-                     device->values[FindParameter(QV_SAMPLE_ID_SERIAL_NUMBER)].text);
+    MakeSerialNumber(interfaceName,
+                     parameters->values[FindParameter(QV_SAMPLE_ID_SERIAL_NUMBER)].text);
 }
 
 ULONG ParameterBlockSize(void) { return sizeof(QV_PARAMETER_RECORD) * QV_SAMPLE_PARAMETER_COUNT; }
@@ -184,22 +184,20 @@ static void ReadValue(const QV_VALUE* value, QV_PARAMETER_RECORD* record) {
     }
 }
 
-void ReadParameters(QV_DEVICE* device, QV_PARAMETER_RECORD* records) {
-    KIRQL irql;
+void DescribeParameters(QV_PARAMETER_RECORD* records) {
     ULONG index;
-
     for (index = 0; index < QV_SAMPLE_PARAMETER_COUNT; ++index) {
         records[index] = kParameters[index].record;
     }
+}
 
-    // Under one lock, so that no request of another program is seen half done.
-    KeAcquireSpinLock(&device->lock, &irql);
+void ReadParameters(QV_PARAMETERS* parameters, QV_PARAMETER_RECORD* records) {
+    ULONG index;
     for (index = 0; index < QV_SAMPLE_PARAMETER_COUNT; ++index) {
-        QV_VALUE* value = &device->values[index];
-        if (kParameters[index].refresh != NULL) kParameters[index].refresh(device, value);
+        QV_VALUE* value = &parameters->values[index];
+        if (kParameters[index].refresh != NULL) kParameters[index].refresh(parameters, value);
         ReadValue(value, &records[index]);
     }
-    KeReleaseSpinLock(&device->lock, irql);
 }
 
 static BOOLEAN HasName(const QV_PARAMETER_RECORD* record, const WCHAR* name) {
@@ -247,7 +245,7 @@ static NTSTATUS CheckRecord(const QV_PARAMETER* parameter, const QV_PARAMETER_RE
     return CheckNumber(parameter, record->value);
 }
 
-static NTSTATUS CheckRecords(const QV_PARAMETER_RECORD* records, ULONG count) {
+NTSTATUS CheckParameters(const QV_PARAMETER_RECORD* records, ULONG count) {
     BOOLEAN seen[QV_SAMPLE_PARAMETER_COUNT] = {FALSE};
     ULONG i;
     for (i = 0; i < count; ++i) {
@@ -262,9 +260,8 @@ static NTSTATUS CheckRecords(const QV_PARAMETER_RECORD* records, ULONG count) {
     return STATUS_SUCCESS;
 }
 
-// The lock is held, and the record has been checked.
-static void ApplyRecord(QV_DEVICE* device, const QV_PARAMETER_RECORD* record) {
-    QV_VALUE* value = &device->values[FindParameter(record->id)];
+static void ApplyRecord(QV_PARAMETERS* parameters, const QV_PARAMETER_RECORD* record) {
+    QV_VALUE* value = &parameters->values[FindParameter(record->id)];
     if (record->type == QV_PARAMETER_STRING) {
         CopyText(value->text, record->content.string.valueText);
     } else {
@@ -272,37 +269,15 @@ static void ApplyRecord(QV_DEVICE* device, const QV_PARAMETER_RECORD* record) {
     }
 }
 
-NTSTATUS WriteParameters(QV_DEVICE* device, const QV_PARAMETER_RECORD* records, ULONG count) {
-    KIRQL irql;
-    ULONG i;
-    // The records are the driver's own copy: what has been checked cannot change any more.
-    NTSTATUS status = CheckRecords(records, count);
-    if (!NT_SUCCESS(status)) return status;
-
-    KeAcquireSpinLock(&device->lock, &irql);
-    // Looked at again under the lock: no packet may become due on a device that has stopped.
-    status = DeviceReadiness(device);
-    if (NT_SUCCESS(status)) {
-        // Up to this moment the old values hold.
-        SettleReads(device);
-        for (i = 0; i < count; ++i) ApplyRecord(device, &records[i]);
-        FollowPacketRate(device);
-        SettleReads(device);
-    }
-    KeReleaseSpinLock(&device->lock, irql);
-    CompleteServedReads(device);
-    return status;
+void ApplyParameters(QV_PARAMETERS* parameters, const QV_PARAMETER_RECORD* records, ULONG count) {
+    ULONG index;
+    for (index = 0; index < count; ++index) ApplyRecord(parameters, &records[index]);
 }
 
-ULONG* NumberInPlace(QV_DEVICE* device, ULONG id) {
-    return &device->values[FindParameter(id)].number;
+ULONG ParameterNumber(const QV_PARAMETERS* parameters, ULONG id) {
+    return parameters->values[FindParameter(id)].number;
 }
 
-ULONG ParameterNumber(QV_DEVICE* device, ULONG id) {
-    KIRQL irql;
-    ULONG number;
-    KeAcquireSpinLock(&device->lock, &irql);
-    number = *NumberInPlace(device, id);
-    KeReleaseSpinLock(&device->lock, irql);
-    return number;
+ULONG* NumberInPlace(QV_PARAMETERS* parameters, ULONG id) {
+    return &parameters->values[FindParameter(id)].number;
 }

@@ -1,10 +1,13 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The life of a device, from AddDevice to its removal. All of it runs at PASSIVE_LEVEL, and the
-// plug-and-play manager sends one request at a time.
+// All of this runs at PASSIVE_LEVEL, and the plug-and-play manager sends one request at a time.
 
-#include "Device.h"
+#include "PlugAndPlay.h"
+
+#include "Irp.h"
+#include "Parameters.h"
+#include "ReadWrite.h"
 
 static void SetState(QV_DEVICE* device, QV_DEVICE_STATE state) {
     KIRQL irql;
@@ -26,10 +29,8 @@ static void InitializeDevice(QV_DEVICE* device, DEVICE_OBJECT* self, DEVICE_OBJE
     device->physicalDevice = physical;
     device->state = QvAdded;
     KeInitializeSpinLock(&device->lock);
-    InitializeListHead(&device->waitingReads);
-    InitializeListHead(&device->servedReads);
-    KeInitializeEvent(&device->clock.wake, SynchronizationEvent, FALSE);
     IoInitializeRemoveLock(&device->removeLock, QV_POOL_TAG, 0, 0);
+    InitializeReadWrite(device);
 }
 
 NTSTATUS NTAPI QvSampleAddDevice(DRIVER_OBJECT* driver, DEVICE_OBJECT* physicalDevice) {
@@ -48,7 +49,7 @@ NTSTATUS NTAPI QvSampleAddDevice(DRIVER_OBJECT* driver, DEVICE_OBJECT* physicalD
         IoDeleteDevice(self);
         return status;
     }
-    InitializeParameters(device);
+    InitializeParameters(&device->parameters, &device->interfaceName);
 
     device->lowerDevice = IoAttachDeviceToDeviceStack(self, physicalDevice);
     if (device->lowerDevice == NULL) {
@@ -69,31 +70,9 @@ static void StopDevice(QV_DEVICE* device, QV_DEVICE_STATE state) {
     StopReadWrite(device, state == QvStopped ? STATUS_CANCELLED : STATUS_DEVICE_REMOVED);
 }
 
-// Runs at any IRQL up to DISPATCH_LEVEL, on any thread.
-static NTSTATUS NTAPI SignalCompletion(DEVICE_OBJECT* deviceObject, IRP* irp, void* event) {
-    UNREFERENCED_PARAMETER(deviceObject);
-
-    if (irp->PendingReturned) KeSetEvent(event, IO_NO_INCREMENT, /*Wait=*/FALSE);
-    // Stops the completion here, so that the IRP comes back to the one who waits.
-    return STATUS_MORE_PROCESSING_REQUIRED;
-}
-
-// Sends an IRP down the stack and waits until all drivers below have handled it. The IRP is ours
-// again afterwards, and still has to be completed.
-static NTSTATUS PassIrpDownAndWait(QV_DEVICE* device, IRP* irp) {
-    KEVENT event;
-    KeInitializeEvent(&event, NotificationEvent, FALSE);
-    IoCopyCurrentIrpStackLocationToNext(irp);
-    IoSetCompletionRoutine(irp, SignalCompletion, &event, TRUE, TRUE, TRUE);
-    if (IoCallDriver(device->lowerDevice, irp) == STATUS_PENDING) {
-        (void)KeWaitForSingleObject(&event, Executive, KernelMode, /*Alertable=*/FALSE, NULL);
-    }
-    return irp->IoStatus.Status;
-}
-
 // The drivers below start first. The interface comes last: from then on programs come in.
 static NTSTATUS StartDevice(QV_DEVICE* device, IRP* irp) {
-    NTSTATUS status = PassIrpDownAndWait(device, irp);
+    NTSTATUS status = PassIrpDownAndWait(device->lowerDevice, irp);
     if (!NT_SUCCESS(status)) return status;
 
     status = StartReadWrite(device);
@@ -123,7 +102,7 @@ static NTSTATUS RemoveDevice(QV_DEVICE* device, IRP* irp) {
     IoReleaseRemoveLockAndWait(&device->removeLock, irp);
 
     irp->IoStatus.Status = STATUS_SUCCESS;
-    status = PassIrpDown(device, irp);
+    status = PassIrpDown(device->lowerDevice, irp);
 
     IoDetachDevice(device->lowerDevice);
     RtlFreeUnicodeString(&device->interfaceName);
@@ -155,10 +134,10 @@ static NTSTATUS HandleOnTheWayDown(QV_DEVICE* device, IRP* irp) {
             DisableInterface(device);
             break;
         default:
-            return PassIrpDown(device, irp);
+            return PassIrpDown(device->lowerDevice, irp);
     }
     irp->IoStatus.Status = STATUS_SUCCESS;
-    return PassIrpDown(device, irp);
+    return PassIrpDown(device->lowerDevice, irp);
 }
 
 NTSTATUS NTAPI QvSamplePnp(DEVICE_OBJECT* deviceObject, IRP* irp) {

@@ -1,33 +1,65 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The pending reads. Each waits in `waitingReads` until there is something for it, and goes from
-// there to `servedReads`, with its outcome, to be completed in its turn. It holds the device all
-// the time.
+// Each pending read is in `waiting` until there is something for it. It goes from there to
+// `served`, with its outcome, and is completed in its turn.
 //
-// Whoever takes a read out of its list completes it. Two might want to, and the exchange of the
-// cancel routine decides between them: a read whose routine the system has cleared belongs to that
-// routine, and stays in its list for it. A served read that completes at once has no cancel routine
-// any more; one that is delayed keeps it until it completes.
+// The thread that takes a read out of its list completes it. Two threads may want to, and the
+// exchange of the cancel routine decides: when the system has cleared the routine, the read belongs
+// to that routine and stays in its list for it. A served read without a delay has no cancel routine
+// any more. One with a delay keeps it until it completes.
 //
-// A read that finds nobody before it and something for it takes a short cut past both lists: it is
-// completed in the dispatch routine without ever having been pending.
+// A read that finds no other before it and something for it takes a short cut past both lists: it
+// is completed in the dispatch routine and was never pending.
 //
 // Reads are completed without the lock, so only one thread at a time may do it, or they would
 // overtake each other. A thread that finds another at work leaves its reads to that one. Programs
-// send new reads as fast as old ones complete, so a thread stops after a number of them: what is
-// left is for the clock.
+// may send new reads as fast as old ones complete, so a thread stops after a number of reads.
 
-#include "Device.h"
+#include "ReadQueue.h"
+
+#include "CurrentTime.h"
+#include "Irp.h"
 
 // How many reads a thread completes in a row. They may all be of other programs, and the request
-// that the thread came with is kept waiting meanwhile.
+// that the thread came with has to wait meanwhile.
 #define QV_READS_IN_A_ROW 16
 
 static DRIVER_CANCEL QvSampleCancelRead;
 
-IRP* ReadOfEntry(LIST_ENTRY* entry) {
+void InitializeReadQueue(QV_READ_QUEUE* queue, KSPIN_LOCK* lock, IO_REMOVE_LOCK* removeLock,
+                         const QV_READ_CALLS* calls, void* owner) {
+    queue->calls = calls;
+    queue->owner = owner;
+    queue->removeLock = removeLock;
+    queue->lock = lock;
+    InitializeListHead(&queue->waiting);
+    InitializeListHead(&queue->served);
+    queue->isCompleting = FALSE;
+    queue->isClosed = TRUE;
+}
+
+void OpenReadQueue(QV_READ_QUEUE* queue) { queue->isClosed = FALSE; }
+
+static IRP* ReadOfEntry(LIST_ENTRY* entry) {
     return CONTAINING_RECORD(entry, IRP, Tail.Overlay.ListEntry);
+}
+
+// The read that an entry of a list belongs to, or null for the list's head.
+static IRP* ReadInList(const LIST_ENTRY* list, LIST_ENTRY* entry) {
+    return entry == list ? NULL : ReadOfEntry(entry);
+}
+
+IRP* FirstWaitingRead(const QV_READ_QUEUE* queue) {
+    return ReadInList(&queue->waiting, queue->waiting.Flink);
+}
+
+IRP* NextWaitingRead(const QV_READ_QUEUE* queue, IRP* irp) {
+    return ReadInList(&queue->waiting, irp->Tail.Overlay.ListEntry.Flink);
+}
+
+IRP* NextServedRead(const QV_READ_QUEUE* queue, IRP* irp) {
+    return ReadInList(&queue->served, irp->Tail.Overlay.ListEntry.Flink);
 }
 
 QV_READ* NotesOfRead(IRP* irp) { return (QV_READ*)irp->Tail.Overlay.DriverContext; }
@@ -36,82 +68,80 @@ ULONG ReadLength(IRP* irp) { return IoGetCurrentIrpStackLocation(irp)->Parameter
 
 // Called at DISPATCH_LEVEL with the system's cancel lock held.
 static void NTAPI QvSampleCancelRead(DEVICE_OBJECT* deviceObject, IRP* irp) {
-    QV_DEVICE* device = deviceObject->DeviceExtension;
+    QV_READ_QUEUE* queue = NotesOfRead(irp)->queue;
     KIRQL irql;
+    UNREFERENCED_PARAMETER(deviceObject);
 
     IoReleaseCancelSpinLock(irp->CancelIrql);
 
-    KeAcquireSpinLock(&device->lock, &irql);
-    DropPacketOfRead(device, irp);
+    KeAcquireSpinLock(queue->lock, &irql);
+    queue->calls->takeBack(queue->owner, irp);
     RemoveEntryList(&irp->Tail.Overlay.ListEntry);
-    KeReleaseSpinLock(&device->lock, irql);
+    KeReleaseSpinLock(queue->lock, irql);
 
     CompleteIrp(irp, STATUS_CANCELLED, 0);
-    LeaveDevice(device, irp);
+    IoReleaseRemoveLock(queue->removeLock, irp);
 }
 
-NTSTATUS QueueRead(QV_DEVICE* device, IRP* irp) {
-    const NTSTATUS status = HoldDevice(device, irp);
+NTSTATUS QueueRead(QV_READ_QUEUE* queue, IRP* irp) {
+    const NTSTATUS status = IoAcquireRemoveLock(queue->removeLock, irp);
     if (!NT_SUCCESS(status)) return status;
 
     // Marked before it can be seen in the list: others may complete it at once.
     IoMarkIrpPending(irp);
-    *NotesOfRead(irp) = (QV_READ){.due = 0};
+    *NotesOfRead(irp) = (QV_READ){.queue = queue};
     (void)IoSetCancelRoutine(irp, QvSampleCancelRead);
     if (irp->Cancel && IoSetCancelRoutine(irp, NULL) != NULL) {
-        LeaveDevice(device, irp);
+        IoReleaseRemoveLock(queue->removeLock, irp);
         return STATUS_CANCELLED;
     }
     // When the cancel routine is being called already, it waits for the lock and finds the read.
-    InsertTailList(&device->waitingReads, &irp->Tail.Overlay.ListEntry);
+    InsertTailList(&queue->waiting, &irp->Tail.Overlay.ListEntry);
     return STATUS_PENDING;
 }
 
-BOOLEAN BeginReadAtOnce(QV_DEVICE* device, IRP* irp) {
-    if (device->isCompleting || AreReadsHeld(device) ||
-        *NumberInPlace(device, QV_SAMPLE_ID_FAULT_DELAY) > 0 ||
-        !IsListEmpty(&device->waitingReads) || !IsListEmpty(&device->servedReads)) {
+BOOLEAN BeginReadAtOnce(QV_READ_QUEUE* queue, IRP* irp) {
+    if (queue->isCompleting || !IsListEmpty(&queue->waiting) || !IsListEmpty(&queue->served)) {
         return FALSE;
     }
-    *NotesOfRead(irp) = (QV_READ){.isAtOnce = TRUE};
-    device->isCompleting = TRUE;
+    *NotesOfRead(irp) = (QV_READ){.queue = queue, .isAtOnce = TRUE};
+    queue->isCompleting = TRUE;
     return TRUE;
 }
 
-void CallOffReadAtOnce(QV_DEVICE* device) { device->isCompleting = FALSE; }
+void CallOffReadAtOnce(QV_READ_QUEUE* queue) { queue->isCompleting = FALSE; }
 
 // When a read that is served now may complete: not before one that was served earlier.
-static LONGLONG CompletionTime(QV_DEVICE* device, LONGLONG now) {
-    const ULONG delayMs = *NumberInPlace(device, QV_SAMPLE_ID_FAULT_DELAY);
-    const LONGLONG due = now + (LONGLONG)delayMs * (QV_SECOND / 1000);
-    if (IsListEmpty(&device->servedReads)) return due;
-    return max(due, NotesOfRead(ReadOfEntry(device->servedReads.Blink))->due);
+static LONGLONG CompletionTime(const QV_READ_QUEUE* queue, LONGLONG now, LONGLONG delay) {
+    const LONGLONG due = now + delay;
+    if (IsListEmpty(&queue->served)) return due;
+    return max(due, NotesOfRead(ReadOfEntry(queue->served.Blink))->due);
 }
 
-BOOLEAN MoveToServed(QV_DEVICE* device, IRP* irp, LONGLONG now) {
+BOOLEAN MoveToServed(QV_READ_QUEUE* queue, IRP* irp, LONGLONG now, LONGLONG delay) {
     QV_READ* notes = NotesOfRead(irp);
     if (notes->isAtOnce) return TRUE;
 
-    notes->due = CompletionTime(device, now);
+    notes->due = CompletionTime(queue, now, delay);
     notes->isDelayed = notes->due > now;
     if (!notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) return FALSE;
 
     RemoveEntryList(&irp->Tail.Overlay.ListEntry);
-    InsertTailList(&device->servedReads, &irp->Tail.Overlay.ListEntry);
+    InsertTailList(&queue->served, &irp->Tail.Overlay.ListEntry);
     return TRUE;
 }
 
-// Takes the oldest served read if it is to be completed now, and null if there is none. One that is
-// being cancelled holds up nobody, but its packet is dropped before a later one leaves the list,
-// which has to tell of it. The lock is held.
-static IRP* TakeServedRead(QV_DEVICE* device, LONGLONG now) {
+// Takes the oldest served read if it is to be completed now, and returns null if there is none. A
+// read that is being cancelled holds up no other, but what it was given is taken back before a
+// later one leaves the list. The lock is held.
+static IRP* TakeServedRead(QV_READ_QUEUE* queue, LONGLONG now) {
     LIST_ENTRY* entry;
-    for (entry = device->servedReads.Flink; entry != &device->servedReads; entry = entry->Flink) {
+    for (entry = queue->served.Flink; entry != &queue->served; entry = entry->Flink) {
         IRP* irp = ReadOfEntry(entry);
         const QV_READ* notes = NotesOfRead(irp);
         if (notes->due > now) return NULL;
         if (notes->isDelayed && IoSetCancelRoutine(irp, NULL) == NULL) {
-            DropPacketOfRead(device, irp);
+            queue->calls->takeBack(queue->owner, irp);
             continue;
         }
         RemoveEntryList(entry);
@@ -120,56 +150,56 @@ static IRP* TakeServedRead(QV_DEVICE* device, LONGLONG now) {
     return NULL;
 }
 
-static NTSTATUS CompleteRead(IRP* irp) {
-    const ULONG_PTR bytes = irp->IoStatus.Information;
-    if (NotesOfRead(irp)->holdsPacket) FillPayload(irp->AssociatedIrp.SystemBuffer, (ULONG)bytes);
-    return CompleteIrp(irp, irp->IoStatus.Status, bytes);
+static NTSTATUS CompleteRead(const QV_READ_QUEUE* queue, IRP* irp) {
+    queue->calls->fill(irp);
+    return CompleteIrp(irp, irp->IoStatus.Status, irp->IoStatus.Information);
 }
 
-NTSTATUS FinishReadAtOnce(QV_DEVICE* device, IRP* irp) {
-    const NTSTATUS status = CompleteRead(irp);
+NTSTATUS FinishReadAtOnce(QV_READ_QUEUE* queue, IRP* irp) {
+    const NTSTATUS status = CompleteRead(queue, irp);
     KIRQL irql;
 
-    KeAcquireSpinLock(&device->lock, &irql);
-    device->isCompleting = FALSE;
-    KeReleaseSpinLock(&device->lock, irql);
+    KeAcquireSpinLock(queue->lock, &irql);
+    queue->isCompleting = FALSE;
+    KeReleaseSpinLock(queue->lock, irql);
     return status;
 }
 
-// Whether a thread that has completed so many reads goes on. Nobody would take over from it while
-// the clock is stopped; by then the device takes no more reads, so there is an end. The lock is
-// held.
-static BOOLEAN MayCompleteMore(const QV_DEVICE* device, ULONG completed) {
-    return completed < QV_READS_IN_A_ROW || device->clock.stopping;
+// Whether a thread that has completed so many reads goes on. With a closed queue it does: nobody
+// would see to the rest, and no new reads come, so there is an end. The lock is held.
+static BOOLEAN MayCompleteMore(const QV_READ_QUEUE* queue, ULONG completed) {
+    return completed < QV_READS_IN_A_ROW || queue->isClosed;
 }
 
-void CompleteServedReads(QV_DEVICE* device) {
+void CompleteServedReads(QV_READ_QUEUE* queue) {
     KIRQL irql;
-    BOOLEAN wakeClock = FALSE;
 
-    KeAcquireSpinLock(&device->lock, &irql);
-    if (!device->isCompleting) {
+    KeAcquireSpinLock(queue->lock, &irql);
+    if (!queue->isCompleting) {
         ULONG completed = 0;
         IRP* irp;
-        device->isCompleting = TRUE;
-        while (MayCompleteMore(device, completed) &&
-               (irp = TakeServedRead(device, CurrentTime())) != NULL) {
+        queue->isCompleting = TRUE;
+        while (MayCompleteMore(queue, completed) &&
+               (irp = TakeServedRead(queue, CurrentTime())) != NULL) {
             ++completed;
-            KeReleaseSpinLock(&device->lock, irql);
-            (void)CompleteRead(irp);
-            LeaveDevice(device, irp);
-            KeAcquireSpinLock(&device->lock, &irql);
+            KeReleaseSpinLock(queue->lock, irql);
+            (void)CompleteRead(queue, irp);
+            IoReleaseRemoveLock(queue->removeLock, irp);
+            KeAcquireSpinLock(queue->lock, &irql);
         }
-        device->isCompleting = FALSE;
-        wakeClock = ClockHasToWake(device);
+        queue->isCompleting = FALSE;
     }
-    KeReleaseSpinLock(&device->lock, irql);
-    if (wakeClock) (void)KeSetEvent(&device->clock.wake, IO_NO_INCREMENT, /*Wait=*/FALSE);
+    KeReleaseSpinLock(queue->lock, irql);
+}
+
+LONGLONG NextServedTime(const QV_READ_QUEUE* queue) {
+    if (queue->isCompleting || IsListEmpty(&queue->served)) return QV_NEVER;
+    return NotesOfRead(ReadOfEntry(queue->served.Flink))->due;
 }
 
 // Moves the reads of one open handle, or all when `file` is null, from a list to `taken`, except
-// for those that are being cancelled, or completed in a moment. The lock is held.
-static void TakeReads(QV_DEVICE* device, LIST_ENTRY* reads, const FILE_OBJECT* file,
+// for those that are being cancelled or completed. The lock is held.
+static void TakeReads(QV_READ_QUEUE* queue, LIST_ENTRY* reads, const FILE_OBJECT* file,
                       LIST_ENTRY* taken) {
     LIST_ENTRY* entry;
     LIST_ENTRY* next;
@@ -178,25 +208,34 @@ static void TakeReads(QV_DEVICE* device, LIST_ENTRY* reads, const FILE_OBJECT* f
         next = entry->Flink;
         if (file != NULL && IoGetCurrentIrpStackLocation(irp)->FileObject != file) continue;
         if (IoSetCancelRoutine(irp, NULL) == NULL) continue;
-        DropPacketOfRead(device, irp);
+        queue->calls->takeBack(queue->owner, irp);
         RemoveEntryList(entry);
         InsertTailList(taken, entry);
     }
 }
 
-void EndReads(QV_DEVICE* device, const FILE_OBJECT* file, NTSTATUS status) {
+void EndReadsOfHandle(QV_READ_QUEUE* queue, const FILE_OBJECT* file, NTSTATUS status) {
     LIST_ENTRY taken;
     KIRQL irql;
 
     InitializeListHead(&taken);
-    KeAcquireSpinLock(&device->lock, &irql);
-    TakeReads(device, &device->servedReads, file, &taken);
-    TakeReads(device, &device->waitingReads, file, &taken);
-    KeReleaseSpinLock(&device->lock, irql);
+    KeAcquireSpinLock(queue->lock, &irql);
+    TakeReads(queue, &queue->served, file, &taken);
+    TakeReads(queue, &queue->waiting, file, &taken);
+    KeReleaseSpinLock(queue->lock, irql);
 
     while (!IsListEmpty(&taken)) {
         IRP* irp = ReadOfEntry(RemoveHeadList(&taken));
         CompleteIrp(irp, status, 0);
-        LeaveDevice(device, irp);
+        IoReleaseRemoveLock(queue->removeLock, irp);
     }
+}
+
+void CloseReadQueue(QV_READ_QUEUE* queue, NTSTATUS status) {
+    KIRQL irql;
+    KeAcquireSpinLock(queue->lock, &irql);
+    queue->isClosed = TRUE;
+    KeReleaseSpinLock(queue->lock, irql);
+
+    EndReadsOfHandle(queue, NULL, status);
 }

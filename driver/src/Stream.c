@@ -1,55 +1,17 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The packets: when they are due, what they are numbered, and what is in them.
-//
-// Nothing happens at the moment a packet becomes due without a read to take it. How many were due
-// by now is a matter of calculation, and whoever looks next drops what is left over.
+// Nothing happens at the moment a packet becomes due without a read to take it. How many packets
+// are due is calculated from the time that has passed, and whoever looks next drops the surplus.
 
-#include "Device.h"
+#include "Stream.h"
 
-// The system keeps its time at an address that is no multiple of eight, which a sanitizer of
-// undefined behaviour objects to.
-#ifdef __GNUC__
-#define QV_AT_ANY_ADDRESS __attribute__((no_sanitize("alignment")))
-#else
-#define QV_AT_ANY_ADDRESS
-#endif
+#include "CurrentTime.h"
+#include "QvSample/QvSamplePacket.h"
 
-static QV_AT_ANY_ADDRESS LONGLONG SystemTime(void) {
-    LARGE_INTEGER time = {.QuadPart = 0};
-    KeQuerySystemTime(&time);
-    return time.QuadPart;
-}
-
-void BeginReading(QV_DEVICE* device, FILE_OBJECT* file) {
-    if (file->FsContext != NULL) return;
-
-    file->FsContext = device;
-    if (device->stream.readers++ > 0) return;
-
-    device->stream.sequence = 0;
-    device->stream.dropped = 0;
-    device->stream.toSystemTime = SystemTime() - CurrentTime();
-    device->stream.rate = 0;
-    FollowPacketRate(device);
-}
-
-void EndReading(QV_DEVICE* device, FILE_OBJECT* file) {
-    if (file->FsContext == NULL) return;
-
-    file->FsContext = NULL;
-    if (--device->stream.readers == 0) device->stream.rate = 0;
-}
-
-static BOOLEAN ReturnsPackets(QV_DEVICE* device) {
-    return *NumberInPlace(device, QV_SAMPLE_ID_STREAM_MODE) == QV_SAMPLE_MODE_PACKETS;
-}
-
-void FollowPacketRate(QV_DEVICE* device) {
-    QV_STREAM* stream = &device->stream;
-    const BOOLEAN hasRate = stream->readers > 0 && ReturnsPackets(device);
-    const ULONG rate = hasRate ? *NumberInPlace(device, QV_SAMPLE_ID_PACKET_RATE) : 0;
+// Without a reader there is no stream, and no packet becomes due.
+static void FollowRate(QV_STREAM* stream) {
+    const ULONG rate = stream->readers > 0 ? stream->wantedRate : 0;
     if (rate == stream->rate) return;
 
     stream->rate = rate;
@@ -57,8 +19,33 @@ void FollowPacketRate(QV_DEVICE* device) {
     stream->counted = 0;
 }
 
-// How many packets have become due at the stream's rate. Both this and its reverse calculate whole
-// seconds apart from the rest, so that no product overflows.
+void SetPacketRate(QV_STREAM* stream, ULONG rate) {
+    stream->wantedRate = rate;
+    FollowRate(stream);
+}
+
+void BeginReading(QV_STREAM* stream, FILE_OBJECT* file) {
+    if (file->FsContext != NULL) return;
+
+    file->FsContext = stream;
+    if (stream->readers++ > 0) return;
+
+    stream->sequence = 0;
+    stream->dropped = 0;
+    stream->toSystemTime = SystemTime() - CurrentTime();
+    FollowRate(stream);
+}
+
+void EndReading(QV_STREAM* stream, FILE_OBJECT* file) {
+    if (file->FsContext == NULL) return;
+
+    file->FsContext = NULL;
+    --stream->readers;
+    FollowRate(stream);
+}
+
+// How many packets have become due at the stream's rate. This function and its reverse calculate
+// whole seconds apart from the rest, so that no product overflows.
 static ULONGLONG PacketsUntil(const QV_STREAM* stream, LONGLONG now) {
     const ULONGLONG passed = (ULONGLONG)(now - stream->countingSince);
     const ULONGLONG packets =
@@ -67,14 +54,13 @@ static ULONGLONG PacketsUntil(const QV_STREAM* stream, LONGLONG now) {
     return now > stream->countingSince ? max(packets, stream->counted) : stream->counted;
 }
 
-BOOLEAN IsPacketTimed(const QV_DEVICE* device) { return device->stream.rate > 0; }
+BOOLEAN IsPacketTimed(const QV_STREAM* stream) { return stream->rate > 0; }
 
-BOOLEAN IsPacketDue(const QV_DEVICE* device, LONGLONG now) {
-    return !IsPacketTimed(device) || PacketsUntil(&device->stream, now) > device->stream.counted;
+BOOLEAN IsPacketDue(const QV_STREAM* stream, LONGLONG now) {
+    return !IsPacketTimed(stream) || PacketsUntil(stream, now) > stream->counted;
 }
 
-LONGLONG NextPacketTime(const QV_DEVICE* device) {
-    const QV_STREAM* stream = &device->stream;
+LONGLONG NextPacketTime(const QV_STREAM* stream) {
     const ULONGLONG packets = stream->counted + 1;
     const ULONGLONG fraction = packets % stream->rate * QV_SECOND;
     // Rounded up: at that time the packet is due, and not just before.
@@ -82,9 +68,7 @@ LONGLONG NextPacketTime(const QV_DEVICE* device) {
                                               (fraction + stream->rate - 1) / stream->rate);
 }
 
-ULONG TakePacket(QV_DEVICE* device, UCHAR* buffer, LONGLONG now) {
-    QV_STREAM* stream = &device->stream;
-    const ULONG size = *NumberInPlace(device, QV_SAMPLE_ID_PACKET_SIZE);
+void TakePacket(QV_STREAM* stream, UCHAR* packet, ULONG size, LONGLONG now) {
     const QV_SAMPLE_PACKET_HEADER header = {
         .magic = QV_SAMPLE_PACKET_MAGIC,
         .payloadBytes = size - (ULONG)sizeof(header),
@@ -92,15 +76,13 @@ ULONG TakePacket(QV_DEVICE* device, UCHAR* buffer, LONGLONG now) {
         .timestamp = (ULONGLONG)(now + stream->toSystemTime),
         .dropped = stream->dropped,
     };
-    if (IsPacketTimed(device)) ++stream->counted;
-    RtlCopyMemory(buffer, &header, sizeof(header));
-    return size;
+    if (IsPacketTimed(stream)) ++stream->counted;
+    RtlCopyMemory(packet, &header, sizeof(header));
 }
 
-void DropDuePackets(QV_DEVICE* device, LONGLONG now) {
-    QV_STREAM* stream = &device->stream;
+void DropDuePackets(QV_STREAM* stream, LONGLONG now) {
     ULONGLONG missed;
-    if (!IsPacketTimed(device)) return;
+    if (!IsPacketTimed(stream)) return;
 
     missed = PacketsUntil(stream, now) - stream->counted;
     stream->counted += missed;
@@ -108,20 +90,9 @@ void DropDuePackets(QV_DEVICE* device, LONGLONG now) {
     stream->dropped += missed;
 }
 
-static QV_SAMPLE_PACKET_HEADER* HeaderInRead(IRP* irp) { return irp->AssociatedIrp.SystemBuffer; }
+void DropTakenPacket(QV_STREAM* stream) { ++stream->dropped; }
 
-void DropPacketOfRead(QV_DEVICE* device, IRP* irp) {
-    LIST_ENTRY* entry;
-    if (!NotesOfRead(irp)->holdsPacket) return;
-
-    NotesOfRead(irp)->holdsPacket = FALSE;
-    ++device->stream.dropped;
-    for (entry = irp->Tail.Overlay.ListEntry.Flink; entry != &device->servedReads;
-         entry = entry->Flink) {
-        IRP* later = ReadOfEntry(entry);
-        if (NotesOfRead(later)->holdsPacket) ++HeaderInRead(later)->dropped;
-    }
-}
+void CountDropInPacket(UCHAR* packet) { ++((QV_SAMPLE_PACKET_HEADER*)packet)->dropped; }
 
 // Adds to each of eight bytes, without a carry from one to the next.
 static ULONGLONG AddToBytes(ULONGLONG bytes, ULONGLONG summands) {
