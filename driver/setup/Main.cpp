@@ -32,7 +32,7 @@ constexpr std::chrono::seconds kStartTimeout(10);
 constexpr std::chrono::milliseconds kPollInterval(20);
 constexpr DWORD kOtherSetupTimeoutMs = 60 * 1000;
 
-// Lets one setup at a time look at the devices and change them.
+// Only one setup at a time looks at the devices and changes them.
 class SetupLock {
 public:
     SetupLock() : mutex_(::CreateMutexW(nullptr, FALSE, L"Global\\QvSampleSetup")) {
@@ -66,7 +66,7 @@ std::string SystemMessage(unsigned long aCode) {
     return ToUtf8(message);
 }
 
-// What the user can do about a failure; empty when the system's message says it all.
+// What the user can do about a failure. Empty when the system's message is enough.
 const char* Advice(unsigned long aCode) {
     switch (aCode) {
         case ERROR_ACCESS_DENIED:
@@ -133,8 +133,8 @@ std::filesystem::path InfBesideProgram() {
     return std::filesystem::path(path).replace_filename(L"QvSampleDriver.inf");
 }
 
-// Devices that were registered for an installation that then failed; they would stay behind without
-// a driver.
+// Devices that were registered for an installation that has failed since. They would stay behind
+// without a driver.
 void TakeBack(const std::vector<std::wstring>& aInstanceIds) {
     for (const std::wstring& id : aInstanceIds) {
         try {
@@ -146,7 +146,7 @@ void TakeBack(const std::vector<std::wstring>& aInstanceIds) {
     }
 }
 
-// Removes devices and tells which. Answers whether a restart is needed.
+// Removes devices and prints which. Returns whether a restart is needed.
 bool RemoveDevices(const std::vector<SampleDevice>& aDevices) {
     bool restart = false;
     for (const SampleDevice& device : aDevices) {
@@ -157,9 +157,9 @@ bool RemoveDevices(const std::vector<SampleDevice>& aDevices) {
     return restart;
 }
 
-// Answers whether a restart is needed. Two failures are none: a loaded driver's file cannot be
-// written, though the same driver then starts the new devices; and there may be nothing newer to
-// install for devices that do not start. Whether the devices start is looked at afterwards.
+// Returns whether a restart is needed. Two failures don't count. A loaded driver's file can't be
+// written, but the same driver then starts the new devices. And for devices that don't start there
+// may be nothing newer to install. Whether the devices start is checked afterwards.
 bool InstallDriverFile(const std::filesystem::path& aInf) {
     try {
         return InstallDriver(aInf);
@@ -170,7 +170,7 @@ bool InstallDriverFile(const std::filesystem::path& aInf) {
     }
 }
 
-// Registers devices until there are `aWanted`, and installs the driver for them. Answers whether a
+// Registers devices until there are `aWanted`, and installs the driver for them. Returns whether a
 // restart is needed.
 bool AddDevices(std::size_t aPresent, std::size_t aWanted, const std::filesystem::path& aInf) {
     std::vector<std::wstring> added;

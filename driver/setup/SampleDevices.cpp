@@ -112,7 +112,7 @@ std::wstring InterfacePath(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface) 
 // The device that an interface belongs to.
 std::wstring InterfaceOwner(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface) {
     auto device = EmptyData<SP_DEVINFO_DATA>();
-    // Too small a buffer for the path, but the owner is told all the same.
+    // The buffer is too small for the path, but the owner is stored all the same.
     const BOOL done =
         ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, nullptr, 0, nullptr, &device);
     Check(done || ::GetLastError() == ERROR_INSUFFICIENT_BUFFER,
@@ -153,8 +153,8 @@ std::filesystem::path InstalledDriver() {
     return std::filesystem::path(folder) / L"drivers" / kDriverFile;
 }
 
-// Stops the driver's service and waits until it has stopped. Does nothing where there is none, or
-// where it does not run.
+// Stops the driver's service and waits until it has stopped. Does nothing when there is no service,
+// or it doesn't run.
 void StopService() {
     const Service manager(::OpenSCManagerW(nullptr, nullptr, SC_MANAGER_CONNECT));
     if (manager.Get() == nullptr) return;

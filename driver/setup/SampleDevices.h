@@ -37,20 +37,20 @@ std::vector<SampleDevice> FindDevices();
 // Registers one more device, which has no driver yet, and returns its instance id.
 std::wstring RegisterDevice();
 
-// Installs the driver for all registered devices that have none, or an older one. Answers whether
+// Installs the driver for all registered devices that have none, or an older one. Returns whether
 // the machine has to be restarted before it works.
 bool InstallDriver(const std::filesystem::path& aInf);
 
-// Answers whether the machine's driver file is there and differs from the one beside the INF. A
-// driver that is loaded is not replaced.
+// Returns whether the machine has a driver file that differs from the one beside the INF. A driver
+// that is loaded is not replaced.
 bool IsOtherDriverInstalled(const std::filesystem::path& aInf);
 
-// Unloads the driver and deletes its file, as far as the system lets it go: when no device is left.
-// Windows unloads it by itself then, Wine has to be asked; and neither need replace a file that is
-// there by another one of the same version.
+// Unloads the driver and deletes its file. The system allows that when no device is left. Windows
+// unloads the driver by itself then, Wine has to be asked. The file is deleted because neither
+// needs to replace it by another one of the same version.
 void DiscardDriver();
 
-// Removes one device. Answers whether it goes away only when the machine is restarted.
+// Removes one device. Returns whether it goes away only when the machine is restarted.
 bool RemoveDevice(const std::wstring& aInstanceId);
 
 }  // namespace QvSampleSetup

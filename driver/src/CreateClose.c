@@ -7,8 +7,8 @@
 #include "Irp.h"
 #include "ReadWrite.h"
 
-// A device that is about to be removed takes no new handles; the open ones go on working until
-// then, as the removal may still be called off.
+// A device that is about to be removed takes no new handles. The open ones go on working until
+// then, because the removal may still be called off.
 static NTSTATUS CheckOpen(QV_DEVICE* device, const FILE_OBJECT* file) {
     KIRQL irql;
     BOOLEAN removePending;

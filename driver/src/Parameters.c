@@ -56,7 +56,7 @@ typedef struct QV_PARAMETER {
 
 // NOLINTEND(bugprone-macro-parentheses)
 
-// For the parameters that ask for faults: not in any user's way.
+// Parameters that simulate faults are hidden from ordinary users.
 #define QV_FAULT (QV_PARAMETER_HIDDEN | QV_PARAMETER_ADVANCED)
 
 static QV_REFRESH RefreshTemperature;

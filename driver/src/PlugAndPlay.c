@@ -63,8 +63,8 @@ NTSTATUS NTAPI QvSampleAddDevice(DRIVER_OBJECT* driver, DEVICE_OBJECT* physicalD
     return STATUS_SUCCESS;
 }
 
-// What stop, surprise removal and removal have in common. The state changes first, so that nothing
-// new begins while what is pending is ended.
+// What stop, surprise removal and removal have in common. The state changes first, so that no new
+// request begins while the pending ones are ended.
 static void StopDevice(QV_DEVICE* device, QV_DEVICE_STATE state) {
     SetState(device, state);
     StopReadWrite(device, state == QvStopped ? STATUS_CANCELLED : STATUS_DEVICE_REMOVED);
@@ -92,8 +92,8 @@ static void DisableInterface(QV_DEVICE* device) {
     (void)IoSetDeviceInterfaceState(&device->interfaceName, FALSE);
 }
 
-// The plug-and-play request itself holds the device, and gives it up here for good: after the wait
-// no other request is inside the driver.
+// The plug-and-play request itself holds the device until here. After the wait no other request is
+// inside the driver.
 static NTSTATUS RemoveDevice(QV_DEVICE* device, IRP* irp) {
     NTSTATUS status;
 
@@ -110,11 +110,11 @@ static NTSTATUS RemoveDevice(QV_DEVICE* device, IRP* irp) {
     return status;
 }
 
-// Agrees to a request before the drivers below get it. One that this driver does not know keeps the
-// status it came with.
+// Agrees to a request before the drivers below get it. A request that this driver does not know
+// keeps its status.
 //
-// Queries are agreed to without holding requests back: none of them uses a resource that would have
-// to be given up, and all can be ended at any time.
+// Queries are agreed to without holding requests back: no request uses a resource of the system,
+// and all can be ended at any time.
 static NTSTATUS HandleOnTheWayDown(QV_DEVICE* device, IRP* irp) {
     switch (IoGetCurrentIrpStackLocation(irp)->MinorFunction) {
         case IRP_MN_QUERY_STOP_DEVICE:

@@ -165,8 +165,8 @@ NTSTATUS FinishReadAtOnce(QV_READ_QUEUE* queue, IRP* irp) {
     return status;
 }
 
-// Whether a thread that has completed so many reads goes on. With a closed queue it does: nobody
-// would see to the rest, and no new reads come, so there is an end. The lock is held.
+// Whether a thread that has completed so many reads goes on. With a closed queue it does: no
+// thread would take over the rest, and no new reads come, so there is an end. The lock is held.
 static BOOLEAN MayCompleteMore(const QV_READ_QUEUE* queue, ULONG completed) {
     return completed < QV_READS_IN_A_ROW || queue->isClosed;
 }

@@ -27,7 +27,7 @@ typedef struct QV_READ_QUEUE {
     LIST_ENTRY waiting;    // Of IRPs, oldest first, linked by Tail.Overlay.ListEntry.
     LIST_ENTRY served;     // Likewise: their outcome is in IoStatus, and they are to complete.
     BOOLEAN isCompleting;  // A thread completes reads; no other may, to keep their order.
-    BOOLEAN isClosed;      // No read comes any more, and nobody sees to reads that are left over.
+    BOOLEAN isClosed;      // No read comes any more, and no thread takes over reads that are left.
 } QV_READ_QUEUE;
 
 // What is noted in a pending read, in the part of an IRP that belongs to its driver.
@@ -89,7 +89,7 @@ void CallOffReadAtOnce(QV_READ_QUEUE* queue);
 NTSTATUS FinishReadAtOnce(QV_READ_QUEUE* queue, IRP* irp);
 
 // Completes served reads whose time has come, in their order. The number is limited, however fast
-// new reads come, unless the queue is closed. `NextServedTime` tells what is left over. IRQL <=
+// new reads come, unless the queue is closed. `NextServedTime` shows what is left over. IRQL <=
 // DISPATCH_LEVEL, no lock held. The caller sees to it that the device stays.
 void CompleteServedReads(QV_READ_QUEUE* queue);
 

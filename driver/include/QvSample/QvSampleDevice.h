@@ -3,9 +3,9 @@
 
 /**
  * @file
- * What programs know about the sample device: how to find it, what its parameters are called, and
- * how its driver answers. Plain C, for user mode and kernel mode alike; a program includes
- * `<windows.h>` first only if it wants to.
+ * What programs need to know about the sample device: how to find it, what its parameters are, and
+ * what its driver does with each request. Plain C, for user mode and kernel mode alike. A program
+ * may include `<windows.h>` first, but need not.
  *
  * ## Requests
  *
@@ -13,13 +13,13 @@
  * state that they read and change belongs to the device, not to the handle: all programs see the
  * same values, which last until the device is removed.
  *
- * - `IOCTL_PARAMETERS_GET_SIZE` takes no input and no output buffer; the byte count of the answer
+ * - `IOCTL_PARAMETERS_GET_SIZE` takes no input and no output buffer. The byte count that it returns
  *   is the size of the parameter block.
  * - `IOCTL_PARAMETERS_GET` takes no input. It fills the output buffer, which may be larger than
  *   the block, with one record for each parameter, in a fixed order.
  * - `IOCTL_PARAMETERS_SET` takes 1 to `QV_SAMPLE_PARAMETER_COUNT` whole records in any order, none
  *   twice, and no output buffer. Of each record it looks at the identifier, the type, the name and
- *   the value; attributes, description, unit, range and defaults belong to the driver, and what a
+ *   the value. Attributes, description, unit, range and defaults belong to the driver, and what a
  *   record says about them is ignored. All records are checked before the first one takes effect:
  *   a refused request changes nothing.
  *
@@ -29,22 +29,22 @@
  * until there is something for them, and complete in the order in which they were sent. Each can be
  * cancelled.
  *
- * In mode Packets a read returns exactly one packet, as `QvSamplePacket.h` describes it, of the
- * size PacketSize. A read that is shorter is refused when its turn comes, which uses no packet up.
- * With PacketRate 0 there is a packet for every read. Otherwise packets become due as time passes,
- * the first one a period after the stream began or the rate was changed, and each goes to the
- * oldest pending read; when none is pending it is dropped: its sequence number is used up, and
- * `dropped` counts it. Neither drops nor failing reads stop the stream.
+ * In mode Packets a read returns exactly one packet of the size PacketSize, as `QvSamplePacket.h`
+ * describes it. A shorter read is refused when its turn comes, and uses no packet up.
+ * With PacketRate 0 there is a packet for every read. Otherwise packets become due as time passes.
+ * The first one is due a period after the stream began or the rate was changed. Each goes to the
+ * oldest pending read. When none is pending the packet is dropped: its sequence number is used up,
+ * and `dropped` counts it. Neither drops nor failing reads stop the stream.
  *
  * A device's stream, with sequence numbers and drops from 0, begins with the first read on a handle
  * while no other open handle has read, and ends when the last handle that has read is closed.
  *
  * In mode LoopBack reads return, in order and as one stream of bytes, what was written. A read gets
  * as many bytes as there are, up to its size, and waits while there are none. No packet becomes due
- * meanwhile; sequence numbers go on where they were when the mode is Packets again.
+ * meanwhile. In mode Packets sequence numbers go on where they were.
  *
- * `WriteFile` completes at once, in both modes: the bytes go to a buffer that reads empty in mode
- * LoopBack. A request for 0 bytes succeeds at once.
+ * `WriteFile` completes at once, in both modes. The bytes go to a buffer, from which reads in mode
+ * LoopBack take them. A request for 0 bytes succeeds at once.
  *
  * A change of parameters takes effect between two packets. Pending reads are served by the new
  * values, as if they had been sent after the change: in the new mode, by the new size and rate.
@@ -52,20 +52,19 @@
  *
  * ## Faults
  *
- * Hidden parameters ask for what goes wrong with hardware. They work in both modes but for
- * FaultShortReads, and never change the order of completions. Counts fall as they are used up; to
- * set one to 0 ends the fault.
+ * Hidden parameters simulate what goes wrong with hardware. They work in both modes, except for
+ * FaultShortReads, and never change the order of completions. Counts fall as they are used up. A
+ * count of 0 ends the fault.
  *
- * - FaultFailReads: so many reads fail with the status FaultStatus, beginning with the oldest
+ * - FaultFailReads: that many reads fail with the status FaultStatus, beginning with the oldest
  *   pending one. They do not wait for a packet and use none up.
- * - FaultShortReads: of so many packets the read returns only the first half, rounded down. The
- *   header is whole, and tells the full size.
- * - FaultDelay: every read completes that much later than it would, also one that fails, but not
- *   one that is cancelled. A delay that is changed holds for reads that are served afterwards. A
- *   delayed read that is cancelled takes what it was given with it: a packet counts as dropped,
- *   bytes of the loop-back are lost.
- * - FaultHold: while it is On, reads are not served at all, and can only be cancelled; packets that
- *   become due are dropped. With Off they go on.
+ * - FaultShortReads: of that many packets the read returns only the first half, rounded down. The
+ *   header is whole and has the full size.
+ * - FaultDelay: every read completes that much later, also one that fails, but not one that is
+ *   cancelled. A new delay is for reads that are served afterwards. When a delayed read is
+ *   cancelled, its packet counts as dropped, and its bytes of the loop-back are lost.
+ * - FaultHold: while it is On, reads are not served at all and can only be cancelled. Packets that
+ *   become due are dropped. With Off reads are served again.
  *
  * ## Refusals
  *
@@ -121,7 +120,7 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 /** What the INF matches. Wide, as SetupAPI takes it. */
 #define QV_SAMPLE_HARDWARE_ID L"ROOT\\QVSAMPLE"
 
-/** How many records `IOCTL_PARAMETERS_GET` answers, in the order of the identifiers below. */
+/** How many records `IOCTL_PARAMETERS_GET` returns, in the order of the identifiers below. */
 #define QV_SAMPLE_PARAMETER_COUNT 20u
 
 /** Integer, in us: the time between two samples. */
@@ -144,7 +143,7 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 #define QV_SAMPLE_ID_SELF_TEST_COUNT 9u
 /** Integer, advanced. */
 #define QV_SAMPLE_ID_FILTER_ORDER 10u
-/** Integer, in KiB: the size of the loop-back buffer; takes effect when the device starts again. */
+/** Integer, in KiB: the size of the loop-back buffer. Takes effect when the device starts again. */
 #define QV_SAMPLE_ID_BUFFER_SIZE 11u
 /** Integer of any 32-bit value, not worth saving. */
 #define QV_SAMPLE_ID_MARKER 12u

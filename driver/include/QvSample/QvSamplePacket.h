@@ -15,7 +15,7 @@
 /** Reads "QVPK" in a dump. */
 #define QV_SAMPLE_PACKET_MAGIC 0x4B505651u
 
-/** What every packet begins with. The payload follows at once. */
+/** Every packet begins with this. The payload follows without a gap. */
 typedef struct QV_SAMPLE_PACKET_HEADER {
     uint32_t magic;        /**< `QV_SAMPLE_PACKET_MAGIC`. */
     uint32_t payloadBytes; /**< The size of the payload, without this header. */
