@@ -81,12 +81,14 @@ set(qv_pages
     docs/abi.md
     docs/architecture.md
     docs/building-blocks.md
+    docs/building.md
     docs/devices.md
     docs/errors-and-logs.md
     docs/getting-started.md
     docs/log4cxx.md
     docs/parameters.md
     docs/performance.md
+    docs/qvctl.md
     docs/reliability.md
     docs/streaming.md
     docs/troubleshooting.md

@@ -15,6 +15,8 @@ set(guide_pages
     docs/errors-and-logs.md
     docs/log4cxx.md
     docs/building-blocks.md
+    docs/building.md
+    docs/qvctl.md
     docs/troubleshooting.md
     docs/architecture.md
     docs/abi.md
