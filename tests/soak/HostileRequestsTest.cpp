@@ -1,13 +1,15 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Programs that ask the driver for anything at all, on four handles at once, while another device
+// Programs that send the driver any request at all, on four handles at once, while another device
 // streams.
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 #include <cstring>
 #include <mutex>
+#include <ostream>
 #include <set>
 #include <string>
 #include <thread>
@@ -64,14 +66,42 @@ Answers AnswersTo(DWORD aCode, DWORD aInSize, DWORD aOutSize) {
     }
 }
 
-// One program without manners.
+enum class Request { Set, Get, GetSize, AnyCode, Read, Write };
+
+struct Scenario {
+    bool Has(Request aRequest) const {
+        return std::find(requests.begin(), requests.end(), aRequest) != requests.end();
+    }
+
+    const char* name;
+    unsigned long eighths;  // Of all requests.
+    std::vector<Request> requests;
+};
+
+const std::vector<Scenario> kScenarios = {
+    {"Changes", 1, {Request::Set}},
+    {"Blocks", 1, {Request::Get, Request::GetSize}},
+    {"OtherCodes", 1, {Request::AnyCode}},
+    {"Transfers", 1, {Request::Read, Request::Write}},
+    {"Everything",
+     4,
+     {Request::Set, Request::Set, Request::Set, Request::Get, Request::GetSize, Request::AnyCode,
+      Request::Read, Request::Write}},
+};
+
+// GoogleTest prints scenarios with this.
+void PrintTo(const Scenario& aScenario, std::ostream* aOut) { *aOut << aScenario.name; }
+
+// A program that sends requests with random contents and sizes.
 class HostileClient {
 public:
     HostileClient(HANDLE aDevice, unsigned long aSeed)
         : device_(aDevice), random_(aSeed, 0), in_(kLargest), out_(kLargest + 16) {}
 
-    void Run(unsigned long aCount) {
-        for (unsigned long request = 0; request < aCount; ++request) SendAnything();
+    void Send(const std::vector<Request>& aKinds, unsigned long aCount) {
+        for (unsigned long request = 0; request < aCount; ++request) {
+            Send(aKinds[random_.Below(aKinds.size())]);
+        }
     }
 
     // Answers that the driver does not document, and buffers that it wrote too much to.
@@ -82,26 +112,24 @@ public:
     unsigned long blocks = 0;
 
 private:
-    void SendAnything() {
-        switch (random_.Below(8)) {
-            case 0:
-            case 1:
-            case 2:
+    void Send(Request aRequest) {
+        switch (aRequest) {
+            case Request::Set:
                 return Control(IOCTL_PARAMETERS_SET, FillWithRecords(), Size(16));
-            case 3:
+            case Request::Get:
                 return Control(IOCTL_PARAMETERS_GET, Size(16), Size(30000));
-            case 4:
+            case Request::GetSize:
                 return Control(IOCTL_PARAMETERS_GET_SIZE, Size(16), Size(16));
-            case 5:
+            case Request::AnyCode:
                 return Control(AnyCode(), FillWithNoise(), Size(5000));
-            case 6:
+            case Request::Read:
                 return Transfer(/*aReads=*/true);
-            default:
+            case Request::Write:
                 return Transfer(/*aReads=*/false);
         }
     }
 
-    // Mostly nothing, or all that there is.
+    // Half of the time 0.
     DWORD Size(DWORD aLargest) { return random_.Chance(2) ? 0 : random_.Below(aLargest + 1); }
 
     DWORD AnyCode() {
@@ -208,7 +236,7 @@ private:
     std::vector<QV_PARAMETER_RECORD> own_;
 };
 
-// A stream that nobody may disturb.
+// A stream of the other device, which no request may disturb.
 class WatchedStream {
 public:
     WatchedStream() : thread_([this] { Run(); }) {}
@@ -262,54 +290,62 @@ private:
     std::thread thread_;  // Last: it uses all the others.
 };
 
-class HostileRequestsTest : public SampleDeviceTest {
+class HostileRequestsTest : public SampleDeviceTest, public testing::WithParamInterface<Scenario> {
 protected:
     static Handle OpenDevice() {
         DeviceConnection connection;
         EXPECT_THAT(connection.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), HasCode(Code::Success));
         return Handle(connection.ReleaseHandle());
     }
+
+    // Sends the requests on each handle, from a thread of its own.
+    void SendRequests() {
+        const unsigned long seed = Seed();
+        std::vector<std::thread> threads;
+        for (unsigned int index = 0; index < kHandles; ++index) {
+            threads.emplace_back([this, seed, index] {
+                const Handle device = OpenDevice();
+                HostileClient client(device.Get(), seed + index);
+                client.Send(GetParam().requests, count_ / kHandles);
+                const std::lock_guard<std::mutex> guard(lock_);
+                strange_.insert(client.strange.begin(), client.strange.end());
+                overruns_ += client.overruns;
+                changes_ += client.changes;
+                blocks_ += client.blocks;
+            });
+        }
+        for (std::thread& thread : threads) thread.join();
+    }
+
+    const unsigned long count_ = Scaled("QVTEST_REQUESTS", 20000) * GetParam().eighths / 8;
+    std::mutex lock_;  // Guards what follows while the threads run.
+    std::set<std::string> strange_;
+    unsigned long overruns_ = 0;
+    unsigned long changes_ = 0;
+    unsigned long blocks_ = 0;
 };
 
-TEST_F(HostileRequestsTest, DriverAndTheOtherDevicesStreamAreUnharmed) {
-    const unsigned long seed = Seed();
-    const unsigned long count = Scaled("QVTEST_REQUESTS", 20000) / kHandles;
+TEST_P(HostileRequestsTest, DriverAndTheOtherDevicesStreamAreUnharmed) {
     WatchedStream stream;
-    std::mutex lock;
-    std::set<std::string> strange;
-    unsigned long overruns = 0;
-    unsigned long changes = 0;
-    unsigned long blocks = 0;
-    std::vector<std::thread> threads;
-    for (unsigned int index = 0; index < kHandles; ++index) {
-        threads.emplace_back([&, index] {
-            const Handle device = OpenDevice();
-            HostileClient client(device.Get(), seed + index);
-            client.Run(count);
-            const std::lock_guard<std::mutex> guard(lock);
-            strange.insert(client.strange.begin(), client.strange.end());
-            overruns += client.overruns;
-            changes += client.changes;
-            blocks += client.blocks;
-        });
-    }
-    for (std::thread& thread : threads) thread.join();
+    SendRequests();
     stream.Stop();
 
-    EXPECT_THAT(strange, testing::IsEmpty());
-    EXPECT_EQ(0u, overruns);
-    EXPECT_GT(changes, 0u);
-    EXPECT_GT(blocks, 0u);
+    EXPECT_THAT(strange_, testing::IsEmpty());
+    EXPECT_EQ(0u, overruns_);
+    EXPECT_EQ(GetParam().Has(Request::Set), changes_ > 0);
+    EXPECT_EQ(GetParam().Has(Request::Get), blocks_ > 0);
     EXPECT_TRUE(stream.IsUnharmed()) << "packet " << stream.Packets();
     EXPECT_GT(stream.Packets(), 0u);
     RestoreDefaults();
     DeviceParameterRepository parameters;
     EXPECT_THAT(parameters.Connect(&connection_), IsBareCode(Code::Success));
     EXPECT_EQ(QV_SAMPLE_PARAMETER_COUNT, parameters.GetCount());
-    std::printf(
-        "%lu requests, %lu changes and %lu blocks among them, %lu packets of the other device\n",
-        count * kHandles, changes, blocks, stream.Packets());
+    std::printf("%lu requests, %lu changes, %lu blocks, %lu packets of the other device\n", count_,
+                changes_, blocks_, stream.Packets());
 }
+
+INSTANTIATE_TEST_SUITE_P(, HostileRequestsTest, testing::ValuesIn(kScenarios),
+                         [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
 }  // namespace
 }  // namespace QvTests

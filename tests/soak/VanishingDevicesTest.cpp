@@ -4,11 +4,12 @@
 // Devices that are removed and come back while eight threads use whatever devices there are.
 
 #include <atomic>
+#include <cstddef>
 #include <cstdio>
-#include <functional>
+#include <iostream>
 #include <map>
-#include <memory>
 #include <mutex>
+#include <ostream>
 #include <set>
 #include <string>
 #include <thread>
@@ -35,7 +36,7 @@ using QvUserLib::Parameter;
 using QvUserLib::Result;
 using QvUserLib::String;
 
-// What a device answers that is being removed, or has been.
+// The codes with which a request fails while its device is removed, and afterwards.
 const std::set<unsigned long> kGone = {
     ERROR_SUCCESS,        ERROR_INVALID_FUNCTION,  ERROR_ACCESS_DENIED, ERROR_NOT_READY,
     ERROR_DELETE_PENDING, ERROR_OPERATION_ABORTED, ERROR_DEVICE_REMOVED};
@@ -44,11 +45,11 @@ const std::set<unsigned long> kNotThere = {Code::Success, Code::NoSuchDevice,
 
 constexpr DWORD kPauseMs = 5;
 
-// How many of the system's locks may be waited for for the first time, for which the system opens
-// an event that stays.
+// The system opens an event, which stays open, when one of its locks is waited for the first time.
+// So many locks may be waited for.
 constexpr std::size_t kLocks = 4;
 
-// What the threads do, and what they were told.
+// Threads that use the devices, and the results that they get.
 class Users {
 public:
     void Enumerate() {
@@ -100,7 +101,7 @@ public:
         Note("Allocate", queue.Allocate(kPending + 1, &connection), {Code::Success});
         for (unsigned int packet = 0; packet < 50; ++packet) {
             void* const request = queue.GetNextAvailableRequest();
-            if (request == nullptr) continue;  // The oldest one failed, and has been told about.
+            if (request == nullptr) continue;  // The oldest one failed, and was noted.
             unsigned long size = 0;
             const Result read = connection.Read(
                 &buffer[std::size_t{packet % (kPending + 1)} * kSize], kSize, &size, request);
@@ -165,19 +166,37 @@ private:
     std::map<std::string, int> strange_;
 };
 
-class VanishingDevicesTest : public SampleDeviceTest {
+struct Scenario {
+    const char* name;
+    unsigned long quarters;  // Of the time.
+    std::vector<void (Users::*)()> uses;
+};
+
+const std::vector<Scenario> kScenarios = {
+    {"Parameters", 1, {&Users::Load, &Users::Apply}},
+    {"Streams", 1, {&Users::Stream}},
+    {"Everything", 2, {&Users::Enumerate, &Users::Load, &Users::Apply, &Users::Stream}},
+};
+
+// GoogleTest prints scenarios with this.
+void PrintTo(const Scenario& aScenario, std::ostream* aOut) { *aOut << aScenario.name; }
+
+constexpr std::size_t kThreads = 8;
+
+class VanishingDevicesTest : public SampleDeviceTest, public testing::WithParamInterface<Scenario> {
 protected:
-    static void UseOnce() {
+    // What the system opens at the first use stays open.
+    void UseOnce() {
+        device_.Add();
         Users users;
-        users.Enumerate();
-        users.Load();
-        users.Apply();
-        users.Stream();
+        for (const auto use : GetParam().uses) (users.*use)();
+        device_.Remove();
     }
 
-    // Answers how often the device was removed.
-    unsigned long RemoveAndAdd(ULONGLONG aTimeMs) {
-        const ULONGLONG end = ::GetTickCount64() + aTimeMs;
+    // Returns how often the device was removed.
+    unsigned long RemoveAndAdd() {
+        const ULONGLONG seconds = Scaled("QVTEST_VANISH_SECONDS", 8);
+        const ULONGLONG end = ::GetTickCount64() + seconds * 1000 * GetParam().quarters / 4;
         unsigned long removals = 0;
         while (::GetTickCount64() < end && !HasFailure()) {
             device_.Add();
@@ -187,32 +206,35 @@ protected:
         return removals;
     }
 
+    // Removes the device again and again while threads use it.
+    void UseWhileRemoving() {
+        Users users;
+        for (std::size_t thread = 0; thread < kThreads; ++thread) {
+            users.Start(GetParam().uses[thread % GetParam().uses.size()]);
+        }
+        removals_ = RemoveAndAdd();
+        users.Stop();
+        strange_ = users.Strange();
+        failuresInUse_ = users.FailuresInUse();
+        std::printf(
+            "%lu removals, %lu rounds of use, %lu failures, each with a code, %lu while in use\n",
+            removals_, users.Rounds(), users.Failures(), failuresInUse_);
+    }
+
     ThirdDevice device_;
+    unsigned long removals_ = 0;
+    unsigned long failuresInUse_ = 0;
+    std::map<std::string, int> strange_;
 };
 
-TEST_F(VanishingDevicesTest, NothingCrashesHangsOrIsLost) {
-    const ULONGLONG timeMs = 1000ULL * Scaled("QVTEST_VANISH_SECONDS", 10);
-    device_.Add();
-    UseOnce();  // What the system opens once for all.
-    device_.Remove();
+TEST_P(VanishingDevicesTest, NothingCrashesHangsOrIsLost) {
+    UseOnce();
     const std::size_t handles = CountOpenHandles();
     const std::size_t threads = CountThreads();
     ASSERT_GT(handles, 0u);
 
     const HandleLedger ledger;
-    auto users = std::make_unique<Users>();
-    for (const auto work : {&Users::Enumerate, &Users::Load, &Users::Apply, &Users::Stream}) {
-        users->Start(work);
-        users->Start(work);
-    }
-    const unsigned long removals = RemoveAndAdd(timeMs);
-    users->Stop();
-    const std::map<std::string, int> strange = users->Strange();
-    const unsigned long failuresInUse = users->FailuresInUse();
-    std::printf(
-        "%lu removals, %lu rounds of use, %lu failures, each with a code, %lu while in use\n",
-        removals, users->Rounds(), users->Failures(), failuresInUse);
-    users.reset();  // Its lock may have made an event.
+    UseWhileRemoving();
 
     // Both before the first failure, for which the test framework starts a thread.
     const std::size_t handlesAfter = CountOpenHandles();
@@ -220,11 +242,14 @@ TEST_F(VanishingDevicesTest, NothingCrashesHangsOrIsLost) {
     EXPECT_EQ(0, ledger.Unbalanced());
     EXPECT_LE(handlesAfter, handles + kLocks);
     EXPECT_EQ(threads, threadsAfter);
-    EXPECT_THAT(strange, testing::IsEmpty());
-    EXPECT_GT(removals, 0u);
+    EXPECT_THAT(strange_, testing::IsEmpty());
+    EXPECT_GT(removals_, 0u);
     // A few removals may all find the device at rest.
-    EXPECT_TRUE(failuresInUse > 0 || removals < 10) << removals;
+    EXPECT_TRUE(failuresInUse_ > 0 || removals_ < 10) << removals_;
 }
+
+INSTANTIATE_TEST_SUITE_P(, VanishingDevicesTest, testing::ValuesIn(kScenarios),
+                         [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
 }  // namespace
 }  // namespace QvTests
