@@ -34,8 +34,8 @@ function(qv_add_guarded_objects dll name)
         target_compile_options(${static} PRIVATE -fno-sanitize=alignment)
     endif()
 
-    set(archive ${CMAKE_CURRENT_BINARY_DIR}/guarded/lib${dll}.a)
-    set(source ${CMAKE_CURRENT_BINARY_DIR}/guarded/${dll}Slots.cpp)
+    set(archive ${CMAKE_CURRENT_BINARY_DIR}/lib${dll}.a)
+    set(source ${CMAKE_CURRENT_BINARY_DIR}/${dll}Slots.cpp)
     set(script ${PROJECT_SOURCE_DIR}/tests/guarded/MakeSlots.cmake)
     add_custom_command(
         OUTPUT ${archive} ${source}
@@ -54,15 +54,16 @@ endfunction()
 qv_add_guarded_objects(QvBaseLib base)
 qv_add_guarded_objects(QvUserLib user)
 
-add_library(QvGuardedHeap STATIC guarded/GuardedHeap.cpp)
+add_library(QvGuardedHeap STATIC GuardedHeap.cpp)
 target_include_directories(
-    QvGuardedHeap PUBLIC guarded ${CMAKE_CURRENT_SOURCE_DIR} PRIVATE ${PROJECT_SOURCE_DIR}/base/src
+    QvGuardedHeap PUBLIC ${CMAKE_CURRENT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/tests/support
+    PRIVATE ${PROJECT_SOURCE_DIR}/base/src
 )
 # The compiler must not take these functions for the ones that it knows.
 target_compile_options(QvGuardedHeap PRIVATE -fno-builtin)
 qv_configure_target(QvGuardedHeap "QvUserLib guarded heap for tests")
 
-add_library(QvGuardedMain STATIC guarded/GuardedMain.cpp)
+add_library(QvGuardedMain STATIC GuardedMain.cpp)
 target_include_directories(
     QvGuardedMain PRIVATE ${PROJECT_SOURCE_DIR}/base/src ${PROJECT_SOURCE_DIR}/include
                           ${PROJECT_SOURCE_DIR}/base/include
@@ -80,8 +81,8 @@ set(qv_guarded_files
     $<TARGET_FILE:QvGuardedHeap>
     $<TARGET_FILE:QvUserLibGuarded>
     $<TARGET_FILE:QvBaseLibGuarded>
-    ${CMAKE_CURRENT_BINARY_DIR}/guarded/libQvUserLib.a
-    ${CMAKE_CURRENT_BINARY_DIR}/guarded/libQvBaseLib.a
+    ${CMAKE_CURRENT_BINARY_DIR}/libQvUserLib.a
+    ${CMAKE_CURRENT_BINARY_DIR}/libQvBaseLib.a
 )
 
 # qv_link_guarded(PROGRAM [LIBRARY…])
