@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 /// @file
-/// The types of the base library that stand in this library's interface, under its own namespace.
+/// The base library's types that this library's interface uses, in this library's namespace.
 
 #ifndef QVUSERLIB_BASETYPES_H
 #define QVUSERLIB_BASETYPES_H

@@ -12,8 +12,8 @@ namespace QvUserLib {
 
 /// Lists the device interfaces of an interface class that are present.
 ///
-/// The list is taken when `Enumerate` is called; interfaces that come or go later do not change it.
-/// No failure is written to the error log. One object is for one thread at a time.
+/// `Enumerate` makes the list; interfaces that come or go later do not change it. Failures are not
+/// written to the error log. Use one object from one thread at a time.
 class QVUSERLIB_API DeviceEnumerator {
 public:
     DeviceEnumerator();
@@ -22,21 +22,22 @@ public:
     DeviceEnumerator(const DeviceEnumerator&) = delete;
     DeviceEnumerator& operator=(const DeviceEnumerator&) = delete;
 
-    /// Gives the symbolic link of the interface at `aIndex`, from 0, for
-    /// `DeviceConnection::Connect`. Walk the index upward until the call fails with `NoSuchDevice`.
+    /// Stores the symbolic link of the interface at `aIndex`, from 0, in `*aSymLink`, for
+    /// `DeviceConnection::Connect`. Count the index up until the call fails with `NoSuchDevice`.
     ///
     /// The link's 8-bit characters are in the *bytes* of the UTF-16 form, two in each unit. Read
     /// them as `reinterpret_cast<const char*>(link.GetUnicode())`, which is zero-terminated and
-    /// valid as long as the text; `GetAscii` would convert them and give something else.
+    /// valid as long as `link` does not change. Do not use `GetAscii`: it would convert the units
+    /// to other characters.
     ///
     /// @retval NotAllowed       `Enumerate` has not succeeded.
     /// @retval NoSuchDevice     There is no such interface, or its link is longer than 8187
     ///                          characters.
-    /// @retval InvalidArgument  There is one, but `aSymLink` is null.
+    /// @retval InvalidArgument  The interface exists, but `aSymLink` is null.
     virtual Result GetSymLink(unsigned int aIndex, String* aSymLink);
 
-    /// Takes the list of present interfaces of the class whose GUID `aInterfaceClass` points to.
-    /// The GUID is borrowed as long as the list is used. An earlier list is given up first.
+    /// Makes the list of present interfaces of a class. `aInterfaceClass` points to the class's
+    /// GUID, which must stay valid as long as the list is used. An earlier list is discarded first.
     ///
     /// @retval InvalidArgument  The system refused the class, or it is null.
     virtual Result Enumerate(const void* aInterfaceClass);

@@ -12,20 +12,19 @@
 namespace QvUserLib {
 
 /// The process-wide error log. Every failing operation of the library reports here, whether a file
-/// is open or not: the last 64 errors stay in memory with the thread that reported them, so any
-/// thread can ask for its own last error as text.
+/// is open or not. The last 64 errors stay in memory with the thread that reported them, so each
+/// thread can get its own last error as text.
 ///
 /// A line of the file reads `TIME [0xCODE] [0xTHREAD] FILE(LINE) TAG - MESSAGE`, where CODE is the
-/// result's low 16 bits (0xffff for 259) and TAG is `ERR ` or `INFO`. A line is cut to 1023
-/// characters when it is composed. It then passes `Log::Write` as a format, which cuts it to 511
-/// characters and turns `%%` into `%`; any other percent sign stays as it is.
+/// result's low 16 bits (0xffff for 259) and TAG is `ERR ` or `INFO`. A line is composed of at most
+/// 1023 characters. Writing it cuts it to 511 characters and turns `%%` into `%`; any other percent
+/// sign stays as it is.
 ///
-/// All operations may be called from any thread. Only the inherited three-argument `Open`, and
-/// `Write`, take no lock.
+/// All operations may be called from any thread. Only the inherited `Write` and three-argument
+/// `Open` take no lock.
 class QVUSERLIB_API ErrorLog : public Log {
 public:
-    /// The log that the library reports to. It lives from the loading of the library to its
-    /// unloading.
+    /// The log that the library reports to. It exists as long as the library is loaded.
     static ErrorLog& GetErrorLog();
 
     ErrorLog();
@@ -36,9 +35,9 @@ public:
 
     using Log::Open;
 
-    /// Starts a new file. A file that is there is first copied to its name with `.bak` appended
-    /// (cut to 259 characters), which replaces an earlier copy. When that cannot be done the new
-    /// file is started all the same, and the earlier one is gone.
+    /// Starts a new file. An existing file is first copied to its name with `.bak` appended (cut to
+    /// 259 characters), replacing an earlier copy. If that fails, the new file is started all the
+    /// same, and the old one is lost.
     ///
     /// @retval AlreadyOpen     A file is open; it stays as it is.
     /// @retval CannotOpenFile  The file cannot be opened.
@@ -47,7 +46,7 @@ public:
     /// Records an error, and writes its line when a file is open.
     ///
     /// @param aResult  The outcome that is reported.
-    /// @param aFile    The source file, or another label, of the reporter.
+    /// @param aFile    The source file, or another label for the place that reports.
     /// @param aLine    The line in it.
     /// @param aFormat  The message. A null or empty one records nothing and succeeds.
     /// @retval NotSet  No file is open; the error was recorded in memory.
@@ -56,41 +55,40 @@ public:
     Result WriteError(Result aResult, const char* aFile, unsigned long aLine, const char* aFormat,
                       ...);
 
-    /// As `WriteError`, with the arguments as a `va_list`. With a null one the format is the
-    /// message as it stands.
+    /// As `WriteError`, with the arguments as a `va_list`. If that is null, the format itself is
+    /// the message.
     QVBASELIB_PRINTF(5, 0)
     Result WriteErrorArg(Result aResult, const char* aFile, unsigned long aLine,
                          const char* aFormat, char*& aArguments);
 
-    /// Writes a line of information. It is not an error and is not kept in memory. Without an open
-    /// file this does nothing and succeeds, and so does a null or empty format.
+    /// Writes a line of information. It does not count as an error and is not kept in memory. Does
+    /// nothing and succeeds when no file is open or the format is null or empty.
     ///
     /// @return what `Log::Write` reports for the line.
     QVBASELIB_PRINTF(5, 6)
     Result WriteInfo(Result aResult, const char* aFile, unsigned long aLine, const char* aFormat,
                      ...);
 
-    /// As `WriteInfo`, with the arguments as a `va_list`. With a null one the format is the message
-    /// as it stands.
+    /// As `WriteInfo`, with the arguments as a `va_list`. If that is null, the format itself is the
+    /// message.
     ///
     /// @retval FileNotOpen  No file is open.
     QVBASELIB_PRINTF(5, 0)
     Result WriteInfoArg(Result aResult, const char* aFile, unsigned long aLine, const char* aFormat,
                         char*& aArguments);
 
-    /// Gives the calling thread's last error: its message in `aText`, its result as the returned
-    /// one.
+    /// Stores the message of the calling thread's last error in `aText`, and returns its result.
     ///
-    /// Messages that read exactly `~Error propagation` only mark an error on its way to the caller
-    /// and are passed over; when the thread has nothing else, the oldest of them is the answer. A
-    /// thread that has reported nothing gets the newest error of any thread. With no error at all
-    /// the text is empty and the result a success.
+    /// A message that is exactly `~Error propagation` only marks an error on its way to the caller
+    /// and is skipped. If the thread has no other message, its oldest one is used. A thread that
+    /// has reported nothing gets the newest error of any thread. If there is no error at all, the
+    /// text is empty and the result is a success.
     Result GetLastError(String& aText);
 
     /// Writes the errors in memory to the file, newest first, with the time of this call. Succeeds
     /// without doing anything when no file is open or nothing was recorded.
     ///
-    /// @return what `Log::Write` reports for the last line that was tried; a failure ends the dump.
+    /// @return what `Log::Write` reports for the last line tried; a failure ends the dump.
     Result DumpLastError();
 
 private:

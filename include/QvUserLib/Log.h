@@ -21,7 +21,7 @@ namespace QvUserLib {
 
 /// A plain text log file with an optional cap on its size.
 ///
-/// One object is for one thread at a time; `ErrorLog` adds a lock.
+/// Use one object from one thread at a time; `ErrorLog` adds a lock.
 class QVUSERLIB_API Log {
 public:
     Log();
@@ -32,21 +32,23 @@ public:
     Log(const Log&) = delete;
     Log& operator=(const Log&) = delete;
 
-    /// Opens a file. One that is open already is closed first. Child processes do not inherit it.
+    /// Opens a file and closes the one that was open. Child processes do not inherit it.
     ///
     /// @param aPath     The path, in the ANSI code page.
-    /// @param aMode     The mode, as of the C library's `fopen`: "a" appends, "w" starts anew.
-    /// @param aMaxSize  The cap in bytes, 0 or less for none. A file that has reached it keeps only
-    ///                  the last quarter of its bytes: `size / 4` of them from offset
-    ///                  `size * 3 / 4`, unchanged also when the mode translates line ends. For that
-    ///                  it is deleted and opened again in the same mode, so use a cap with a mode
-    ///                  that makes files: "r" and "r+" fail, and the file is gone. The file stays
-    ///                  whole when there is no memory for its last quarter, or when it cannot be
-    ///                  read or deleted. The cap works on opening only: a file grows without limit
-    ///                  while it is open.
-    /// @retval CannotOpenFile  The file cannot be opened, or not again after it was deleted, or the
-    ///                         path or the mode is null or empty. What was open stays open.
-    /// @retval ShortWrite      The file is open, but the disk did not take all that was to be kept.
+    /// @param aMode     The mode, as for the C library's `fopen`: "a" appends, "w" starts a new
+    ///                  file.
+    /// @param aMaxSize  The cap in bytes; 0 or less for none. It is checked only on opening: while
+    ///                  open, a file grows without limit. A file that has reached the cap keeps
+    ///                  only the last quarter of its bytes: `size / 4` of them from offset
+    ///                  `size * 3 / 4`, unchanged even when the mode translates line ends. For this
+    ///                  the file is deleted and opened again in the same mode. So use a cap only
+    ///                  with a mode that creates files: "r" and "r+" fail, and the file is gone.
+    ///                  The file stays whole when there is no memory for its last quarter, or when
+    ///                  it cannot be read or deleted.
+    /// @retval CannotOpenFile  The file cannot be opened, or cannot be opened again after it was
+    ///                         deleted, or the path or the mode is null or empty. A file that was
+    ///                         open stays open.
+    /// @retval ShortWrite      The file is open, but the kept bytes could not all be written.
     virtual Result Open(const char* aPath, const char* aMode, int aMaxSize);
 
     /// Flushes and closes the file, if one is open. Always succeeds.
@@ -56,11 +58,11 @@ public:
     /// format writes nothing and succeeds.
     ///
     /// @retval FileNotOpen  No file is open.
-    /// @retval ShortWrite   The file did not take all characters.
+    /// @retval ShortWrite   Not all characters could be written.
     QVBASELIB_PRINTF(2, 3) virtual Result Write(const char* aFormat, ...);
 
-    /// Chooses whether every line is flushed to the system, and returns what was chosen before.
-    /// Off at first.
+    /// Sets whether every line is flushed to the system, and returns the earlier setting. Off at
+    /// first.
     bool SetAutoFlush(bool aOn);
     /// Whether every line is flushed to the system.
     bool IsAutoFlush();
@@ -69,14 +71,14 @@ public:
     bool IsOpened();
 
 protected:
-    /// Writes `aLength` characters, and a line feed, which it puts behind them in the buffer.
+    /// Writes `aLength` characters and a line feed, which it stores in the buffer after them.
     ///
     /// @return as `Write`.
     Result WriteText(char* aText, std::size_t aLength);
 
 private:
     // These fields and their order are part of the binary interface. They are atomic because
-    // ErrorLog asks for them outside its lock, so that reporting costs little with no file open.
+    // ErrorLog reads them outside its lock, so that reporting costs little while no file is open.
     std::atomic<std::FILE*> file_;
     std::atomic<bool> autoFlush_;
 };

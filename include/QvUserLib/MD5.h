@@ -10,15 +10,15 @@
 namespace QvUserLib {
 
 /// The MD5 digest (RFC 1321) of a stream of bytes, computed by the system's own functions in
-/// `Cryptdll.dll`. It tells damaged data from good; it does not protect against forgery.
+/// `Cryptdll.dll`. It detects damaged data; it does not protect against forgery.
 ///
 /// The system library is loaded with the first object of the process and freed with the last one.
-/// Objects may be made and destroyed on any thread. One object is for one thread at a time;
+/// Objects may be made and destroyed on any thread. Use one object from one thread at a time;
 /// different objects may hash on different threads.
 class QVUSERLIB_API MD5 {
 public:
-    /// Loads the system's functions unless another object did. A failure shows as the code of
-    /// `Init`, and loading is tried again only after all objects have gone.
+    /// Loads the system's functions unless another object did. If that fails, `Init` reports it,
+    /// and loading is tried again only after all objects are destroyed.
     MD5();
     virtual ~MD5();
 
@@ -31,7 +31,7 @@ public:
     ///                         be called: they do not check, and the process would crash.
     Result Init();
 
-    /// Adds `aLength` bytes to the digest that `Init` began, in pieces of any size.
+    /// Adds `aLength` bytes to the digest that `Init` began. Pieces may have any size.
     void Update(const unsigned char* aData, unsigned int aLength);
 
     /// Ends the digest. `Init` begins the next one.
@@ -49,7 +49,7 @@ private:
         unsigned char digest[16];
     };
 
-    // What the system's functions work on. This field, those in it and their order are part of the
+    // The state of the system's functions. This field, those in it and their order are part of the
     // binary interface.
     Context context_;
 };

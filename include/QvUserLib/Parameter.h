@@ -13,17 +13,18 @@ namespace QvUserLib {
 class ParameterRepository;
 
 /// One named, numbered, typed setting of a device or an application: its value, default and range,
-/// its attribute marks, and a mark that tells whether the value was changed.
+/// its attribute marks, and a mark that says whether the value was changed.
 ///
-/// Look-ups in a `ParameterRepository` answer null for what is not there, and most operations may
-/// be called on such a null pointer: setters then return `InvalidArgument` with "The specified
-/// parameter doesn't exist", readers a fallback. The exceptions are the `Init…` operations, the
-/// setters of defaults, `AddEnumValue`, `GetIp`, `GetMac` and the readers of limits: they need a
-/// live object. Compile clients with `-fno-delete-null-pointer-checks` (the CMake target sees to
-/// it), or the compiler drops their own tests of a pointer that such a call was made on.
+/// Look-ups in a `ParameterRepository` return null for a missing parameter, and most operations may
+/// be called on such a null pointer. Setters then return `InvalidArgument` with "The specified
+/// parameter doesn't exist", and readers return a fallback. The exceptions are the `Init…`
+/// operations, the setters of defaults, `AddEnumValue`, `GetIp`, `GetMac` and the readers of
+/// limits: they need a real object. Compile clients with `-fno-delete-null-pointer-checks` (the
+/// CMake target adds it). Without it, after such a call the compiler drops the client's own null
+/// checks of that pointer.
 ///
 /// Every failure leaves the parameter unchanged and goes to the error log as `.\Parameter`. No
-/// locks are taken: callers serialise the use of one object, and of the group that it belongs to.
+/// locks are taken: use one object, and the group that it belongs to, from one thread at a time.
 class QVUSERLIB_API Parameter {
 public:
     /// What kind of value a parameter has. Enumeration, integer and boolean are the integer family:
@@ -33,37 +34,39 @@ public:
         TypeDouble = 1,
         TypeInteger = 2,
         TypeString = 3,
-        TypeBool = 4,   ///< 0 or 1, and a text, "TRUE" or "FALSE", beside it.
-        TypeGroup = 5,  ///< Further parameters, in a repository of their own.
+        TypeBool = 4,   ///< 0 or 1, with the text "TRUE" or "FALSE".
+        TypeGroup = 5,  ///< Other parameters, in a repository of their own.
         TypeNone = 0xFFFFFFFF
     };
 
-    /// A parameter without a type. One of the `Init…` operations gives it one.
+    /// A parameter without a type. One of the `Init…` operations sets it.
     Parameter(const String& aName, unsigned long aId);
 
-    /// Builds an independent copy, a group's members included.
+    /// Makes an independent copy, including a group's members.
     ///
-    /// A pending change moves to the copy: the source's change mark, or those of a group's members,
-    /// are cleared. When there is no memory for the copy (`std::bad_alloc`), the source keeps its
-    /// mark, but the members of a group lose theirs. Values are set through the public setters after the marks were copied, with
-    /// these effects: the copy of a read-only parameter holds the default (an integer), the first
-    /// entry (an enumeration) or the default text (a string) instead of the value; the change mark
-    /// of any other integer or string copy tells whether its value differs from its default, that
-    /// of an enumeration copy whether it differs from the first entry, and a floating-point or
-    /// boolean copy is unmarked. The default of a floating-point or boolean copy is the source's
-    /// value, and the minimum of an enumeration copy is 0.
+    /// A pending change moves to the copy: the source's change mark is cleared, for a group those
+    /// of its members. When there is no memory for the copy (`std::bad_alloc`), the source keeps
+    /// its mark, but the members of a group lose theirs.
+    ///
+    /// Values are set through the public setters after the marks were copied. The copy of a
+    /// read-only parameter therefore does not hold the value: an integer holds its default, a
+    /// string its default text, an enumeration its first entry. In any other integer, string or
+    /// enumeration copy, the change mark says whether the value differs from that default, default
+    /// text or first entry. Any other floating-point or boolean copy is unmarked. The default of a
+    /// floating-point or boolean copy is the source's value, and the minimum of an enumeration copy
+    /// is 0.
     Parameter(const Parameter& aSource);
 
     /// Destroys the entries and the group's members too.
     virtual ~Parameter();
 
-    /// Takes over the value of `aSource`, read as this parameter's own type with the readers'
-    /// fallbacks; a group takes over its members' values by identifier. Nothing else is assigned.
-    /// A value that is refused stays as it was, and only the error log tells.
+    /// Copies the value of `aSource`, read as this parameter's own type with the readers'
+    /// fallbacks. A group copies its members' values by identifier. Nothing else is assigned. If
+    /// the value is refused, this one stays as it was, and only the error log shows it.
     Parameter& operator=(const Parameter& aSource);
 
-    /// As the assignment, but reports the outcome, takes a null source (whose values are the
-    /// readers' fallbacks), and sets a boolean as an integer, without its text.
+    /// As `operator=`, but reports the outcome and sets a boolean as an integer, without its text.
+    /// A null source is allowed: its values are the readers' fallbacks.
     ///
     /// @retval InvalidArgument  This is null ("The specified parameter doesn't exist"), or the
     ///                          setter refused the value.
@@ -73,7 +76,7 @@ public:
 
     /// @name Initialisation
     ///
-    /// Each sets the type, and value and default alike; marks stay as they are.
+    /// Each sets the type, and sets value and default to the same value; marks stay as they are.
     ///
     /// @{
 
@@ -84,24 +87,24 @@ public:
     /// As `InitInteger`, for a floating-point number. Here limits may be negative.
     void InitDouble(double aValue, double aMin, double aMax);
 
-    /// The text is "TRUE" or "FALSE", and the range 0 to 1.
+    /// Makes the parameter a boolean, with the text "TRUE" or "FALSE" and the range 0 to 1.
     void InitBool(bool aValue);
 
-    /// Makes the parameter a string. Null reads as empty.
+    /// Makes the parameter a string. Null counts as empty.
     void InitString(const char* aValue);
 
-    /// Only the type: entries are then added with `AddEnumValue`.
+    /// Makes the parameter an enumeration. Sets only the type: add entries with `AddEnumValue`.
     void InitEnum();
 
-    /// Makes the parameter a group of `aMembers`, which it owns from now on, instead of an earlier
-    /// set, and gives every member its own marks. Null stands for a group without members.
+    /// Makes the parameter a group of `aMembers` and takes ownership of them; an earlier set is
+    /// deleted. Every member gets the group's marks. Null makes a group without members.
     void InitRepository(ParameterRepository* aMembers);
 
     /// @}
 
     // What a parameter is.
 
-    /// The name. Of a null object an empty text, as for the description.
+    /// The name; empty for a null object.
     const String& GetName() const;
 
     /// The identifier; 0xFFFFFFFF for a null object.
@@ -110,7 +113,7 @@ public:
     /// The position in the owning repository, which sets it. 0xFFFFFFFF for a null object.
     unsigned long GetIndex() const;
 
-    /// For the owning repository: says where the parameter stands.
+    /// Sets the position. Only the owning repository calls this.
     void SetIndex(unsigned long aIndex);
 
     /// One of `Type`; `TypeNone` for a null object.
@@ -124,7 +127,7 @@ public:
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     Result SetDescription(const String& aDescription);
 
-    /// The members of a group, which stay this parameter's own; null for every other type.
+    /// The members of a group, which this parameter owns; null for every other type.
     ParameterRepository* GetRepository() const;
 
     // Values.
@@ -142,16 +145,15 @@ public:
     /// another type or a null object.
     const String& GetString() const;
 
-    /// Sets the value of the integer family, and the change mark to whether it differs from the
-    /// value before. So a second change to the same value clears the mark.
+    /// Sets the value of the integer family. Sets the change mark if the new value differs from the
+    /// old one and clears it otherwise. So setting the same value twice clears the mark.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist"; "Value does not fit in the
     ///                          range".
     /// @retval NotAllowed       "Parameter is read-only"; "Parameter is not an integer type".
     Result SetInt(long long aValue);
 
-    /// As `SetInt`, but also for a read-only parameter: this is how whoever owns the parameter
-    /// updates it.
+    /// As `SetInt`, but also works on a read-only parameter, so that its owner can update it.
     Result ChangeInt(long long aValue);
 
     /// Sets a floating-point value, as `SetInt` does. NaN never fits a range.
@@ -162,8 +164,9 @@ public:
     ///                          worded for this type too).
     Result SetDouble(double aValue);
 
-    /// Sets the value of the integer family to 0 or 1 and the text to "TRUE" or "FALSE". The range
-    /// has to reach below 2 and not lie below 0; beyond that the value is not checked against it.
+    /// Sets the value of the integer family to 0 or 1 and the text to "TRUE" or "FALSE". Refused if
+    /// the range starts at 2 or above or ends below 0; otherwise the value is not checked against
+    /// it.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     /// @retval NotAllowed       "Parameter is read-only"; "Parameter is not an integer type"; "This
@@ -222,40 +225,40 @@ public:
 
     // Ranges, inclusive.
 
-    /// The lower limit of the integer family as it stands, whatever the type.
+    /// The lower limit of the integer family, without a check of the type.
     long long GetMinInt() const;
 
-    /// The upper limit of the integer family as it stands, whatever the type.
+    /// The upper limit of the integer family, without a check of the type.
     long long GetMaxInt() const;
 
-    /// The lower limit of floating-point numbers as it stands, whatever the type.
+    /// The lower limit of floating-point numbers, without a check of the type.
     double GetMinDouble() const;
 
-    /// The upper limit of floating-point numbers as it stands, whatever the type.
+    /// The upper limit of floating-point numbers, without a check of the type.
     double GetMaxDouble() const;
 
-    /// Gives the limits of an integer or enumeration. A failure leaves the outputs alone.
+    /// Stores the limits of an integer or enumeration. A failure leaves the outputs unchanged.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     /// @retval NotAllowed       "Parameter is not an integer type", also for a boolean.
     Result GetRangeInt(long long& aMin, long long& aMax) const;
 
-    /// Gives the limits of a floating-point parameter. A failure leaves the outputs alone.
+    /// Stores the limits of a floating-point parameter. A failure leaves the outputs unchanged.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     /// @retval NotAllowed       "Parameter is not an integer type" (so worded for this type too).
     Result GetRangeDouble(double& aMin, double& aMax) const;
 
-    /// Sets the limits of the integer family as given: neither their order nor value and default
-    /// are checked against them.
+    /// Sets the limits of the integer family without any check: not of their order, and not of
+    /// value and default against them.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     /// @retval NotAllowed       "Parameter is not an integer type".
     Result SetRange(long long aMin, long long aMax);
 
-    /// Sets the limits of a floating-point parameter. They have to be positive: each between the
-    /// smallest normal double (2.2250738585072014e-308) and the largest. NaN passes, and then no
-    /// value fits any more.
+    /// Sets the limits of a floating-point parameter. Each must be positive, from the smallest
+    /// normal double (2.2250738585072014e-308) to the largest. NaN is accepted, and then no value
+    /// fits any more.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist"; "Given limits must be
     ///                          within the limits for the type".
@@ -264,30 +267,30 @@ public:
 
     /// @name Attribute marks
     ///
-    /// Setting one sets it for all members of a group too, whose own results are not looked at; the
-    /// only failure is `InvalidArgument` for a null object. Of a null object every mark reads as
-    /// false. Only read-only has an effect here: it makes the value setters refuse. The others
-    /// inform the application and the driver.
+    /// Setting a mark on a group also sets it on all members; their results are ignored. The only
+    /// failure is `InvalidArgument` for a null object. For a null object every mark reads as false.
+    /// Only read-only has an effect here: the value setters refuse. The other marks inform the
+    /// application and the driver.
     ///
     /// @{
 
-    Result SetReadOnly(bool aOn);         ///< Sets what `IsReadOnly` answers.
-    Result SetHidden(bool aOn);           ///< Sets what `IsHidden` answers.
-    Result SetVolatile(bool aOn);         ///< Sets what `IsVolatile` answers.
-    Result SetEnabled(bool aOn);          ///< Sets what `IsEnabled` answers.
-    Result SetPersistent(bool aOn);       ///< Sets what `IsPersistent` answers.
-    Result SetAdvanced(bool aOn);         ///< Sets what `IsAdvanced` answers.
-    Result SetRestartRequired(bool aOn);  ///< Sets what `IsRestartRequired` answers.
+    Result SetReadOnly(bool aOn);         ///< Sets what `IsReadOnly` returns.
+    Result SetHidden(bool aOn);           ///< Sets what `IsHidden` returns.
+    Result SetVolatile(bool aOn);         ///< Sets what `IsVolatile` returns.
+    Result SetEnabled(bool aOn);          ///< Sets what `IsEnabled` returns.
+    Result SetPersistent(bool aOn);       ///< Sets what `IsPersistent` returns.
+    Result SetAdvanced(bool aOn);         ///< Sets what `IsAdvanced` returns.
+    Result SetRestartRequired(bool aOn);  ///< Sets what `IsRestartRequired` returns.
 
-    /// The value setters refuse, but for `ChangeInt`.
+    /// The value setters refuse, except `ChangeInt`.
     bool IsReadOnly() const;
-    /// Not for the eyes of ordinary users.
+    /// Not shown to ordinary users.
     bool IsHidden() const;
     /// The driver changes the value by itself.
     bool IsVolatile() const;
     /// The parameter can be used at present. True at first.
     bool IsEnabled() const;
-    /// The value outlives a restart of the driver. True at first.
+    /// The value survives a restart of the driver. True at first.
     bool IsPersistent() const;
     /// For experts.
     bool IsAdvanced() const;
@@ -296,8 +299,8 @@ public:
 
     /// @}
 
-    /// Whether the last change gave another value, of a group whether this holds for any member.
-    /// `aReset` clears the mark, or those of all members. False for a null object.
+    /// Whether the last change set a different value; for a group, whether this holds for any
+    /// member. `aReset` clears the mark, for a group those of all members. False for a null object.
     bool HasChanged(bool aReset) const;
 
     // Enumeration entries.
@@ -307,11 +310,13 @@ public:
     /// @retval NotAllowed  "Parameter is not an enumeration type".
     Result AddEnumValue(const String& aName);
 
+    /// Stores the number of entries in `aCount`. A failure leaves it unchanged.
+    ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     /// @retval NotAllowed       "Parameter is not an enumeration type".
     Result GetEnumValueCount(unsigned long& aCount) const;
 
-    /// Gives the name of the entry at `aIndex`. A failure leaves `aName` alone.
+    /// Stores the name of the entry at `aIndex` in `aName`. A failure leaves `aName` unchanged.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist"; "Invalid enumeration value
     ///                          index".
@@ -319,11 +324,11 @@ public:
     Result GetEnumValue(unsigned long aIndex, String& aName) const;
 
     /// The name of the entry at `aIndex`; empty when there is none. It is valid as long as the
-    /// parameter.
+    /// parameter exists.
     const String& GetEnumValueString(unsigned long aIndex) const;
 
-    /// Gives the position of the first entry with that name, case-sensitive; 0xFFFFFFFF when there
-    /// is none.
+    /// Stores the position of the first entry with that name, case-sensitive, in `aIndex`;
+    /// 0xFFFFFFFF when there is none.
     ///
     /// @retval InvalidArgument  "The specified parameter doesn't exist".
     /// @retval NotAllowed       "Parameter is not an enumeration type".
@@ -338,18 +343,18 @@ public:
     /// @retval NotAllowed       "Parameter is read-only"; "Parameter is not a string type".
     Result SetIp(unsigned char a1, unsigned char a2, unsigned char a3, unsigned char a4);
 
-    /// Stores a MAC address as lower-case hexadecimal pairs with colons between. Fails as `SetIp`.
+    /// Stores a MAC address as lower-case hexadecimal pairs separated by colons. Fails as `SetIp`.
     Result SetMac(unsigned char a1, unsigned char a2, unsigned char a3, unsigned char a4,
                   unsigned char a5, unsigned char a6);
 
-    /// Reads four numbers with dots between, each decimal, octal (leading 0) or hexadecimal
-    /// (leading 0x) and cut to its low 8 bits. A failure leaves the outputs alone.
+    /// Reads four numbers separated by dots. Each is decimal, octal (leading 0) or hexadecimal
+    /// (leading 0x), and is cut to its low 8 bits. A failure leaves the outputs unchanged.
     ///
     /// @retval NotSupported  Not a string, or the text does not read so. Nothing is logged.
     Result GetIp(unsigned char& a1, unsigned char& a2, unsigned char& a3, unsigned char& a4);
 
-    /// Reads six hexadecimal numbers with hyphens between, each cut to its low 8 bits. What
-    /// `SetMac` stores, with colons, does not read back here. A failure leaves the outputs alone.
+    /// Reads six hexadecimal numbers separated by hyphens, each cut to its low 8 bits. It cannot
+    /// read what `SetMac` stores, which has colons. A failure leaves the outputs unchanged.
     ///
     /// @retval NotSupported  Not a string, or the text does not read so. Nothing is logged.
     Result GetMac(unsigned char& a1, unsigned char& a2, unsigned char& a3, unsigned char& a4,

@@ -22,19 +22,20 @@ namespace QvUserLib {
 
 class Parameter;
 
-/// A named, numbered set of parameters, each reached by its index, its identifier or its name.
+/// A named, numbered set of parameters, each found by its index, its identifier or its name.
 ///
 /// The repository owns its parameters: it deletes them when they are removed and when it is
 /// destroyed. Pointers from look-ups are borrowed and valid until then. Indices run from 0 without
-/// gaps, in the order of addition; no two parameters share an identifier or a name. Names compare
-/// as 8-bit texts, case-sensitive, so names that differ only in characters which the ANSI code page
-/// lacks are equal. A parameter holds its name in UTF-16: 8-bit bytes that come back from there as
-/// others, such as bytes that are no text of the code page, are found by the parameter's `GetName`.
+/// gaps, in the order in which parameters were added.
 ///
-/// `Add`, the removals and copying reach the look-ups through the virtual table, so that a derived
-/// class which overrides those changes these too. No locks are taken: callers serialise the use of
-/// one object. When memory is exhausted `std::bad_alloc` reaches the caller and the set is
-/// unchanged.
+/// No two parameters have the same identifier or the same name. Names compare as 8-bit texts,
+/// case-sensitive, so names that differ only in characters that the ANSI code page lacks are equal.
+/// A parameter stores its name in UTF-16. An 8-bit name that this conversion changes, such as bytes
+/// that are not valid in the code page, is found only under what the parameter's `GetName` returns.
+///
+/// `Add`, the removals and copying call the look-ups as virtual functions, so a derived class that
+/// overrides a look-up changes them too. No locks are taken: use one object from one thread at a
+/// time. When memory runs out, `std::bad_alloc` reaches the caller and the set is unchanged.
 class QVUSERLIB_API ParameterRepository {
 public:
     /// An empty repository.
@@ -46,15 +47,15 @@ public:
 
     virtual ~ParameterRepository();
 
-    /// Assigns, with `Parameter::operator=`, the parameters of `aSource` to those here that have
-    /// the same identifiers. Name, identifier and membership stay.
+    /// Assigns each parameter of `aSource`, with `Parameter::operator=`, to the one here that has
+    /// the same identifier. Name, identifier and the set of parameters stay as they are.
     const ParameterRepository& operator=(const ParameterRepository& aSource);
 
-    // The order of the virtual functions is part of the binary interface. MSVC lays out the
-    // overloads of one name in reverse order of declaration, GCC and Clang do not: to give all of
-    // them the same order, overloads stand together and are declared in reverse for MSVC.
+    // The order of the virtual functions is part of the binary interface. MSVC lays out overloads
+    // of one name in reverse order of declaration; GCC and Clang do not. To get the same order from
+    // all of them, overloads are declared next to each other, and in reverse for MSVC.
 
-    /// The name; it stays this object's own.
+    /// The name, which this object owns.
     virtual const String& GetName() const;
     /// The identifier.
     virtual unsigned long GetID() const;
@@ -63,14 +64,14 @@ public:
     /// The parameter with that identifier, or null.
     virtual Parameter* GetByID(unsigned long aID);
 
-    /// As the other form.
+    /// As the other overload.
     virtual const Parameter* GetByID(unsigned long aID) const;
 
     /// The parameter at that index, or null.
     virtual Parameter* GetByIndex(unsigned long aIndex);
 
-    /// The parameter at that index, which has to be below `GetCount()`: the process is stopped
-    /// otherwise.
+    /// The parameter at that index, which must be below `GetCount()`: otherwise the process is
+    /// aborted.
     virtual const Parameter* GetByIndex(unsigned long aIndex) const;
 #else
     virtual const Parameter* GetByID(unsigned long aID) const;
@@ -82,12 +83,12 @@ public:
     /// The number of parameters; a group counts as one.
     virtual unsigned long GetCount() const;
 
-    /// The index of the parameter with that identifier, which has to be there: test with `HasByID`
-    /// first. Otherwise the process is stopped.
+    /// The index of the parameter with that identifier. If there is none, the process is aborted:
+    /// check with `HasByID` first.
     virtual unsigned long GetIndexByID(unsigned long aID);
 
-    /// The index of the parameter with that name, which has to be there: test with `HasByName`
-    /// first. Otherwise the process is stopped.
+    /// The index of the parameter with that name. If there is none, the process is aborted: check
+    /// with `HasByName` first.
     virtual unsigned long GetIndexByName(const String& aName);
 
     /// Whether there is a parameter with that identifier.
@@ -95,24 +96,23 @@ public:
     /// Whether there is a parameter with that name.
     virtual bool HasByName(const String& aName) const;
 
-    /// Sets every parameter that is not read-only to its default; what they report is not looked
-    /// at. Always succeeds.
+    /// Sets every parameter that is not read-only to its default and ignores failures. Always
+    /// succeeds.
     virtual Result ResetDefaults();
 
-    /// Appends a parameter and takes ownership of it. A parameter that is refused stays the
-    /// caller's.
+    /// Appends a parameter and takes ownership of it. The caller keeps a parameter that is refused.
     ///
-    /// @retval InvalidArgument  "Error allocating memory for the parameter" (it is null, as a
+    /// @retval InvalidArgument  "Error allocating memory for the parameter" (it is null, as after a
     ///                          failed allocation); "Invalid name, it must be non-empty!"; "Invalid
     ///                          property type!" (it has no type).
     /// @retval NotAllowed       "Parameter already exists!" (the name); "Parameter with the
     ///                          specified identifier already exists!".
     virtual Result Add(Parameter* aParameter);
 
-    /// Removes and deletes a parameter. Those behind it move down by one index.
+    /// Removes and deletes a parameter. Those after it move down by one index.
     ///
     /// @retval NotFound  The index equals `GetCount()`; nothing is logged. An index above that
-    ///                   stops the process.
+    ///                   aborts the process.
     virtual Result RemoveByIndex(unsigned long aIndex);
 
     /// As `RemoveByIndex`, for the parameter with that identifier.
@@ -125,8 +125,9 @@ public:
     /// @retval NotFound  There is none; nothing is logged.
     virtual Result RemoveByName(const String& aName);
 
-    /// Sets the value of the parameter with that identifier from the one in `aSource`. A refusal of
-    /// the value, such as by a read-only parameter, is only logged, and the call succeeds.
+    /// Sets the value of the parameter with that identifier from the one in `aSource`. If the
+    /// parameter refuses the value, for instance because it is read-only, this is only logged and
+    /// the call succeeds.
     ///
     /// @retval NotFound      One of the two is missing; nothing is logged.
     /// @retval NotSupported  Their types differ, or are not enumeration, floating point, integer or
@@ -143,8 +144,8 @@ public:
 
 private:
     // Orders names as String's operator< does, and finds one by its 8-bit text without making a
-    // String of it. The keys of the map were made from 8-bit texts, so their 8-bit form is current
-    // and has no zeros in it.
+    // String. The keys of the map were made from 8-bit texts, so their 8-bit form is current and
+    // has no zeros in it.
     /// @cond
     struct NameOrder {
         struct Text {

@@ -18,11 +18,12 @@
 
 namespace QvUserLib {
 
-/// How far a long operation has come: a status text, steps done of steps in all, and a percentage.
+/// The progress of a long operation: a status text, the steps done, the steps in total, and a
+/// percentage.
 ///
-/// The operation writes and another party reads, each on a thread of its own. The status is guarded
-/// by a lock. The counters are not tied to each other or to the status: a reader may see one of
-/// them already changed and the other not yet, and only one thread may write them.
+/// The operation writes on one thread and others read. A lock guards the status. The counters are
+/// independent of each other and of the status: a reader may see one changed and another not yet,
+/// and only one thread may write them.
 class QVUSERLIB_API Progress {
 public:
     Progress();
@@ -38,19 +39,20 @@ public:
 
     /// The number of steps done.
     unsigned int GetStepCompleted();
-    /// The number of steps in all.
+    /// The total number of steps.
     unsigned int GetStepTotal();
 
-    /// The percentage as it was last set: it does not follow the steps by itself.
+    /// The percentage that was last set; it does not follow the steps by itself.
     unsigned int GetPercentage();
 
-    /// Sets the number of steps in all. Steps done beyond it stay until they are set next.
+    /// Sets the total number of steps. If more steps than that are done, their number stays until
+    /// it is next set.
     void SetStepTotal(unsigned int aTotal);
 
-    /// Sets the number of steps done, at most all of them.
+    /// Sets the number of steps done, at most the total.
     void SetStepCompleted(unsigned int aCompleted);
 
-    /// Counts one more step as done, if there is one.
+    /// Adds one to the number of steps done, at most up to the total.
     void StepIncrement();
 
     /// Sets the percentage as given.
@@ -59,7 +61,7 @@ public:
     /// Computes the percentage from the steps, rounded half up; 0 when there are no steps.
     void SetPercentage();
 
-    /// Back to an empty status and zeros.
+    /// Empties the status and sets all numbers to 0.
     void Reset();
 
 private:

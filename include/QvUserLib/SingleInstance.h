@@ -8,26 +8,25 @@
 
 namespace QvUserLib {
 
-/// Tells whether a program, or whatever else goes by one name, is there already. The name is held
-/// for the life of the object.
+/// Detects whether a program, or anything else with a given name, is already running. The object
+/// holds the name as long as it exists.
 class QVUSERLIB_API SingleInstance {
 public:
-    /// Takes hold of the named mutex `aName` (ANSI code page, as of `CreateMutex`; a `Global\`
-    /// prefix makes it count across sessions).
+    /// Creates or opens the named mutex `aName` (ANSI code page, as for `CreateMutex`; with the
+    /// prefix `Global\` it counts across sessions).
     ///
-    /// The mutex has the default security of its creator. Another user, or a program without
-    /// elevation when the creator is elevated, may not open it: the creation fails there with
-    /// "access denied", and that object reports no other instance. Programs of several users or
-    /// with different rights need a mutex of their own, whose security descriptor lets all of them
-    /// in.
+    /// The mutex has its creator's default security. Another user, or a program that is not
+    /// elevated while the creator is, may be denied access. The object there then reports no other
+    /// instance. Programs of several users, or with different rights, need to create a mutex
+    /// themselves, with a security descriptor that admits all of them.
     explicit SingleInstance(const char* aName);
     virtual ~SingleInstance();
 
     SingleInstance(const SingleInstance&) = delete;
     SingleInstance& operator=(const SingleInstance&) = delete;
 
-    /// 1 when the name was held, by this process or another, at the time of construction, else 0.
-    /// Also 0 when the mutex could not be created or opened.
+    /// 1 if the name was already held at construction, by this process or another; otherwise 0.
+    /// Also 0 if the mutex could not be created or opened.
     int IsAnyOtherInstance();
 
 private:

@@ -19,21 +19,21 @@ namespace QvUserLib {
 class ParameterRepository;
 
 /// One text in two forms: 8-bit in the process's ANSI code page, and UTF-16. Each constructor and
-/// assignment stores one form; the other is built from it when it is asked for, and kept.
+/// assignment stores one form; the other is built from it when first needed, and kept.
 ///
-/// A conversion carries the text up to its first zero, and as many whole characters as fit into
-/// 4095 units of the result; what lies beyond is not in the other form. Characters that the code
-/// page cannot represent become its substitute character. A code page may have characters of
-/// several bytes; lengths and positions count bytes or UTF-16 units all the same.
+/// A conversion stops at the first zero, and after as many whole characters as fit into 4095 units
+/// of the result; the other form lacks the rest. Characters that the code page lacks become its
+/// substitute character. Lengths and positions count bytes or UTF-16 units, even where a character
+/// takes several.
 ///
-/// A form may be built inside a const object: several threads may read one object at the same time
-/// only when both forms have been asked for before.
+/// Reading may build a form, even in a const object. So several threads may read one object at the
+/// same time only after both forms have been built.
 class QVUSERLIB_API String {
 public:
     /// An empty text.
     String();
 
-    /// The zero-terminated text, as 8-bit form. Null reads as empty, here and below.
+    /// The zero-terminated text, as 8-bit form. Here and below, null counts as empty.
     String(const char* aText);  // NOLINT(google-explicit-constructor)
 
     /// The zero-terminated text, cut or padded with zero characters to exactly `aLength`
@@ -52,12 +52,12 @@ public:
     /// One character, as UTF-16 form.
     String(wchar_t aCharacter);  // NOLINT(google-explicit-constructor)
 
-    /// Copies the UTF-16 form, which is built in the source first if need be, with any zeros in it.
-    /// The copy holds that form only.
+    /// Copies the UTF-16 form, including any zeros in it. If the source lacks that form, it is
+    /// built there first. The copy has only that form.
     String(const String& aOther);
 
-    /// The source's UTF-16 text from unit `aStart` to its first zero. A start beyond the end gives
-    /// an empty text.
+    /// The source's UTF-16 text from unit `aStart` to its first zero. If `aStart` is beyond the
+    /// end, the text is empty.
     String(const String& aOther, unsigned int aStart);
 
     /// As above, then cut or padded with zeros to exactly `aCount` units.
@@ -65,7 +65,7 @@ public:
 
     virtual ~String();
 
-    /// Takes over the other's UTF-16 form, as the copy constructor does.
+    /// Copies the other's UTF-16 form, as the copy constructor does.
     String& operator=(const String& aOther);
 
     /// Appends the other's UTF-16 text.
@@ -94,19 +94,19 @@ public:
     operator const wchar_t*()  // NOLINT(google-explicit-constructor)
         const;
 
-    /// Whether both 8-bit forms, as unsigned bytes up to the first zero, are the same:
-    /// case-sensitive and without rules of any language.
+    /// Whether the 8-bit forms are equal, compared as unsigned bytes up to the first zero:
+    /// case-sensitive and without language rules.
     bool operator==(const String& aOther) const;
 
     /// The opposite of `==`.
     bool operator!=(const String& aOther) const;
 
-    /// Whether this text comes first, compared as by `==`.
+    /// Whether this text sorts before the other, compared as by `==`.
     bool operator<(const String& aOther) const;
 
-    /// The 8-bit form with its ASCII letters in upper case. Bytes from 0x80 stay. In a double-byte
-    /// code page the second byte of a character may be such a letter, and the character changes:
-    /// use this for ASCII texts there.
+    /// The 8-bit form with its ASCII letters in upper case. Bytes from 0x80 stay as they are. In a
+    /// double-byte code page the second byte of a character may be an ASCII letter, and then the
+    /// character changes: use this only for ASCII texts there.
     std::string ToUpper() const;
 
     /// The 8-bit form with its ASCII letters in lower case, as `ToUpper` does it.
@@ -116,7 +116,7 @@ public:
     /// variable. Only the first pair of percent signs counts, and the value is not expanded again.
     /// An unknown variable leaves the text as it is.
     ///
-    /// A text without two percent signs gives an empty text: test for them first if it should stay.
+    /// If the text has fewer than two percent signs, the result is empty: check for them first.
     std::string ExpandEnvironmentVariables() const;
 
 private:

@@ -9,7 +9,7 @@
 
 namespace QvUserLib {
 
-/// A base for what owns one Win32 handle that can be waited for: an event, a mutex, a thread.
+/// A base for classes that own one waitable Win32 handle: an event, a mutex, a thread.
 ///
 /// Failures go to the error log as `.\Synchro`.
 class QVUSERLIB_API Synchro {
@@ -17,24 +17,25 @@ public:
     Synchro(const Synchro&) = delete;
     Synchro& operator=(const Synchro&) = delete;
 
-    // The order of the virtual functions is part of the binary interface. MSVC lays out the
-    // overloads of one name in reverse order of declaration, GCC and Clang do not: to give all of
-    // them the same order, overloads stand together and are declared in reverse for MSVC.
+    // The order of the virtual functions is part of the binary interface. MSVC lays out overloads
+    // of one name in reverse order of declaration; GCC and Clang do not. To get the same order from
+    // all of them, overloads are declared next to each other, and in reverse for MSVC.
 
 #ifndef _MSC_VER
     /// Waits until the handle is signalled.
     ///
-    /// A wait that the system refuses, for a handle that is none, say, counts as a success.
+    /// If the system refuses the wait, for instance because the handle is invalid, the call
+    /// succeeds.
     ///
-    /// @param aTimeout  The longest wait in milliseconds; 0 only asks.
+    /// @param aTimeout  The longest wait in milliseconds; 0 checks without waiting.
     /// @retval InvalidHandle     "The constructor of object failed or application try to access
     ///                           deleted object": there is no handle yet.
     /// @retval SystemCallFailed  "Wait returned because the object was abandonned": the thread that
-    ///                           held the mutex has ended. The mutex is the caller's now.
+    ///                           held the mutex has ended. The caller now owns the mutex.
     /// @retval TimedOut          "Wait returned because of a time-out".
     virtual Result WaitUntilSignaled(unsigned long aTimeout);
 
-    /// As the other form, without a limit.
+    /// As the other overload, without a limit.
     virtual Result WaitUntilSignaled();
 #else
     virtual Result WaitUntilSignaled();
@@ -47,8 +48,8 @@ protected:
     /// Closes the handle, if there is one.
     virtual ~Synchro();
 
-    /// The handle; null until a derived class stores one, which is this object's from then on. This
-    /// field is part of the binary interface.
+    /// The handle; null until a derived class stores one, which this object then owns. This field
+    /// is part of the binary interface.
     void* handle_;
 };
 

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 /// @file
-/// Small queries of the system.
+/// Small queries about the system.
 
 #ifndef QVUSERLIB_SYSTEM_H
 #define QVUSERLIB_SYSTEM_H
@@ -11,18 +11,18 @@
 
 namespace QvUserLib {
 
-/// The number of logical processors, as `GetSystemInfo` tells it.
+/// The number of logical processors, as `GetSystemInfo` reports it.
 QVUSERLIB_API int GetNumberOfCPU();
 
-/// Composes the path of a special folder, a folder in it, and a file in that, and creates the
-/// folders that are missing, but not the file.
+/// Builds the path of a special folder, a folder in it, and a file in that. Creates the missing
+/// folders, but not the file.
 ///
-/// @param aFolder     The special folder, a CSIDL number as of `SHGetFolderPath`.
+/// @param aFolder     The special folder, a CSIDL number as for `SHGetFolderPath`.
 /// @param aDirectory  A folder in it; null for none.
 /// @param aFile       A file name; null for none.
-/// @param aOut        Receives the path in the ANSI code page, zero-terminated. When there is no
-///                    such special folder it receives `aFile` alone, a name relative to the current
-///                    directory. When the path does not fit it receives an empty text, and
+/// @param aOut        Receives the path in the ANSI code page, zero-terminated. If there is no such
+///                    special folder, it receives only `aFile`, a name relative to the current
+///                    directory. If the path does not fit, it receives an empty text and
 ///                    `aDirectory` is not created.
 /// @param aOutSize    The size of `aOut` in bytes; MAX_PATH (260) is always enough for the special
 ///                    folder itself.

@@ -3,11 +3,11 @@
 
 /**
  * @file
- * What a driver and user mode exchange about parameters: the record and the three I/O-control
- * codes. Plain C, so that kernel code shares this one definition.
+ * How a driver and user mode exchange parameters: the record and the three I/O-control codes. Plain
+ * C, so that kernel code uses the same definition.
  *
  * All integers are little-endian. A text that fills its field has no terminator; a shorter one ends
- * at its first zero. Whoever reads a record has to expect any bytes in it.
+ * at its first zero. Code that reads a record must expect any bytes in it.
  */
 
 #ifndef QVBASELIB_DEVICEPARAMETERRECORD_H
@@ -24,7 +24,7 @@
 
 /** Function 0x800. Output: all records, back to back, without header or count. */
 #define IOCTL_PARAMETERS_GET 0x222000u
-/** Function 0x801. No input, no output: the byte count of the answer is the size of that block. */
+/** Function 0x801. No input, no output: the returned byte count is the size of that block. */
 #define IOCTL_PARAMETERS_GET_SIZE 0x222004u
 /** Function 0x802. Input: the changed records, back to back. */
 #define IOCTL_PARAMETERS_SET 0x222008u
@@ -35,9 +35,9 @@
 #define QV_PARAMETER_ADVANCED 0x01u
 /** Set in every record that user mode sends; has no meaning in records from a driver. */
 #define QV_PARAMETER_SENT 0x02u
-/** Not for the eyes of ordinary users. */
+/** Not shown to ordinary users. */
 #define QV_PARAMETER_HIDDEN 0x04u
-/** Outlives a restart of the driver. */
+/** The value survives a restart of the driver. */
 #define QV_PARAMETER_PERSISTENT 0x08u
 /** Programs cannot set it. Only from driver to user mode. */
 #define QV_PARAMETER_READ_ONLY 0x10u
@@ -101,7 +101,7 @@ typedef struct QV_PARAMETER_RECORD {
 
 #pragma pack(pop)
 
-/** Does not compile unless the condition holds; each name serves once. */
+/** Compiles only if the condition holds. Each name can be used once. */
 #ifdef __cplusplus
 #define QV_PARAMETER_ASSERT(aName, aCondition) static_assert(aCondition, #aName)
 #else

@@ -15,8 +15,9 @@
 #endif
 
 /// @def QVBASELIB_PRINTF
-/// Lets the compiler check a printf-style call: positions (from 1, `this` included) of the format
-/// and of the first argument, 0 when the arguments come as a list.
+/// Lets the compiler check a printf-style call. The arguments are the positions (from 1, counting
+/// `this`) of the format and of the first value; 0 for the latter when the values come as a
+/// `va_list`.
 #if defined(__clang__)
 #define QVBASELIB_PRINTF(aFormat, aFirst) __attribute__((format(printf, aFormat, aFirst)))
 #elif defined(__GNUC__)
@@ -26,8 +27,8 @@
 #endif
 
 /// @def QVBASELIB_NODISCARD
-/// `[[nodiscard]]` where the language has it. It stands on forward declarations, because GCC does
-/// not take it beside `__declspec(dllexport)`.
+/// `[[nodiscard]]` where the language has it. It is used on forward declarations, because GCC
+/// rejects it next to `__declspec(dllexport)`.
 #if __cplusplus >= 201703L || (defined(_MSVC_LANG) && _MSVC_LANG >= 201703L)
 #define QVBASELIB_NODISCARD [[nodiscard]]
 #else

@@ -8,13 +8,13 @@
 
 namespace QvBaseLib {
 
-/// A mutual-exclusion lock on a Win32 critical section. The thread that holds it may lock it again
-/// and then unlocks it as often.
+/// A mutual-exclusion lock on a Win32 critical section. The thread that holds it may lock it again,
+/// and must then unlock it as often.
 class QVBASELIB_API Gate {
 public:
     Gate();
 
-    /// No thread may hold the lock any more.
+    /// No thread may still hold the lock.
     virtual ~Gate();
 
     Gate(const Gate&) = delete;
@@ -23,7 +23,7 @@ public:
     /// Waits, without limit, until no other thread holds the lock, and takes it.
     virtual void Lock();
 
-    /// Gives the lock back. Only for the thread that holds it.
+    /// Releases the lock. Only the thread that holds it may do so.
     virtual void Unlock();
 
 private:
@@ -34,7 +34,7 @@ private:
 /// Holds a `Gate` from its construction to its destruction.
 class GateGuard {
 public:
-    /// Waits, without limit, for the lock, which has to outlive this object.
+    /// Waits, without limit, for the lock, which must outlive this object.
     explicit GateGuard(Gate& aGate) : gate_(aGate) { gate_.Lock(); }
     ~GateGuard() { gate_.Unlock(); }
 

@@ -8,13 +8,12 @@
 
 namespace QvBaseLib {
 
-/// What can be held by a caller and given back.
+/// An object that a caller can hold and release.
 class QVBASELIB_API ILockable {
 protected:
     ILockable();
 
-    // First, because it has the first slot of the virtual tables, those of derived classes
-    // included.
+    // Declared first, because it has the first slot of the virtual table, also in derived classes.
     virtual ~ILockable();
 
 public:
@@ -24,7 +23,7 @@ public:
     /// Takes one hold on the object.
     virtual void Lock() = 0;
 
-    /// Gives one hold back.
+    /// Releases one hold.
     virtual void Unlock() = 0;
 };
 

@@ -15,11 +15,11 @@ enum Code : unsigned long {
     Success = 0,
     /// A log file cannot be opened: check the path, its directory and the file's permissions.
     CannotOpenFile = 0x6,
-    /// A wait was asked of an object that has no handle yet: start or create it first.
+    /// A wait on an object that has no handle yet: start or create it first.
     InvalidHandle = 0x8,
-    /// A log file took fewer bytes than were written: the disk is likely full.
+    /// Not all bytes could be written to a log file: the disk is probably full.
     ShortWrite = 0x9,
-    /// The driver returned data of an unexpected size: driver and client do not belong together.
+    /// The driver returned data of an unexpected size: driver and client do not match.
     UnexpectedSize = 0xE,
     /// A write to a log that has no open file: open it first.
     FileNotOpen = 0x10,
@@ -70,16 +70,16 @@ public:
     /// Copies the code and the description. When there is no memory for the description, the copy
     /// has none.
     Result(const Result& aOther);
-    /// As the copy constructor; the present description goes.
+    /// As the copy constructor; the old description is discarded.
     Result& operator=(const Result& aOther);
     ~Result();
 
     /// Merges a later outcome into this one: the first failure stays; a success is replaced, with
-    /// its description, by what comes later.
+    /// its description, by the later outcome.
     Result& operator|=(const Result& aOther);
 
     /// Replaces the description by the expanded text. A null format, a format that cannot be
-    /// expanded, or a lack of memory leaves no description. Arguments may point into the present
+    /// expanded, or a lack of memory leaves no description. Arguments may point into the old
     /// description.
     QVBASELIB_PRINTF(2, 3) void SetDescription(const char* aFormat, ...);
 

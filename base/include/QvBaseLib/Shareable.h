@@ -11,14 +11,14 @@ namespace QvBaseLib {
 /// A reference-counted base. The count starts at 1, the creator's own reference, and is kept with
 /// interlocked operations, so any thread may lock and unlock.
 ///
-/// The count never destroys the object by itself: whoever created it does, or a derived class
-/// whose `OnRelease` says so.
+/// The count never destroys the object by itself: its creator does, or a derived class does so in
+/// `OnRelease`.
 class QVBASELIB_API Shareable : public ILockable {
 public:
     /// Adds one reference.
     void Lock() override;
 
-    /// Gives one reference back; the one that makes the count 0 calls `OnRelease`.
+    /// Releases one reference; the call that makes the count 0 calls `OnRelease`.
     void Unlock() override;
 
     /// The number of references at this moment.
@@ -28,7 +28,7 @@ protected:
     Shareable();
     ~Shareable() override;
 
-    /// Called by the `Unlock` that gave the last reference back, on its thread. Does nothing here.
+    /// Called by the `Unlock` that released the last reference, on its thread. Does nothing here.
     virtual void OnRelease();
 
 private:
