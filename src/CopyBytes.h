@@ -14,7 +14,7 @@ namespace QvUserLib {
 
 namespace CopyBytesDetail {
 
-// Two blocks, of which the second ends with the bytes and may overlap the first.
+// Copies the first and the last block, which may overlap.
 template <typename Block>
 inline void CopyEnds(char* aOut, const char* aIn, std::size_t aCount) {
     Block first;
@@ -27,8 +27,8 @@ inline void CopyEnds(char* aOut, const char* aIn, std::size_t aCount) {
 
 }  // namespace CopyBytesDetail
 
-// As std::memcpy, without calling the C library for up to 64 bytes: the pieces of a message are
-// short, and there are several of them in each failure.
+// As std::memcpy, without calling the C library for up to 64 bytes: each failure copies several
+// short pieces of a message.
 inline void CopyBytes(char* aOut, const char* aIn, std::size_t aCount) {
     using CopyBytesDetail::CopyEnds;
     if (aCount > 64) {

@@ -6,7 +6,7 @@
 
 namespace QvUserLib {
 
-// As GetDateTime, for a time in seconds since 1970 rather than for now.
+// As GetDateTime, for a time in seconds since 1970 instead of now.
 void WriteDateTime(long long aTime, char* aOut, int aOutSize);
 
 }  // namespace QvUserLib

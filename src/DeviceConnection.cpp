@@ -18,11 +18,11 @@ constexpr char kSource[] = ".\\DeviceConnection";
 constexpr char kConnectFirst[] = "Connect first";
 constexpr char kCannotOpen[] = "CreateFile failed";
 
-// The longest detail, path included, that Connect asks for.
+// The size of the longest detail, path included, that Connect can read.
 constexpr DWORD kDetailSize = 16384;
 
-// How long to wait before a request without an event is asked for again. The file handle stays
-// signalled, so it cannot be waited for.
+// How long to wait before a request without an event is checked again. The file handle stays
+// signalled, so waiting for it would return at once.
 constexpr DWORD kRetryMs = 1;
 
 // A device name with its index, and the terminator.
@@ -32,7 +32,7 @@ Result Fail(unsigned long aCode, unsigned long aLine, const char* aMessage) {
     return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
 }
 
-// Destroys the set when it goes.
+// Owns the set.
 class InterfaceSet {
 public:
     explicit InterfaceSet(const GUID& aInterfaceClass)
@@ -53,13 +53,13 @@ private:
 // Whether the system has yet to write the outcome of a request to its OVERLAPPED.
 bool IsInFlight(const OVERLAPPED& aOverlapped) { return aOverlapped.Internal == STATUS_PENDING; }
 
-// The OVERLAPPED of one request: the caller's own, or one with an event that lives as long as the
-// object, for a request that is waited for.
+// The OVERLAPPED of one request. If the caller gave none, this object owns one with an event, to
+// wait for the request.
 class RequestOverlapped {
 public:
     explicit RequestOverlapped(void* aCallers)
         : callers_(static_cast<OVERLAPPED*>(aCallers)), own_() {
-        // Without an event GetOverlappedResult waits in another way.
+        // If no event can be created, GetOverlappedResult polls.
         if (callers_ == nullptr) {
             own_.hEvent =
                 ::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
@@ -80,17 +80,17 @@ private:
     OVERLAPPED own_;
 };
 
-// A request that the system refused at once leaves its OVERLAPPED reading as pending, and nothing
-// will ever complete it. This makes a later GetOverlappedResult, such as a request queue's, report
-// the refusal instead of waiting forever.
+// A request that the system refused at once leaves its OVERLAPPED marked as pending, and nothing
+// will ever complete it. So store the refusal there: a later GetOverlappedResult, such as a request
+// queue's, then reports it instead of waiting forever.
 void MarkRefused(OVERLAPPED& aOverlapped, DWORD aError) {
     if (!IsInFlight(aOverlapped)) return;
     aOverlapped.Internal = static_cast<ULONG>(HRESULT_FROM_WIN32(aError));
     aOverlapped.InternalHigh = 0;
 }
 
-// Turns the outcome of a read or write that was issued into a result, after waiting for it if it is
-// pending and not the caller's to complete.
+// Turns the outcome of a read or write that the system did not complete at once into a result.
+// Waits for a pending request unless the caller is to complete it.
 Result FinishTransfer(DeviceConnection& aConnection, DWORD aError, RequestOverlapped& aRequest,
                       unsigned long* aInfo) {
     if ((aError & 0xFFFF) != ERROR_IO_PENDING) {
@@ -241,8 +241,8 @@ Result DeviceConnection::GetOverlappedResult(void* aOverlapped, unsigned long* a
 
     auto* const request = static_cast<OVERLAPPED*>(aOverlapped);
     while (::GetOverlappedResult(handle_, request, aInfo, aWait ? TRUE : FALSE)) {
-        // A request without an event is waited for by the file handle, which any other request of
-        // the handle signals as well: then this one may still be on its way.
+        // Without an event the system waits on the file handle, which any other request on the
+        // handle signals too. So this request may still be in flight.
         if (request->hEvent != nullptr || !IsInFlight(*request)) return Result(Code::Success);
         ::Sleep(kRetryMs);
     }

@@ -13,7 +13,7 @@ namespace QvUserLib {
 
 namespace {
 
-// The longest detail, path included, that GetSymLink asks for.
+// The size of the longest detail, path included, that GetSymLink can read.
 constexpr DWORD kDetailSize = 8192;
 
 }  // namespace
@@ -32,7 +32,7 @@ Result DeviceEnumerator::GetSymLink(unsigned int aIndex, String* aSymLink) {
     if (path == nullptr) return Result(Code::NoSuchDevice);
     if (aSymLink == nullptr) return Result(Code::InvalidArgument);
 
-    // Callers rely on the path's 8-bit characters standing in pairs in the UTF-16 units.
+    // Callers rely on finding the path's 8-bit characters in pairs in the UTF-16 units.
     wchar_t pairs[kDetailSize / sizeof(wchar_t) + 1] = {};
     std::memcpy(pairs, path, detail + sizeof detail - reinterpret_cast<const unsigned char*>(path));
     *aSymLink = String(pairs);

@@ -5,7 +5,7 @@
 
 namespace QvUserLib {
 
-// The system takes these sizes for the versions of the structures.
+// The system recognises the versions of the structures by these sizes.
 static_assert(sizeof(SP_DEVICE_INTERFACE_DATA) == 32, "as 64-bit Windows has it");
 static_assert(sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_A) == 8, "as 64-bit Windows has it");
 

@@ -10,13 +10,13 @@
 
 namespace QvUserLib {
 
-// Opens the set of present device interfaces of a class; INVALID_HANDLE_VALUE when the system
-// refuses it. To be closed with SetupDiDestroyDeviceInfoList.
+// Opens the set of present device interfaces of a class. The caller closes it with
+// SetupDiDestroyDeviceInfoList. INVALID_HANDLE_VALUE when the system refuses.
 HDEVINFO OpenPresentInterfaces(const GUID* aInterfaceClass);
 
-// Gives the device path of the interface at aIndex, which lies in aDetail: room of aDetailSize
-// bytes, aligned for SP_DEVICE_INTERFACE_DETAIL_DATA_A. The size needed is not asked for first: a
-// path that does not fit fails. Null when there is no such interface.
+// Returns the device path of the interface at aIndex. The path is stored in aDetail, a buffer of
+// aDetailSize bytes, aligned for SP_DEVICE_INTERFACE_DETAIL_DATA_A. Null when there is no such
+// interface or its path does not fit.
 const char* QueryDevicePath(HDEVINFO aSet, const GUID* aInterfaceClass, DWORD aIndex, void* aDetail,
                             DWORD aDetailSize);
 

@@ -22,7 +22,8 @@ bool IsAscii(const std::wstring& aText) {
     return std::all_of(aText.begin(), aText.end(), [](wchar_t aUnit) { return aUnit < 0x80; });
 }
 
-// A new text from the 8-bit form of a record's UTF-16 one. ASCII comes out as it went in.
+// A record's UTF-16 text, converted to the code page and stored as 8-bit form. ASCII needs no
+// conversion.
 String AnsiText(const std::wstring& aText) {
     if (IsAscii(aText)) return String(aText.c_str());
     return String(String(aText.c_str()).GetAscii());
@@ -49,8 +50,8 @@ std::unique_ptr<Parameter> MakeEnumeration(const DeviceParameter& aRecord, Resul
     parameter->InitEnum();
     aCombined |= parameter->SetDescription(String(aRecord.GetDescription().c_str()));
 
-    // A driver may have more entries than names fit in a record. A larger maximum is damaged: there
-    // would be no end to adding entries.
+    // A driver may have more entries than names fit in a record. A maximum above this limit is
+    // damaged, and adding that many entries would take forever.
     constexpr unsigned long kLast = 4095;
     if (aRecord.GetMax() > kLast) {
         aCombined |= ReportError(Result(Code::UnexpectedSize), ".\\DeviceParameterRepository",
@@ -90,7 +91,7 @@ bool HasFlag(const DeviceParameter& aRecord, unsigned long aFlag) {
 
 // Cuts the unit in parentheses off the end of a description, together with the one character before
 // it, which is the space of "description (unit)", and returns the unit, which stays in the same
-// buffer. A description that does not end so stays whole and has no unit.
+// buffer. A description with another ending stays whole and has no unit.
 const char* SplitUnit(char* aDescription, std::size_t aLength) {
     if (aLength < 2 || aDescription[aLength - 1] != ')') return "";
     std::size_t open = aLength - 2;
@@ -115,7 +116,7 @@ std::wstring PackEnumValueNames(const Parameter& aParameter, unsigned long& aCou
     return names;
 }
 
-// The flags that have a meaning. What a record says beyond them is its own business.
+// The flags that have a meaning. Others in a record are left alone.
 constexpr unsigned long kOwnFlags =
     QV_PARAMETER_ADVANCED | QV_PARAMETER_SENT | QV_PARAMETER_HIDDEN | QV_PARAMETER_PERSISTENT |
     QV_PARAMETER_READ_ONLY | QV_PARAMETER_RESTART_REQUIRED | QV_PARAMETER_VOLATILE;
@@ -145,12 +146,12 @@ void FillEnumeration(const Parameter& aParameter, DeviceParameter& aRecord) {
     unsigned long count = 0;
     const std::wstring names = PackEnumValueNames(aParameter, count);
     aRecord.InitEnum(count, names.c_str(), Low32(aParameter.GetDefaultInt()));
-    (void)aRecord.SetValue(Low32(aParameter.GetInt()));  // Neither does this check the number.
+    (void)aRecord.SetValue(Low32(aParameter.GetInt()));  // Nor does an enumeration record check it.
 }
 
 void FillString(const Parameter& aParameter, DeviceParameter& aRecord) {
     aRecord.InitString(aParameter.GetDefaultString().GetUnicode());
-    // A text that the record cannot hold is refused; the record is sent as it stands.
+    // A text that is too long for the record is refused; the record is then sent with the default.
     (void)aRecord.SetValue(aParameter.GetString().GetUnicode());
 }
 

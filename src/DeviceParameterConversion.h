@@ -11,24 +11,25 @@
 
 namespace QvUserLib {
 
-// Between a driver's records and parameters, one at a time.
+// Conversion between a driver's records and parameters, one at a time.
 
 // Whether a parameter can be made from the record.
 bool HasKnownType(const QvBaseLib::DeviceParameter& aRecord);
 
-// Makes a parameter from a record of known type, with its value but without its marks. What is
-// wrong with the record's values is merged into aCombined, and the parameter keeps what fits.
+// Makes a parameter from a record of known type, with its value but without its marks. Failures to
+// set the record's values are merged into aCombined, and the parameter keeps the values that fit.
 std::unique_ptr<Parameter> MakeParameter(const QvBaseLib::DeviceParameter& aRecord,
                                          Result& aCombined);
 
-// Sets the six marks that a record carries. The parameter may be missing, which each mark reports.
+// Sets the six marks that a record carries. The parameter may be null; then each mark reports a
+// failure.
 Result SetMarks(Parameter* aParameter, const QvBaseLib::DeviceParameter& aRecord);
 
-// Clears the change mark: what was just loaded counts as unchanged. The parameter may be missing.
+// Clears the change mark: a parameter that was just loaded counts as unchanged. It may be null.
 void MarkUnchanged(const Parameter* aParameter);
 
-// Fills a default-constructed record with the parameter and its value. A type that records do not
-// have leaves name, description and flags alone in it.
+// Fills a default-constructed record with the parameter and its value. For a type that records do
+// not have, only name, description and flags are filled in.
 void FillRecord(const Parameter& aParameter, QvBaseLib::DeviceParameter& aRecord);
 
 }  // namespace QvUserLib

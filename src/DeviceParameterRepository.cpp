@@ -26,8 +26,8 @@ Result FailForMemory(unsigned long aLine) {
     return ReportError(Result(Code::OutOfMemory), kSource, aLine, "Not enough memory");
 }
 
-// Records in one block, as drivers take and return them. The block may end with part of a record,
-// which is room for what a driver writes there and nothing else.
+// Records in one block, as drivers take and return them. The block may end with part of a record: a
+// driver may write there, but nothing reads it.
 class RecordBuffer {
 public:
     explicit RecordBuffer(std::size_t aSize)
@@ -57,7 +57,7 @@ Result AddDeviceParameters(ParameterRepository& aRepository, const DeviceParamet
                            std::size_t aCount) {
     Result combined(Code::Success);
     Parameter* current = nullptr;
-    // Owns the current parameter as long as the repository has refused it.
+    // Owns the current parameter until the repository accepts it.
     std::unique_ptr<Parameter> refused;
 
     for (const DeviceParameter* record = aRecords; record != aRecords + aCount; ++record) {
@@ -66,7 +66,7 @@ Result AddDeviceParameters(ParameterRepository& aRepository, const DeviceParamet
                 refused = MakeParameter(*record, combined);
                 current = refused.get();
             }
-            // A record of unknown type acts on the parameter of the one before it.
+            // A record of unknown type acts on the previous record's parameter.
             const Result added = aRepository.Add(current);
             if (added.IsSuccess()) (void)refused.release();
             combined |= added;
@@ -85,7 +85,7 @@ Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConne
         aConnection.IoControl(IOCTL_PARAMETERS_GET_SIZE, nullptr, 0, nullptr, 0, &size, nullptr);
     if (sized.IsFailure()) return sized;
 
-    // The driver is promised all the bytes that it asked for, whole records or not.
+    // The driver gets room for all the bytes that it asked for, whole records or not.
     const RecordBuffer records(size);
     if (!records.IsValid()) return FailForMemory(__LINE__);
 
@@ -96,8 +96,8 @@ Result LoadFromDriver(ParameterRepository& aRepository, DeviceConnection& aConne
     return AddDeviceParameters(aRepository, records.Get(), records.Count());
 }
 
-// Room for as many changes is made at the first one: a list that grew would have the system's heap
-// return and fetch the memory of the records time and again.
+// Reserved at the first change. If the list grew step by step, the heap would release and allocate
+// the memory of the records again and again.
 constexpr unsigned long kUsualChanges = 256;
 
 std::vector<const Parameter*> ChangedOf(const ParameterRepository& aRepository) {
@@ -112,7 +112,7 @@ std::vector<const Parameter*> ChangedOf(const ParameterRepository& aRepository) 
     return changed;
 }
 
-// Clears the marks when all records are filled in: if memory runs out before, all stay marked.
+// Clears the marks after all records are filled in: if memory runs out before, all stay marked.
 void FillDeviceParameters(const std::vector<const Parameter*>& aChanged,
                           DeviceParameter* aRecords) {
     for (const Parameter* const parameter : aChanged) FillRecord(*parameter, *aRecords++);
@@ -166,7 +166,7 @@ Result DeviceParameterRepository::Refresh() {
     if (!IsConnected()) return Result(Code::NotConnected);
     try {
         for (unsigned long index = GetCount(); index > 0; --index) {
-            (void)RemoveByIndex(index - 1);  // It is there.
+            (void)RemoveByIndex(index - 1);  // The index exists.
         }
     } catch (const std::bad_alloc&) {
         return FailForMemory(__LINE__);

@@ -26,7 +26,7 @@ Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
 void WaitUntilCompleted(OVERLAPPED& aRequest) {
     if (HasOverlappedIoCompleted(&aRequest)) return;
     if (aRequest.hEvent != nullptr) ::WaitForSingleObject(aRequest.hEvent, INFINITE);
-    // A record without an event has nothing to wait for but the outcome itself.
+    // Without an event, poll for the outcome.
     while (!HasOverlappedIoCompleted(&aRequest)) ::Sleep(/*dwMilliseconds=*/1);
 }
 
@@ -41,10 +41,11 @@ DeviceRequestQueue::DeviceRequestQueue()
       processed_(0) {}
 
 DeviceRequestQueue::~DeviceRequestQueue() {
-    // The driver may write to the records until it has completed them; how does not matter here.
+    // The driver may write to the records until it has completed them. Their outcomes do not
+    // matter.
     (void)Wait();
     for (unsigned long index = 0; index < count_; ++index) {
-        // Without an open device nothing was waited for just now, nor by earlier collections.
+        // If the device was closed, neither Wait nor earlier collections waited for the request.
         WaitUntilCompleted(requests_[index]);
         if (requests_[index].hEvent != nullptr) ::CloseHandle(requests_[index].hEvent);
     }
@@ -62,7 +63,7 @@ Result DeviceRequestQueue::Allocate(unsigned int aCount, DeviceConnection* aConn
     auto* const requests = static_cast<OVERLAPPED*>(std::calloc(aCount, sizeof(OVERLAPPED)));
     if (requests == nullptr) return Fail(Code::OutOfMemory, __LINE__, "Not enough memory");
     for (unsigned int index = 0; index < aCount; ++index) {
-        // Without an event the connection waits in another way.
+        // If no event can be created, the connection polls.
         requests[index].hEvent = ::CreateEventA(nullptr, /*bManualReset=*/TRUE,
                                                 /*bInitialState=*/FALSE, nullptr);
     }
@@ -76,7 +77,7 @@ Result DeviceRequestQueue::Allocate(unsigned int aCount, DeviceConnection* aConn
 
 void* DeviceRequestQueue::GetNextAvailableRequest() {
     if (requests_ == nullptr) {
-        (void)Fail(Code::NotAllowed, __LINE__, kAllocateFirst);  // The null pointer says it.
+        (void)Fail(Code::NotAllowed, __LINE__, kAllocateFirst);  // The caller gets null.
         return nullptr;
     }
     const unsigned long next = (nextToHandOut_ + 1) % count_;
@@ -85,10 +86,10 @@ void* DeviceRequestQueue::GetNextAvailableRequest() {
         if (lastResult_.IsFailure()) return nullptr;
     }
     OVERLAPPED& request = requests_[nextToHandOut_];
-    // It may have been collected as a failure while the device was closed, and still be on its way.
+    // If it was collected while the device was closed, it may still be in flight.
     WaitUntilCompleted(request);
-    // What the record's last request left must not pass for the outcome of the next, should that
-    // one never reach the driver.
+    // If the next request never reaches the driver, the last one's outcome must not count as its
+    // outcome.
     request.Internal = 0;
     request.InternalHigh = 0;
     nextToHandOut_ = next;

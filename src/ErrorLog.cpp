@@ -26,10 +26,10 @@ constexpr int kTimeStampSize = 26;
 constexpr char kErrorTag[] = "ERR ";
 constexpr char kInfoTag[] = "INFO";
 
-// Marks an error on its way to the caller: what went wrong was reported before.
+// Marks an error on its way to the caller: the cause was reported before.
 constexpr char kPropagation[] = "~Error propagation";
 
-// What a line tells beside its message.
+// What a line contains besides its message.
 struct Origin {
     const Result& result;
     const char* file;
@@ -52,7 +52,7 @@ unsigned long PrintedCode(const Result& aResult) {
     return code == ERROR_NO_MORE_ITEMS ? 0xFFFF : code & 0xFFFF;
 }
 
-// The present time in seconds since 1970. The C library's time() asks for the time zone as well.
+// The present time in seconds since 1970. The C library's time() also queries the time zone.
 long long SecondsNow() {
     constexpr unsigned long long kTicksPerSecond = 10000000;
     constexpr unsigned long long kSecondsFrom1601To1970 = 11644473600;
@@ -63,8 +63,8 @@ long long SecondsNow() {
     return static_cast<long long>(ticks / kTicksPerSecond - kSecondsFrom1601To1970);
 }
 
-// The present time as text. It is made anew when the system's tick has advanced, every 10 to 16 ms:
-// the system's time is no finer, and takes longer to ask for.
+// The present time as text. It is made again when the system's tick has advanced, every 10 to 16
+// ms: the system's time is no finer, and takes longer to query.
 class TimeStamp {
 public:
     void Read(char (&aOut)[kTimeStampSize]) {
@@ -107,7 +107,7 @@ char* StartLine(char (&aLine)[kLineSize], const Origin& aOrigin) {
                          aOrigin.file != nullptr ? aOrigin.file : "", aOrigin.line, aOrigin.tag);
 }
 
-// Expands a message, which without arguments stands as it is. Returns its length.
+// Expands a message and returns its length. Without arguments the format itself is the message.
 std::size_t ExpandMessage(char* aOut, std::size_t aSize, const char* aFormat, va_list aArguments) {
     if (aArguments != nullptr) return ExpandText(aOut, aSize, aFormat, aArguments);
     CopyText(aOut, aSize, aFormat);
@@ -119,7 +119,7 @@ const char* ComposeLine(char (&aLine)[kLineSize], const Origin& aOrigin, const c
                         va_list aArguments) {
     char* const message = StartLine(aLine, aOrigin);
     (void)ExpandMessage(message, static_cast<std::size_t>(aLine + kLineSize - message), aFormat,
-                        aArguments);  // The line is what counts.
+                        aArguments);  // Only the line is needed.
     return message;
 }
 
@@ -131,7 +131,7 @@ void ComposeLine(char (&aLine)[kLineSize], const Origin& aOrigin, const char* aM
     CopyText(message, static_cast<std::size_t>(aLine + kLineSize - message), aMessage);
 }
 
-// Built when the library loads, so that it is there before anything can fail.
+// Built when the library loads, so that it exists before anything can fail.
 ErrorLog theErrorLog;
 
 }  // namespace
@@ -162,7 +162,7 @@ Result ErrorLog::Open(const char* aPath) {
 
     char backup[kMaxBackupLength + 1];
     std::snprintf(backup, sizeof backup, "%s.bak", aPath);
-    // There may be no earlier file, and a log that starts anew is worth more than none.
+    // There may be no earlier file, and a new log without a backup is better than none.
     ::CopyFileA(aPath, backup, /*bFailIfExists=*/FALSE);
     ::DeleteFileA(aPath);
     return Log::Open(aPath, "w", 0);
@@ -256,8 +256,8 @@ Result ErrorLog::DumpLastError() {
     return written;
 }
 
-// The line is written as Log::Write writes a format: `%%` becomes one percent sign, and the line is
-// cut. There are no arguments for any other conversion: those stay as they are.
+// Writes the line as Log::Write writes a format: `%%` becomes one percent sign, and the line is
+// cut. Other conversions have no arguments and stay as they are.
 Result ErrorLog::WriteLine(const char* aLine) {
     if (*aLine == '\0') return Result(Code::Success);
     char line[kWrittenSize];
@@ -290,7 +290,7 @@ Result ReportError(const Result& aResult, const char* aFile, unsigned long aLine
                    const char* aFormat, ...) {
     va_list arguments;
     va_start(arguments, aFormat);
-    // The failure itself is what the caller has to know, not how logging it went.
+    // The caller needs the failure itself, not whether logging it worked.
     (void)ErrorLog::GetErrorLog().WriteErrorArg(aResult, aFile, aLine, aFormat, arguments);
     va_end(arguments);
     return Result(aResult.GetCode());

@@ -13,7 +13,7 @@ namespace QvUserLib {
 
 namespace {
 
-// A text that grows in a buffer, as far as there is room.
+// A text that grows in a buffer while there is room.
 class Output {
 public:
     Output(char* aOut, std::size_t aSize) : start_(aOut), end_(aOut + aSize - 1), next_(aOut) {}
@@ -22,7 +22,7 @@ public:
         if (next_ != end_) *next_++ = aCharacter;
     }
 
-    // The text up to its end or the next aStop, as far as it fits. Returns what was not taken.
+    // Appends the text up to its end or the next aStop, as far as it fits. Returns the rest.
     const char* AppendUpTo(const char* aText, char aStop) {
         const auto room = static_cast<std::size_t>(end_ - next_);
         const std::size_t length = LengthUpTo(aText, aStop, room);
@@ -67,9 +67,9 @@ void AppendSigned(Output& aOutput, int aNumber) {
     aOutput.AppendNumber(aNumber < 0 ? 0U - number : number, 10);
 }
 
-// Expands the commonest conversions: `%s`, `%d`, `%u`, `%x`, the last three of them also with an l,
-// and `%%`. False when there is another one in the format. The C library's own expansion takes
-// several times as long, and nearly every message is made of these.
+// Expands the most common conversions: `%s`, `%d`, `%u`, `%x`, the last three also with an l, and
+// `%%`. False when the format contains another one. Nearly every message uses only these, and the C
+// library takes several times as long.
 bool ExpandCommon(Output& aOutput, const char* aFormat, va_list aArguments) {
     for (const char* in = aFormat;;) {
         in = aOutput.AppendUpTo(in, '%');

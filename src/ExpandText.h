@@ -9,9 +9,8 @@
 
 namespace QvUserLib {
 
-// Expands a printf-style format into a buffer of aSize bytes, at least one, and returns how many
-// characters stand in it before the terminator. What does not fit is cut; a format that cannot be
-// expanded gives an empty text.
+// Expands a printf-style format into a buffer of aSize bytes, at least one, and returns the length
+// of the text. The text is cut to the buffer; it is empty if the format cannot be expanded.
 std::size_t ExpandText(char* aOut, std::size_t aSize, const char* aFormat, va_list aArguments);
 
 }  // namespace QvUserLib

@@ -20,7 +20,7 @@ namespace {
 constexpr std::size_t kLineSize = 512;
 
 struct FileCloser {
-    void operator()(std::FILE* aFile) const { (void)std::fclose(aFile); }  // Nothing to be done.
+    void operator()(std::FILE* aFile) const { (void)std::fclose(aFile); }  // There is no remedy.
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
@@ -29,15 +29,15 @@ struct MemoryReleaser {
 };
 using Memory = std::unique_ptr<char, MemoryReleaser>;
 
-// The C library takes an unknown mode for a programming error, not for a failure.
+// The C library treats an unknown mode as a programming error, not as a failure.
 bool IsMode(const char* aMode) {
     return aMode != nullptr && (*aMode == 'r' || *aMode == 'w' || *aMode == 'a');
 }
 
-// A file that child processes inherited would stay open in them, and could not be replaced then.
+// A file that child processes inherit stays open in them and cannot be replaced.
 void KeepFromChildren(std::FILE* aFile) {
     const auto handle = ::_get_osfhandle(::_fileno(aFile));
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C library gives handles as numbers.
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the C library returns handles as numbers.
     ::SetHandleInformation(reinterpret_cast<HANDLE>(handle), HANDLE_FLAG_INHERIT, 0);
 }
 
@@ -71,13 +71,13 @@ bool WriteUntranslated(std::FILE* aFile, const char* aBytes, std::size_t aSize) 
     const int descriptor = ::_fileno(aFile);
     const int mode = ::_setmode(descriptor, _O_BINARY);
     const bool isWritten = std::fwrite(aBytes, 1, aSize, aFile) == aSize && std::fflush(aFile) == 0;
-    if (mode != -1) (void)::_setmode(descriptor, mode);  // It is the mode that was set before.
+    if (mode != -1) (void)::_setmode(descriptor, mode);  // It was valid before.
     return isWritten;
 }
 
-// Replaces an open file by one that holds the last quarter of its bytes, opened in the same mode.
-// A file that cannot be replaced is left as it is, which is no failure. *aFile is null afterwards
-// when the path cannot be opened again.
+// Replaces an open file by one that holds the last quarter of its bytes, opened in the same mode. A
+// file that cannot be replaced is left as it is; that is not a failure. *aFile becomes null when
+// the path cannot be opened again.
 Result KeepLastQuarter(File* aFile, const char* aPath, const char* aMode, long long aSize) {
     const Memory tail = ReadLastQuarter(aPath, aSize);
     if (tail == nullptr) return Result(Code::Success);
@@ -87,7 +87,7 @@ Result KeepLastQuarter(File* aFile, const char* aPath, const char* aMode, long l
     *aFile = OpenFile(aPath, aMode);
     if (*aFile == nullptr) return Result(Code::CannotOpenFile);
     if (!isDeleted) {
-        (void)SizeOf(aFile->get());  // It moves to the end; where it fails the mode's place stays.
+        (void)SizeOf(aFile->get());  // Moves to the end; if that fails, the mode's position stays.
         return Result(Code::Success);
     }
     const auto kept = static_cast<std::size_t>(aSize / 4);
@@ -104,7 +104,7 @@ Log::~Log() {
 }
 
 Result Log::Open(const char* aPath, const char* aMode, int aMaxSize) {
-    // What the present file still holds in memory has to be in it before it may be opened again.
+    // The new path may be the file that is open now: its buffered text must be on disk first.
     if (std::FILE* const present = file_) (void)std::fflush(present);
 
     File file = OpenFile(aPath, aMode);
@@ -145,7 +145,7 @@ Result Log::WriteText(char* aText, std::size_t aLength) {
 
     aText[aLength] = '\n';
     const std::size_t written = std::fwrite(aText, 1, aLength + 1, file);
-    // The next line starts on its own even when this one is cut short.
+    // Start the next line on its own even if this one was cut short.
     if (written <= aLength) (void)std::fputc('\n', file);
     if (written < aLength) return Result(Code::ShortWrite);
     if (autoFlush_ && std::fflush(file) != 0) return Result(Code::ShortWrite);

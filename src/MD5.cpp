@@ -16,11 +16,10 @@ using UpdateFunction = void(WINAPI*)(void* aContext, const unsigned char* aData,
                                      unsigned int aLength);
 using FinalFunction = void(WINAPI*)(void* aContext);
 
-// The system's library, for as long as any object needs it.
+// The system's library, loaded as long as any object needs it.
 class SystemLibrary {
 public:
-    // Whatever becomes of the loading, the user counts: it is tried again only after the last one
-    // has gone.
+    // A user counts even if loading fails: loading is tried again only after the last user is gone.
     void AddUser() {
         const GateGuard guard(gate_);
         if (++users_ == 1) Load();
@@ -56,13 +55,13 @@ private:
 
     template <typename Function>
     void Resolve(Function* aFunction, const char* aName) {
-        // The system's type for any function is none that compilers let one cast from.
+        // Compilers warn about a cast from the system's general function type.
         const FARPROC address = ::GetProcAddress(library_, aName);
         std::memcpy(aFunction, &address, sizeof address);
     }
 
-    // Guards everything here, but for the reading of the functions: they stay as they are for as
-    // long as there is a user.
+    // Guards everything here except reading the functions: they do not change while there is a
+    // user.
     Gate gate_;
     int users_ = 0;
     HMODULE library_ = nullptr;

@@ -6,7 +6,7 @@
 
 #include "WindowsApi.h"
 
-// The linker's name for the start of the module that this code is in.
+// The linker's symbol for the start of the module that contains this code.
 extern "C" unsigned char __ImageBase[];
 
 namespace QvUserLib {

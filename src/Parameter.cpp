@@ -26,19 +26,19 @@ constexpr char kNotString[] = "Parameter is not a string type";
 constexpr char kNotEnumeration[] = "Parameter is not an enumeration type";
 constexpr char kOutOfRange[] = "Value does not fit in the range";
 
-// What readers give for a missing parameter or one of another type.
+// What readers return for a null parameter or one of another type.
 constexpr long long kNoInt = 4294967295LL;
 constexpr double kNoDouble = 4294967295.0;
 constexpr unsigned long kNoIndex = 0xFFFFFFFF;
 
-// Operations may be called on the null pointer that a look-up answers.
+// Operations may be called on the null pointer that a look-up returns.
 bool IsMissing(const Parameter* aParameter) { return aParameter == nullptr; }
 
 Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
     return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
 }
 
-// An empty text that holds both forms from the start, so that threads may share it.
+// An empty text that has both forms from the start, so that threads may share it.
 class SharedEmptyText : public String {
 public:
     SharedEmptyText() { Clear(); }
@@ -59,8 +59,8 @@ bool IsWithin(Number aValue, Number aMin, Number aMax) {
 // NaN passes: no comparison with it is true.
 bool IsOutsidePositiveDoubles(double aLimit) { return aLimit < DBL_MIN || aLimit > DBL_MAX; }
 
-// Calls the operation on every member of a group. The count is read anew each time, since a
-// derived repository may change it.
+// Calls the operation on every member of a group. Reads the count each time, since a derived
+// repository may change it.
 template <typename Operation>
 void ForEachMember(ParameterRepository* aMembers, Operation aOperation) {
     if (aMembers == nullptr) return;
@@ -96,8 +96,8 @@ Parameter::Parameter(const String& aName, unsigned long aId)
       entries_(nullptr),
       entryCount_(0) {}
 
-// The object is complete once the other constructor has run: should memory run out while the value
-// is copied, the destructor cleans up.
+// The object is complete once the other constructor has run, so the destructor cleans up if memory
+// runs out while the value is copied.
 Parameter::Parameter(const Parameter& aSource) : Parameter(aSource.name_, aSource.id_) {
     index_ = aSource.index_;
     description_ = aSource.description_;
@@ -108,8 +108,8 @@ Parameter::Parameter(const Parameter& aSource) : Parameter(aSource.name_, aSourc
     persistent_ = aSource.persistent_;
     advanced_ = aSource.advanced_;
     restartRequired_ = aSource.restartRequired_;
-    // A change that is pending moves to the copy: from members before they are copied, from another
-    // source only when the copy is complete.
+    // A pending change moves to the copy. A group's members lose their marks before they are
+    // copied, any other source only when the copy is complete.
     const bool isGroup = aSource.type_ == TypeGroup;
     changed_ = aSource.HasChanged(/*aReset=*/isGroup);
     CopyTypeAndValue(aSource);
@@ -122,8 +122,8 @@ Parameter::~Parameter() {
     delete members_;
 }
 
-// Each setter may refuse, on a read-only parameter for one. The copy then keeps what its
-// initialisation gave it.
+// Each setter may refuse, for instance if the parameter is read-only. The copy then keeps the value
+// from its initialisation.
 void Parameter::CopyTypeAndValue(const Parameter& aSource) {
     switch (aSource.type_) {
         case TypeEnumeration:
@@ -235,7 +235,7 @@ void Parameter::InitRepository(ParameterRepository* aMembers) {
     if (members_ != aMembers) delete members_;
     members_ = aMembers;
     ForEachMember(members_, [this](Parameter* aMember) {
-        // They fail for a missing member only.
+        // They fail only for a null member.
         (void)aMember->SetAdvanced(advanced_);
         (void)aMember->SetHidden(hidden_);
         (void)aMember->SetPersistent(persistent_);
@@ -482,7 +482,7 @@ Result Parameter::SetMark(bool Parameter::* aMark, Result (Parameter::*aSetter)(
     if (IsMissing(this)) return Fail(Code::InvalidArgument, __LINE__, kMissing);
     this->*aMark = aOn;
     ForEachMember(members_, [=](Parameter* aMember) {
-        (void)(aMember->*aSetter)(aOn);  // It fails for a missing member only.
+        (void)(aMember->*aSetter)(aOn);  // It fails only for a null member.
     });
     return Result(Code::Success);
 }
@@ -538,7 +538,7 @@ bool Parameter::HasChanged(bool aReset) const {
     }
     bool changed = false;
     ForEachMember(members_, [&](const Parameter* aMember) {
-        // Every member is visited, so that all marks are cleared.
+        // Visit every member, so that all marks are cleared.
         changed = aMember->HasChanged(aReset) || changed;
     });
     return changed;
@@ -587,8 +587,8 @@ const String& Parameter::EntryOrEmpty(long long aIndex) const {
 Result Parameter::FindEnumValue(const String& aName, unsigned long& aIndex) const {
     if (IsMissing(this)) return Fail(Code::InvalidArgument, __LINE__, kMissing);
     if (type_ != TypeEnumeration) return Fail(Code::NotAllowed, __LINE__, kNotEnumeration);
-    // As the entries are: a copy, whose text may have been cut.
-    const String name(aName);  // NOLINT(performance-unnecessary-copy-initialization): it is meant.
+    // Compare a copy: like the entries, its text may have been cut.
+    const String name(aName);  // NOLINT(performance-unnecessary-copy-initialization): see above.
     for (aIndex = 0; aIndex < entryCount_; ++aIndex) {
         if (*entries_[aIndex] == name) return Result(Code::Success);
     }

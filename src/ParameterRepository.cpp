@@ -17,8 +17,8 @@ namespace {
 
 constexpr char kSource[] = ".\\ParameterRepository";
 
-// The lines that stand in the error log for the checks of Add. Tools recognise them, so they stay
-// when the code moves.
+// The line numbers in the error log for the checks of Add. Tools recognise them, so they stay the
+// same when the code moves.
 constexpr unsigned long kLineMissing = 479;
 constexpr unsigned long kLineEmptyName = 481;
 constexpr unsigned long kLineNoType = 483;
@@ -29,7 +29,7 @@ Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
     return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
 }
 
-// Eight bytes as a number that orders as they do.
+// Eight bytes as a number that sorts in the same order.
 inline unsigned long long Rank(const char* aText) {
     unsigned long long bytes = 0;
     std::memcpy(&bytes, aText, sizeof bytes);
@@ -40,8 +40,8 @@ inline unsigned long long Rank(const char* aText) {
 #endif
 }
 
-// Whether the left text comes first, as strcmp orders them. Eight bytes at a time: the names of one
-// driver often start alike.
+// Whether the left text comes first, as strcmp orders them. Compares eight bytes at a time: the
+// names of one driver often start with the same characters.
 bool IsBefore(const char* aLeft, std::size_t aLeftSize, const char* aRight,
               std::size_t aRightSize) {
     const std::size_t common = aLeftSize < aRightSize ? aLeftSize : aRightSize;
@@ -54,7 +54,7 @@ bool IsBefore(const char* aLeft, std::size_t aLeftSize, const char* aRight,
         return aLeftSize < aRightSize;
     }
     for (std::size_t index = 0; index < common; index += 8) {
-        // The last step looks again at some bytes that are known to be equal.
+        // The last step compares again some bytes that are known to be equal.
         const std::size_t start = index + 8 <= common ? index : common - 8;
         const unsigned long long left = Rank(aLeft + start);
         const unsigned long long right = Rank(aRight + start);
@@ -63,8 +63,7 @@ bool IsBefore(const char* aLeft, std::size_t aLeftSize, const char* aRight,
     return aLeftSize < aRightSize;
 }
 
-// A caller that breaks the contract of an index or a key is stopped here rather than given a
-// made-up answer.
+// Aborts the process when a caller passes an index or key that does not exist.
 void Require(bool aHolds) {
     if (!aHolds) std::abort();
 }
@@ -96,13 +95,13 @@ bool ParameterRepository::NameOrder::operator()(const Text& aLeft, const String&
 ParameterRepository::ParameterRepository(const String& aName, unsigned long aID)
     : name_(aName), id_(aID) {}
 
-// The object is complete once the other constructor has run: should memory run out on the way, the
-// destructor cleans up.
+// The object is complete once the other constructor has run, so the destructor cleans up if memory
+// runs out.
 ParameterRepository::ParameterRepository(const ParameterRepository& aSource)
     : ParameterRepository(aSource.GetName(), aSource.GetID()) {
     for (unsigned long index = 0; index < aSource.GetCount(); ++index) {
         std::unique_ptr<Parameter> copy = CopyOf(*aSource.GetByIndex(index));
-        // Add reports a copy that there was no memory for; the others are copied all the same.
+        // Add reports a copy that is null for lack of memory; the others are still copied.
         if (Add(copy.get()).IsSuccess()) (void)copy.release();
     }
 }
@@ -165,7 +164,7 @@ bool ParameterRepository::HasByName(const String& aName) const {
     return FindName(aName) != byName_.end();
 }
 
-// Names compare in their 8-bit form, whatever form they are given in.
+// Names are compared in their 8-bit form, whichever form is passed.
 ParameterRepository::NameMap::const_iterator ParameterRepository::FindName(
     const String& aName) const {
     const char* const text = aName.GetAscii();
@@ -174,7 +173,7 @@ ParameterRepository::NameMap::const_iterator ParameterRepository::FindName(
 
 Result ParameterRepository::ResetDefaults() {
     for (Parameter* const parameter : byIndex_) {
-        // What cannot be reset stays as it is; the parameter has logged why.
+        // A parameter that cannot be reset has logged why.
         if (!parameter->IsReadOnly()) (void)parameter->ResetDefault();
     }
     return Result(Code::Success);
@@ -210,7 +209,7 @@ void ParameterRepository::Insert(Parameter* aParameter) {
     try {
         const auto byId = byId_.emplace(aParameter->GetID(), aParameter).first;
         try {
-            // From the 8-bit text the map makes the key in its place.
+            // The map builds the key in place from the 8-bit text.
             byName_.emplace(aParameter->GetName().GetAscii(), aParameter);
         } catch (...) {
             byId_.erase(byId);
@@ -228,7 +227,7 @@ Result ParameterRepository::RemoveByIndex(unsigned long aIndex) {
     Require(aIndex < byIndex_.size());
 
     Parameter* const removed = byIndex_[aIndex];
-    // This takes no memory, and so cannot fail: the name has had its 8-bit form since Add.
+    // This needs no memory and cannot fail: the name has had its 8-bit form since Add.
     const auto name = FindName(removed->GetName());
     byId_.erase(removed->GetID());
     if (name != byName_.end()) byName_.erase(name);
@@ -257,7 +256,7 @@ Result ParameterRepository::CopyValueByID(const ParameterRepository& aSource, un
     if (own == nullptr) return Result(Code::NotFound);
     if (source->GetType() != own->GetType()) return Result(Code::NotSupported);
 
-    // A refused value counts as copied: the parameter has logged why it kept its own.
+    // A refused value counts as copied: the parameter has logged the refusal.
     switch (own->GetType()) {
         case Parameter::TypeEnumeration:
         case Parameter::TypeInteger:

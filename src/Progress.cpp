@@ -9,7 +9,7 @@ namespace QvUserLib {
 
 namespace {
 
-// The counters are independent of each other, so nothing needs to be ordered.
+// The counters are independent of each other, so relaxed order is enough.
 unsigned int Get(const std::atomic<unsigned int>& aCounter) {
     return aCounter.load(std::memory_order_relaxed);
 }
@@ -60,7 +60,7 @@ void Progress::SetPercentage() {
         Set(percentage_, 0);
         return;
     }
-    // More steps may be done than there are in all: the figure may be large, but it is defined.
+    // More steps may be done than the total: the result may be large, but is defined.
     const double percentage = Get(stepCompleted_) * 100.0 / total + 0.5;
     Set(percentage_, static_cast<unsigned int>(static_cast<long long>(percentage)));
 }

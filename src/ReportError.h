@@ -8,11 +8,11 @@
 
 namespace QvUserLib {
 
-// Writes a failure to the process-wide error log and returns its bare code, for an operation to
-// return in its turn.
+// Writes a failure to the process-wide error log and returns its bare code, for the operation to
+// return.
 //
-// aFile is the label of the reporting source, such as ".\Parameter". Arguments that no conversion
-// of the format takes do no harm: system error codes are handed over so.
+// aFile is the label of the reporting source, such as ".\Parameter". Arguments that the format does
+// not use do no harm: system error codes are passed this way.
 Result ReportError(const Result& aResult, const char* aFile, unsigned long aLine,
                    const char* aFormat, ...);
 

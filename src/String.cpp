@@ -15,14 +15,14 @@ namespace QvUserLib {
 
 namespace {
 
-// Bits of a String's marks: which of its forms is current.
+// Bits of a String's marks: which of its forms are current.
 constexpr unsigned long kAsciiCurrent = 1;
 constexpr unsigned long kUnicodeCurrent = 2;
 
-// The longest text that a conversion gives, in units.
+// The longest text that a conversion makes, in units.
 constexpr int kMaxConverted = 4095;
 
-// No unit of a text comes from more than this many units of its other form, in any code page.
+// In no code page does one unit of a text come from more units of its other form than this.
 constexpr int kMaxSourceUnits = 4;
 
 // The system's conversions. They return 0 when the result does not fit.
@@ -34,9 +34,9 @@ int Convert(const wchar_t* aText, int aLength, char* aOut, int aOutSize) {
     return ::WideCharToMultiByte(CP_ACP, 0, aText, aLength, aOut, aOutSize, nullptr, nullptr);
 }
 
-// What a conversion has to know of a text.
+// What a conversion needs to know about a text.
 struct TextKind {
-    // Every ANSI code page carries it over unit by unit.
+    // Then every ANSI code page converts it unit by unit.
     bool isAscii;
     bool hasZeros;
 };
@@ -44,7 +44,7 @@ struct TextKind {
 template <typename Unit>
 TextKind KindOf(const std::basic_string<Unit>& aText) {
     using Unsigned = std::make_unsigned_t<Unit>;
-    // As narrow as the units, so that the compiler takes many of them at a time.
+    // As narrow as the units, so that the compiler handles many of them at a time.
     Unsigned bits = 0;
     Unsigned zeros = 0;
     for (const Unit unit : aText) {
@@ -72,7 +72,7 @@ void CopyAscii(const std::basic_string<Source>& aSource, std::basic_string<Targe
     }
 }
 
-// As many whole characters as kMaxConverted units hold, of a text that gives more.
+// Converts a text whose result is longer than kMaxConverted units: as many whole characters as fit.
 std::wstring Shortened(const char* aText, int aLength) {
     std::wstring text(static_cast<std::size_t>(aLength), L'\0');
     const int size = Convert(aText, aLength, &text[0], aLength);
@@ -81,8 +81,8 @@ std::wstring Shortened(const char* aText, int aLength) {
     return text;
 }
 
-// The same. Only the system knows how many bytes a character takes, so this looks for the longest
-// beginning that fits.
+// The same. Only the system knows how many bytes a character takes, so this searches for the
+// longest beginning that fits.
 std::string Shortened(const wchar_t* aText, int aLength) {
     char buffer[kMaxConverted];
     int fits = 0;
@@ -107,14 +107,14 @@ void ConvertText(const std::basic_string<Source>& aSource, std::basic_string<Tar
         return;
     }
     const std::size_t end = kind.hasZeros ? aSource.find(Source()) : aSource.size();
-    // What this many source units give holds all that is kept.
+    // The result of this many source units contains all that is kept.
     constexpr std::size_t kMaxNeeded = std::size_t{kMaxConverted} * kMaxSourceUnits;
     const auto length = static_cast<int>(std::min(end, kMaxNeeded));
     if (length == 0) {
         aTarget.clear();
         return;
     }
-    // The terminator is not converted: an incomplete character in front of it could swallow it.
+    // Leave out the terminator: an incomplete character before it could swallow it.
     Target buffer[kMaxConverted];
     const int size = Convert(aSource.data(), length, buffer, kMaxConverted);
     if (size > 0) {
@@ -130,7 +130,7 @@ const Unit* OrEmpty(const Unit* aText) {
     return aText != nullptr ? aText : &kEmpty;
 }
 
-// The zero-terminated text, cut or padded with zeros. Nothing behind aLength is read.
+// The zero-terminated text, cut or padded with zeros. Nothing past aLength is read.
 template <typename Unit>
 std::basic_string<Unit> Resized(const Unit* aText, unsigned int aLength) {
     const Unit* const text = OrEmpty(aText);
@@ -146,7 +146,7 @@ const Unit* From(const std::basic_string<Unit>& aText, unsigned int aStart) {
     return aText.c_str() + std::min<std::size_t>(aStart, aText.size());
 }
 
-// Bytes from 0x80 stay, whatever locale the client has set.
+// Bytes from 0x80 stay as they are, whatever locale the client has set.
 std::string MapAscii(const char* aText, std::size_t aLength, int (*aMap)(int)) {
     std::string mapped(aText, aLength);
     for (char& character : mapped) {

@@ -12,8 +12,8 @@ namespace {
 
 constexpr char kSource[] = ".\\Synchro";
 
-// The lines that stand in the error log for each outcome. Tools recognise them, so they stay when
-// the code moves.
+// The line numbers in the error log for each outcome. Tools recognise them, so they stay the same
+// when the code moves.
 struct WaitLines {
     unsigned long noHandle;
     unsigned long abandoned;

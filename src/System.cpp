@@ -49,7 +49,7 @@ void GetPath(int aFolder, const char* aDirectory, const char* aFile, char* aOut,
         if (aDirectory != nullptr) path.append("\\").append(aDirectory);
         const std::string directory = path;
         if (aFile != nullptr) path.append("\\").append(aFile);
-        // It may be there already, and a failure shows when the caller opens the file.
+        // It may exist already, and a failure shows when the caller opens the file.
         if (aDirectory != nullptr && Fits(path, aOutSize)) {
             ::CreateDirectoryA(directory.c_str(), nullptr);
         }

@@ -18,9 +18,9 @@ namespace QvUserLib {
 
 // The position of the first zero or aStop in a text, at most aMax.
 //
-// Looks at sixteen bytes at a time, where the C library goes byte by byte, which takes longer than
-// all the rest of reporting an error. The blocks are aligned, so that none reaches into a page that
-// the text does not touch.
+// Looks at sixteen bytes at a time. The C library goes byte by byte, which takes longer than all
+// the rest of reporting an error. The blocks are aligned, so that none reaches into a page that the
+// text does not touch.
 inline std::size_t LengthUpTo(const char* aText, char aStop, std::size_t aMax) {
     constexpr std::size_t kBlock = sizeof(__m128i);
     const std::size_t before = reinterpret_cast<std::uintptr_t>(aText) % kBlock;
@@ -31,7 +31,7 @@ inline std::size_t LengthUpTo(const char* aText, char aStop, std::size_t aMax) {
         const __m128i bytes = _mm_load_si128(block);
         auto found = static_cast<unsigned int>(_mm_movemask_epi8(
             _mm_or_si128(_mm_cmpeq_epi8(bytes, zero), _mm_cmpeq_epi8(bytes, stop))));
-        // Nothing in front of the text counts.
+        // Ignore the bytes before the text.
         if (start == 0) found &= ~0U << before;
         if (found == 0) continue;
 #ifdef _MSC_VER

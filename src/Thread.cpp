@@ -12,8 +12,8 @@
 
 namespace QvUserLib {
 
-// Written by the controlling thread and the one it started, read by any. Released and acquired, so
-// that what was written before a stop request is seen by the work that honours it.
+// Written by the controlling thread and the one it started, read by any. Release and acquire make
+// what was written before a stop request visible to the work that sees the request.
 struct ThreadState {
     explicit ThreadState(unsigned int aPriority)
         : priority(aPriority), isRunning(false), isStopping(false), idWord(0) {}
@@ -27,8 +27,8 @@ struct ThreadState {
     void SetId(unsigned int aId) { idWord.store(aId, std::memory_order_release); }
 
     // Between these two calls the new thread may set the identifier, and clear it again when its
-    // work throws: what it stores stays. The C runtime reports the identifier too late to be sure
-    // that the thread still runs.
+    // work throws. EndStart must not overwrite that: the C runtime returns the identifier so late
+    // that the thread may have ended.
     void BeginStart() { idWord.store(kStarting | GetId(), std::memory_order_release); }
     void EndStart(unsigned int aId) {
         unsigned long long expected = kStarting | GetId();
@@ -50,7 +50,8 @@ namespace {
 
 constexpr char kSource[] = ".\\Thread";
 
-// The lines that stand in the error log. Tools recognise them, so they stay when the code moves.
+// The line numbers in the error log. Tools recognise them, so they stay the same when the code
+// moves.
 constexpr unsigned long kLineStart = 316;
 constexpr unsigned long kLinePriority = 488;
 constexpr unsigned long kLineHasIdentifier = 539;
@@ -81,7 +82,7 @@ int SystemPriority(unsigned int aLevel) {
     }
 }
 
-// The exception by which Windows debuggers learn the name of a thread, and what it carries.
+// The exception that tells Windows debuggers the name of a thread, and its arguments.
 constexpr DWORD kThreadNaming = 0x406D1388;
 struct ThreadNaming {
     DWORD type;  // Always 0x1000.
@@ -91,7 +92,7 @@ struct ThreadNaming {
 };
 static_assert(sizeof(ThreadNaming) == 3 * sizeof(ULONG_PTR), "debuggers read three words");
 
-// A debugger sees the exception before this does. Without one it goes no further.
+// A debugger sees the exception before this handler, which stops it here.
 LONG CALLBACK IgnoreThreadNaming(EXCEPTION_POINTERS* aException) {
     return aException->ExceptionRecord->ExceptionCode == kThreadNaming
                ? EXCEPTION_CONTINUE_EXECUTION
@@ -109,7 +110,7 @@ unsigned __stdcall ThreadState::Run(void* aThread) {
 Thread::Thread(unsigned int aPriority) : state_(new ThreadState(aPriority)) {}
 
 Thread::~Thread() {
-    // However the wait ends, there is nothing more to be waited for.
+    // The destructor cannot do more if the wait fails.
     if (handle_ != nullptr) (void)Thread::WaitUntilSignaled();
     delete state_;
 }

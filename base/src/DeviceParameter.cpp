@@ -20,7 +20,7 @@ std::basic_string<Unit> ReadField(const Unit (&aField)[Size]) {
     return std::basic_string<Unit>(aField, std::find(aField, aField + Size, Unit()));
 }
 
-// Cuts the text to the field; what it does not fill becomes zero.
+// Cuts the text to the field, and fills the rest with zeros.
 template <typename Unit, std::size_t Size>
 void WriteField(Unit (&aField)[Size], const Unit* aText) {
     std::size_t length = 0;

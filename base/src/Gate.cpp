@@ -9,8 +9,8 @@ namespace QvBaseLib {
 
 namespace {
 
-// What gates guard takes less time than putting a thread to sleep and waking it: try again for a
-// while before that.
+// Code under a gate usually takes less time than putting a thread to sleep and waking it. So spin
+// for a while first.
 constexpr DWORD kSpinCount = 4000;
 
 CRITICAL_SECTION* AsCriticalSection(void** aStorage) {

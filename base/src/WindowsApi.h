@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The one way in which the sources reach the Win32 API.
+// All sources include the Win32 API through this header.
 
 #ifndef QVBASELIB_WINDOWSAPI_H
 #define QVBASELIB_WINDOWSAPI_H

@@ -20,8 +20,8 @@ namespace QvUserLib {
 /// 1023 characters. Writing it cuts it to 511 characters and turns `%%` into `%`; any other percent
 /// sign stays as it is.
 ///
-/// All operations may be called from any thread. Only the inherited `Write` and three-argument
-/// `Open` take no lock.
+/// All operations may be called from any thread, except the inherited `Write` and three-argument
+/// `Open`, which take no lock.
 class QVUSERLIB_API ErrorLog : public Log {
 public:
     /// The log that the library reports to. It exists as long as the library is loaded.
