@@ -32,7 +32,7 @@ protected:
 
     Parameter* Get(unsigned long aID) { return parameters_.GetByID(aID); }
 
-    // What the driver holds, read through a connection of its own.
+    // The driver's value, read through another connection.
     long long DriversInt(unsigned long aID, unsigned int aDevice = 0) {
         DeviceConnection connection;
         DeviceParameterRepository parameters;
@@ -282,7 +282,7 @@ TEST_F(SampleRefusalsTest, DriverSurvivesTenThousandRandomBlocks) {
         for (std::size_t change = 0; change < changes && !bytes.empty(); ++change) {
             bytes[below(bytes.size())] = static_cast<char>(random());
         }
-        (void)Send(bytes.data(), bytes.size());  // Whether it is taken is the driver's to say.
+        (void)Send(bytes.data(), bytes.size());  // The driver may take it or refuse it.
     }
 
     ASSERT_THAT(parameters_.Refresh(), HasCode(Code::Success));

@@ -40,7 +40,8 @@ constexpr unsigned int kSmallest = 64;
 constexpr unsigned int kLargest = 65536;
 constexpr long long kDataError = 0xC000009CLL;  // STATUS_DEVICE_DATA_ERROR, in Win32 ERROR_CRC.
 
-// Room for any packet, filled with what no packet puts there, and how many bytes a read returned.
+// Room for any packet, filled with a byte that shows what was not written. And how many bytes a
+// read returned.
 struct Buffer {
     Buffer() : bytes(kLargest + 1, 0xEE) {}
 
@@ -133,7 +134,7 @@ protected:
         return parameters.GetByID(aID)->GetInt();
     }
 
-    // The driver's answer to a value that the library would not send of itself.
+    // Returns the driver's code for a value that the library itself would not send.
     unsigned long SetUnchecked(unsigned long aID, long long aValue) {
         DeviceParameterRepository parameters;
         EXPECT_THAT(parameters.Connect(&connection_), HasCode(Code::Success));
@@ -372,8 +373,8 @@ TEST_F(SampleStreamTest, HeldReadsGoOnWhenReleased) {
 
 class SampleCancelTest : public SampleStreamTest {
 protected:
-    // `CancelIoEx` wants the handle, which a connection only gives away. The reads are those of a
-    // handle of the test's own.
+    // `CancelIoEx` needs the handle, and a connection doesn't show it. So the reads are sent on a
+    // handle that belongs to the test.
     void SetUp() override {
         SampleStreamTest::SetUp();
         if (HasFatalFailure()) return;
@@ -444,7 +445,7 @@ TEST_F(SampleCancelTest, PacketOfACancelledDelayedReadCountsAsDropped) {
     Set(QV_SAMPLE_ID_FAULT_DELAY, 0);
     Send(second);
     CancelAndFinish(first);
-    // It had to wait for the one before it, up to the time that was meant for that one.
+    // It has no delay, but it had to wait for the read before it.
     CancelAndFinish(second);
 
     const QV_SAMPLE_PACKET_HEADER header = ReadHeader();
@@ -507,8 +508,8 @@ TEST_F(SampleCancelTest, ClosingEndsReadsThatAreHeldOrDelayed) {
 
 // Order
 
-// Keeps a queue full of reads and collects them, looking each time whether any has completed before
-// an older one.
+// Keeps a queue full of reads and collects them. Each time it checks that no read has completed
+// before an older one.
 class SampleOrderTest : public SampleStreamTest {
 protected:
     void SetUp() override {
@@ -548,11 +549,11 @@ private:
         ASSERT_NE(nullptr, request);
         aSlot.request = static_cast<OVERLAPPED*>(request);
         std::fill_n(aSlot.bytes, kSmallest, static_cast<unsigned char>(0));
-        // A refusal is told again when the request is collected.
+        // A refusal is returned again when the request is collected.
         (void)connection_.Read(aSlot.bytes, kSmallest, &size, request);
     }
 
-    // Looks from the newest to the oldest: what completes meanwhile can only be missed.
+    // Looks from the newest to the oldest. Then a read that completes meanwhile is no false alarm.
     void CheckOrder(int aOldest, int aEnd) {
         bool hasNewerEnded = false;
         for (int index = aEnd - 1; index >= aOldest; --index) {
@@ -751,7 +752,7 @@ TEST_F(SampleStreamTest, ThousandConnectStreamCloseCyclesLeaveNoHandle) {
     ASSERT_THAT(connection_.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), HasCode(Code::Success));
 }
 
-// A device that comes and goes with the test.
+// A device that is made for the test and removed after it.
 class SampleRemovalTest : public SampleStreamTest {
 protected:
     void SetUp() override {
@@ -766,7 +767,7 @@ protected:
     }
 
     void TearDown() override {
-        (void)connection_.Close();  // Whether it is open still depends on the test.
+        (void)connection_.Close();  // Fails when the test has closed it.
         if (Links().count(link_) != 0) Remove();
     }
 
@@ -857,14 +858,14 @@ TEST_F(SampleRemovalTest, RunningStreamEndsWithItsDeviceAndLosesNoRequest) {
 
     for (; failed == 0 || collected < sent; ++collected) {
         for (; failed == 0 && sent - collected < 7; ++sent) {
-            // A refusal is told again when the request is collected.
+            // A refusal is returned again when the request is collected.
             (void)connection_.Read(buffer.bytes.data(), kLargest, &buffer.size,
                                    queue.GetNextAvailableRequest());
         }
         const unsigned long code = queue.GetNextResult(&buffer.size).GetCode();
         if (code == Code::Success) continue;
         ++failed;
-        // Those that were pending, and those that came while the device was going.
+        // Some were pending, others came while the device was being removed.
         EXPECT_THAT(code, AnyOf(ERROR_DEVICE_REMOVED, ERROR_DELETE_PENDING, ERROR_ACCESS_DENIED,
                                 ERROR_INVALID_FUNCTION))
             << "request " << collected << " of " << sent;

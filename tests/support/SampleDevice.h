@@ -19,9 +19,9 @@
 
 namespace QvTests {
 
-/// Takes what earlier tests have left in the loop-back buffer of a device that is in that mode. One
-/// byte more keeps the read from waiting when there are none; it is refused when there is no room
-/// for it. The read has room for the largest buffer.
+/// Reads what earlier tests have left in the loop-back buffer. The device is in that mode. A byte
+/// is written first, so that the read doesn't wait when the buffer is empty. The write is refused
+/// when the buffer is full. The read has room for the largest buffer.
 inline void EmptyTheLoopBack(QvUserLib::DeviceConnection& aConnection) {
     std::vector<char> bytes(256 * 1024);
     unsigned long size = 0;
@@ -31,7 +31,7 @@ inline void EmptyTheLoopBack(QvUserLib::DeviceConnection& aConnection) {
         HasCode(QvUserLib::Code::Success));
 }
 
-/// Opens the first device, and gives it back with all parameters at their defaults.
+/// Opens the first device, and leaves it with all parameters at their defaults.
 class SampleDeviceTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -52,7 +52,7 @@ protected:
         ASSERT_THAT(parameters.Apply(), HasCode(QvUserLib::Code::Success));
     }
 
-    /// Has the driver take the value of an integer or the index of an enumeration.
+    /// Sends the value of an integer or the index of an enumeration to the driver.
     void Set(unsigned long aID, long long aValue) {
         QvUserLib::DeviceParameterRepository parameters;
         ASSERT_THAT(parameters.Connect(&connection_), HasCode(QvUserLib::Code::Success));
@@ -60,7 +60,7 @@ protected:
         ASSERT_THAT(parameters.Apply(), HasCode(QvUserLib::Code::Success));
     }
 
-    /// Has the first device return what is written to it from now on.
+    /// From now on the first device returns what is written to it.
     void BeginLoopBack() {
         Set(QV_SAMPLE_ID_STREAM_MODE, QV_SAMPLE_MODE_LOOP_BACK);
         EmptyTheLoopBack(connection_);
