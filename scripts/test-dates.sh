@@ -13,18 +13,17 @@ source scripts/common.sh
 scripts/install-packages.sh --quiet faketime
 
 # The time zones have the form that the C libraries of both systems read. The starts shortly before
-# midnight leave time to start Wine.
+# midnight leave time to start Wine. All dates have to be in the future, because faketime also shifts
+# the monotonic clock, which must not become negative.
 moments=(
-    "2026-12-01 10:00:00 UTC0"        # the first of a month
-    "2027-03-09 23:59:40 NPT-5:45"    # midnight, from a day with one digit to one with two
-    "2027-12-31 23:59:40 IST-5:30"    # New Year
-    "2028-02-29 12:00:00 NST3:30NDT"  # the day that only leap years have
+    "2036-12-01 10:00:00 UTC0"        # the first of a month
+    "2037-03-09 23:59:40 NPT-5:45"    # midnight, from a day with one digit to one with two
+    "2037-12-31 23:59:40 IST-5:30"    # New Year
+    "2036-02-29 12:00:00 NST3:30NDT"  # the day that only leap years have
     "2038-01-20 12:00:00 LINT-14"     # behind the last second that 32 bits hold
 )
 # The length of these two tests has nothing to do with the date.
 export QVTEST_LOG_ERRORS=2000 QVTEST_FUZZ_BLOCKS=1000
-# Time limits are those of the real clock.
-export FAKETIME_DONT_FAKE_MONOTONIC=1
 
 for moment in "${moments[@]}"; do
     read -r date time zone <<<"$moment"

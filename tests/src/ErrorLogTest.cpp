@@ -215,6 +215,18 @@ private:
     ImportPatch delete_{"DeleteFileA", &Delete};
 };
 
+// A clock of the library that stands still.
+class FixedClock {
+public:
+    explicit FixedClock(const FILETIME& aTime) { time_ = aTime; }
+    bool IsActive() const { return patch_.IsActive(); }
+
+private:
+    static void WINAPI GetTime(FILETIME* aTime) { *aTime = time_; }
+    inline static FILETIME time_ = {};
+    ImportPatch patch_{"GetSystemTimeAsFileTime", &GetTime};
+};
+
 // What the library copies and deletes, in the order of the calls.
 class FileCalls {
 public:
@@ -596,11 +608,7 @@ TEST_F(ErrorLogTest, LinesStartWithTheTimeOfTheirWriting) {
 TEST_F(ErrorLogTest, TimeFollowsTheClockWithItsNextTick) {
     const std::string earlier = WrittenLine("before");
     // Some day in the year 2600, whatever the time zone.
-    const ImportPatch clock(
-        "GetSystemTimeAsFileTime", +[](FILETIME* aNow) {
-            aNow->dwHighDateTime = 0x04610000;
-            aNow->dwLowDateTime = 0;
-        });
+    const FixedClock clock({0, 0x04610000});
     ASSERT_TRUE(clock.IsActive());
     AwaitNextTick();
 
@@ -612,11 +620,7 @@ TEST_F(ErrorLogTest, TimeFollowsTheClockWithItsNextTick) {
 
 TEST_F(ErrorLogTest, TimeTakesTwentyFourCharactersOnADayBelowTen) {
     // Noon of 5 December 2026, UTC: a day below ten in every time zone.
-    const ImportPatch clock(
-        "GetSystemTimeAsFileTime", +[](FILETIME* aNow) {
-            aNow->dwHighDateTime = 0x01dd84b0;
-            aNow->dwLowDateTime = 0x27556000;
-        });
+    const FixedClock clock({0x27556000, 0x01dd84b0});
     ASSERT_TRUE(clock.IsActive());
     AwaitNextTick();
 
