@@ -275,17 +275,21 @@ int Run(const Options& aOptions) {
     const auto stated = aOptions.check ? ReadStatedCounts(aOptions.statedCounts)
                                        : std::map<std::string, StatedCounts>();
     bool isWithinStated = true;
+    std::string peaks;
     PrintHeading();
     for (const Comparison& row : table.Rows()) {
         if (row.what.find(aOptions.filter) == std::string::npos) continue;
         const Outcome outcome = Measure(row, aOptions);
         PrintRow(row, outcome);
         if (outcome.ours.peakBytes > 0 && row.peakPer > 0) {
-            std::fprintf(stderr, "%s: peak memory %.0f bytes for each, bare %.0f\n",
-                         row.what.c_str(), outcome.ours.peakBytes / row.peakPer,
-                         outcome.bare.peakBytes / row.peakPer);
+            peaks += "| " + row.what + Format(" | %.0f", outcome.ours.peakBytes / row.peakPer) +
+                     Format(" | %.0f |\n", outcome.bare.peakBytes / row.peakPer);
         }
         if (aOptions.check) isWithinStated &= CheckCounts(row, outcome, stated);
+    }
+    if (!peaks.empty()) {
+        std::printf("\n| peak memory | bytes for each parameter | bare |\n|---|---:|---:|\n%s",
+                    peaks.c_str());
     }
     return isWithinStated ? 0 : 1;
 }

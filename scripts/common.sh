@@ -1,9 +1,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# To be sourced. What the scripts share.
+# To be sourced. What several scripts use.
 
-# step TEXT: tells what comes next.
+# step TEXT: prints what comes next.
 step() {
     printf '== %s\n' "$*"
 }
@@ -17,4 +17,12 @@ run_quietly() {
         printf 'error: failed: %s (all of its output: %s)\n' "$*" "$log" >&2
         return 1
     fi
+}
+
+# describe_run COMMAND: one paragraph of Markdown that says how figures were made.
+describe_run() {
+    printf 'Made by `%s` at commit %s, %s, with %s and %s, on %d cores (%s).\n\n' "$1" \
+        "$(git describe --always --dirty 2>/dev/null || echo unknown)" "$(date +%F)" \
+        "$(wine --version 2>/dev/null)" "$(x86_64-w64-mingw32-g++-posix --version | head -n 1)" \
+        "$(nproc)" "$(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1)"
 }

@@ -13,12 +13,12 @@ packages=(
     cmake ninja-build git python3
     # Sources and headers that our own build compiles for Windows.
     googletest libcli11-dev nlohmann-json3-dev
-    # What building log4cxx from Debian's sources needs besides, and the delay import of it.
-    gcc libc6-dev bzip2 python3
-    # What finds an installed library, for the test of ours.
+    # What building log4cxx from Debian's sources needs besides.
+    gcc libc6-dev bzip2 patch
+    # Finds our installed library in a test.
     pkgconf
-    # What checks the tool's JSON output and its manual page.
-    python3 python3-jsonschema groff-base
+    # Check the tool's JSON output and its manual page.
+    python3-jsonschema groff-base
     # Runs what was built, the kernel driver included.
     wine wine64
     # The checks of scripts/check.sh.

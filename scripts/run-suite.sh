@@ -14,15 +14,18 @@ preset=$1
 shift
 start_wine_with_devices "$PWD/build/$preset" 2
 
-# Tests of logging are skipped when log4cxx could not be had, and only then.
-if scripts/build-log4cxx.sh --sources-only >/dev/null; then export QV_LOG4CXX_REQUIRED=1; fi
+require_log4cxx_if_built
 
-# A second try is to meet what the first one met.
+# A second try uses the same seed.
 export QVTEST_SEED=${QVTEST_SEED:-$((RANDOM * 32768 + RANDOM))}
 
 step "Testing build/$preset"
-# Wine fails to start a program once in some thousand times, without a word: what failed is run a
-# second time, and named below. Whatever began to run has to pass the first time.
+# Lists the tests of programs that are new. If Wine does not start one of them, the run below lists
+# its tests.
+ctest --preset "$preset" -N >/dev/null 2>&1 </dev/null || true
+
+# As in run_test_program, a test that Wine did not start is run again. A test that printed anything
+# has to pass the first time.
 failed=0
 ctest --preset "$preset" --progress --repeat until-pass:2 "$@" </dev/null || failed=$?
 awk '
