@@ -2,7 +2,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Installs what is missing and builds everything, or only the targets named, into build/PRESET.
+# Installs missing packages and builds everything, or only the given targets, into build/PRESET.
 # Usage: scripts/build.sh [PRESET [TARGET…]]      (default: mingw)
 set -euo pipefail
 
@@ -12,7 +12,7 @@ source scripts/common.sh
 preset=${1:-mingw}
 targets=("${@:2}")
 scripts/install-packages.sh --quiet
-# Without the sources of log4cxx everything is built all the same, as the script says then.
+# Without the sources of log4cxx (exit code 3) everything else is built.
 scripts/build-log4cxx.sh || (($? == 3))
 mkdir -p "build/$preset"
 step "Building build/$preset"

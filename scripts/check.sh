@@ -2,11 +2,11 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Checks the sources: layout with clang-format, spelling with codespell, links of the pages,
-# descriptions of everything public with doxygen, code with clang-tidy. A file that passed clang-tidy
-# is looked at again only when it, a header that it may include, or the rules have changed.
+# Checks the sources: layout with clang-format, spelling with codespell, links in the pages,
+# descriptions of everything public with doxygen, code with clang-tidy. clang-tidy checks a file again
+# only when the file, a header that it may include, or the rules have changed.
 # Usage: scripts/check.sh [PRESET [--products]]      (default: mingw; built before)
-#   --products  clang-tidy looks at what is delivered only: tests and benchmarks take it twice as long
+#   --products  clang-tidy skips tests and benchmarks, which take two thirds of its time
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -38,14 +38,14 @@ hash_of() { sources '*.clang-tidy' scripts/check.sh "$@" | sort -z | xargs -0 sh
 headers=$(hash_of '*.h')
 product_headers=$(hash_of '*.h' ':!tests' ':!bench')
 
-# check_file FILE: one line of output at least when the file does not pass.
+# check_file FILE: prints what clang-tidy found. Fails when it found anything.
 check_file() {
     local key log seen=$product_headers
     case $1 in tests/* | bench/*) seen=$headers ;; esac
     key=$( (sha256sum "$1"; echo "$seen") | sha256sum | cut -c1-32)
     log=$build/tidy/$key
     [[ -e "$log.passed" ]] && return 0
-    # The compile commands are GCC's, which knows its target by its name.
+    # The compile commands are GCC's, which has its target in its name.
     if clang-tidy-19 -p "$build" --quiet --extra-arg-before=--target=x86_64-w64-mingw32 "$1" \
         >"$log.log" 2>&1; then
         rm "$log.log"
@@ -58,7 +58,7 @@ check_file() {
 export -f check_file
 export build headers product_headers
 
-# Only what is compiled with the preset has compile commands.
+# Only the sources that this preset compiles have compile commands.
 compiled=()
 while IFS= read -r -d '' file; do
     if grep -qF "\"$PWD/$file\"" "$build/compile_commands.json"; then compiled+=("$file"); fi

@@ -4,9 +4,9 @@
 
 Usage: check_docs.py [--links-only] PAGE…      (from the project's directory)
 
-A link leads to a file that is there and, if it names one, to a heading of that page. Each message
-in quotation marks in the first column of docs/troubleshooting.md stands so in a source of the library.
-A command of the tool that stands within a line has a verb and options that its manual page knows.
+Each link has to lead to a file and, if it has an anchor, to a heading of that page. Each message in
+quotation marks in the first column of docs/troubleshooting.md has to be in a source of the library.
+Each command of the tool within a line has to have a verb and options that its manual page has.
 """
 
 import pathlib
@@ -18,19 +18,19 @@ MANUAL = pathlib.Path("tools/qvctl/qvctl.1")
 
 
 def prose_of(page):
-    """The text without blocks of code, which have brackets of their own."""
+    """Returns the text without blocks of code, whose brackets are not links."""
     return re.sub(r"^```.*?^```$", "", page.read_text(encoding="utf-8"), flags=re.S | re.M)
 
 
 def anchors_of(page):
-    """What links may name, as GitHub makes it from headings."""
+    """Returns the anchors of a page, which GitHub makes from its headings."""
     headings = re.findall(r"^#+ (.*)$", prose_of(page), re.M)
     plain = [re.sub(r"[^\w\- ]", "", heading.lower()) for heading in headings]
     return {heading.strip().replace(" ", "-") for heading in plain}
 
 
 def broken_links(page):
-    """Those that lead nowhere."""
+    """Yields the links that lead nowhere."""
     for target in re.findall(r"\]\(([^)\s]+)\)", prose_of(page)):
         if re.match(r"(https?|mailto):", target):
             continue
@@ -41,7 +41,7 @@ def broken_links(page):
 
 
 def unknown_messages():
-    """Quoted messages that no source has. There, a long one is in pieces."""
+    """Yields the quoted messages that no source has. Sources have long messages in pieces."""
     sources = [*pathlib.Path("src").glob("*.cpp"), *pathlib.Path("src").glob("*.h")]
     code = "".join(source.read_text(encoding="utf-8") for source in sources)
     code = re.sub(r'"\s*"', "", code).replace('\\n"', '"')
@@ -52,7 +52,7 @@ def unknown_messages():
 
 
 def unknown_commands(page):
-    """Commands within lines that the tool would refuse; words in capitals stand for others."""
+    """Yields the commands within lines that the tool would refuse. It takes capitals as any word."""
     manual = MANUAL.read_text(encoding="utf-8").replace("\\-", "-")
     verbs = set(re.findall(r"^\.SS (.*)$", manual, re.M))
     options = set(re.findall(r"^\\fB(--[\w-]+)", manual, re.M))

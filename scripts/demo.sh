@@ -2,8 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds what it shows, installs the sample driver in a Wine prefix of the build directory, and shows
-# the library's main use on it with the command-line tool.
+# Builds the command-line tool and the sample driver, installs the driver in a Wine prefix of the
+# build directory, and shows the main uses of the library with the tool.
 # Usage: scripts/demo.sh
 set -euo pipefail
 
@@ -11,8 +11,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
 source scripts/wine-environment.sh
 
-# qvctl ARGUMENT…: shows the command, then runs it. Each run is a process of its own, so what it
-# reads comes from the driver.
+# qvctl ARGUMENT…: prints the command, then runs it. Each run is a new process, so the values that it
+# shows come from the driver.
 qvctl() {
     printf '\n$ qvctl'
     printf ' %q' "$@"
@@ -20,7 +20,7 @@ qvctl() {
     wine build/mingw/bin/qvctl.exe "$@" </dev/null
 }
 
-# expect_refusal ARGUMENT…: as qvctl, for a command that has to fail.
+# expect_refusal ARGUMENT…: runs qvctl with a command that has to fail.
 expect_refusal() {
     local code=0
     qvctl "$@" 2>&1 || code=$?

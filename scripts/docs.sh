@@ -2,8 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Makes the reference of the public headers, in build/reference/html. Fails when anything public is
-# without a description.
+# Makes the reference of the public headers, in build/reference/html. Fails when anything public has
+# no description.
 # Usage: scripts/docs.sh
 set -euo pipefail
 

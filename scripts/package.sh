@@ -2,8 +2,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds what is delivered and makes the packages of it: a zip file and an installer, in
-# build/mingw/dist.
+# Builds what we deliver and packs it into a zip file and an installer, in build/mingw/dist.
 # Usage: scripts/package.sh
 set -euo pipefail
 

@@ -2,7 +2,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Runs a Windows program in the Wine prefix of the build directory that it lies in.
+# Runs a Windows program in the Wine prefix of its build directory.
 # Usage: scripts/run-in-wine.sh PROGRAM [ARGUMENT…]
 set -euo pipefail
 

@@ -2,9 +2,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Tries the packages of scripts/package.sh in a fresh Wine prefix of the build directory: the
-# installer is run without questions, what it installed is used, and it is uninstalled; then what the
-# guide says is done with the zip file, in a prefix of its own.
+# Tries the packages of scripts/package.sh in a fresh Wine prefix of the build directory: runs the
+# installer without questions, uses what it installed, and uninstalls it. Then follows the guide with
+# the zip file, in another prefix.
 # Usage: scripts/test-package.sh
 set -euo pipefail
 
@@ -25,8 +25,8 @@ environment='HKLM\System\CurrentControlSet\Control\Session Manager\Environment'
 programs='HKLM\Software\Microsoft\Windows\CurrentVersion\Uninstall\QvUserLib'
 place='C:\Driver Tools\QvUserLib'
 
-# windows COMMAND…: runs a Windows program with its output in a file, as it may leave a process of
-# the desktop behind that would keep a pipe open, and shows that output.
+# windows COMMAND…: runs a Windows program and shows its output. The output goes through a file,
+# because the program may leave a desktop process behind that would keep a pipe open.
 windows() {
     local code=0
     timeout 120 wine "$@" </dev/null >"$work/out" 2>&1 || code=$?
@@ -39,7 +39,7 @@ fail() {
     exit 1
 }
 
-# expect_text TEXT COMMAND…: the command succeeds and its output has the text.
+# expect_text TEXT COMMAND…: fails unless the command succeeds and prints the text.
 expect_text() {
     local text=$1 output
     shift
@@ -47,7 +47,7 @@ expect_text() {
     [[ "$output" == *"$text"* ]] || fail "'$text' is missing in the output of: $*: $output"
 }
 
-# The machine's PATH, as the registry has it.
+# Prints the machine's PATH from the registry.
 machine_path() {
     windows reg query "$environment" /v PATH | sed -n 's/^ *PATH *REG_[A-Z_]* *//Ip'
 }
@@ -74,12 +74,12 @@ root=$WINEPREFIX/drive_c
 installed="$root/Driver Tools/QvUserLib"
 
 short_path=$(machine_path)
-# Longer than the strings of the installer itself. Wine gives programs only the beginning of it.
+# This PATH is longer than the strings of the installer. Wine passes only its beginning to programs.
 long_path=$short_path
 for ((i = 0; i < 150; ++i)); do long_path+=";C:\\tools\\number $i"; done
 set_machine_path "$long_path"
 
-# The installer wants its directory without quotation marks, though it has a blank: as two words.
+# The installer takes its directory without quotation marks, so the blank makes two words of it.
 read -r -a directory <<<"$place"
 directory_option=("/D=${directory[0]}" "${directory[@]:1}")
 uninstalled_option=("_?=${directory[0]}" "${directory[@]:1}")
@@ -113,7 +113,7 @@ windows "$place\\bin\\QvSampleSetup.exe" remove >/dev/null
 
 step "Uninstalling"
 touch "$installed/a file of the user"
-# In place, as it would answer before it is done otherwise.
+# In place: otherwise it returns before it is done.
 windows "$place\\Uninstall.exe" /S "${uninstalled_option[@]}"
 expect_path "$short_path"
 if is_registered; then fail "the system's list of programs still has the library"; fi

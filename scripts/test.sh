@@ -2,8 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything, checks the sources, and runs all tests in Wine: against the sample driver too,
-# and the unit tests a second time on a guarded heap.
+# Builds everything, checks the sources, and runs all tests in Wine: unit tests, the same tests on a
+# guarded heap, and tests on the sample driver.
 # Usage: scripts/test.sh [CTEST OPTION…]      (such as -L unit, -L guarded, or -R Parameter)
 set -euo pipefail
 

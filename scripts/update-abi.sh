@@ -2,9 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Writes the tables of the binary interface in tests/abi anew, from the headers and the DLLs of
-# build/PRESET. To be run when a change of the interface is meant; what changed is then to be seen in
-# the tables.
+# Renews the tables of the binary interface in tests/abi, from the headers and the DLLs of
+# build/PRESET. Run it when you change the interface on purpose, and check the change in the tables.
 # Usage: scripts/update-abi.sh [PRESET]      (default: mingw)
 set -euo pipefail
 
