@@ -1,0 +1,33 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "ObservedConnection.h"
+
+#include "LibraryCall.h"
+
+namespace QvKit {
+
+using QvUserLib::Result;
+
+Result ObservedConnection::IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize,
+                                     void* aOut, unsigned int aOutSize, unsigned long* aInfo,
+                                     _OVERLAPPED* aOverlapped) {
+    const Result result =
+        DeviceConnection::IoControl(aCode, aIn, aInSize, aOut, aOutSize, aInfo, aOverlapped);
+    reason_.reset();
+    if (result.IsFailure()) reason_ = CaptureReason(result).text;
+    return result;
+}
+
+Error ParametersError(const ObservedConnection* aConnection, const std::string& aWhat,
+                      const Result& aResult) {
+    if (aConnection == nullptr || !aConnection->GetReason()) {
+        return LibraryError(ErrorKind::DeviceFailed, aWhat, aResult);
+    }
+    const std::string& reason = *aConnection->GetReason();
+    const unsigned long code = aResult.GetCode();
+    return Error(ErrorKind::DeviceFailed,
+                 aWhat + ": " + reason + " (" + SystemErrorText(code) + ")", code, reason);
+}
+
+}  // namespace QvKit

@@ -1,0 +1,39 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVKIT_CLOCK_H
+#define QVKIT_CLOCK_H
+
+#include <chrono>
+
+namespace QvKit {
+
+/// Where the kit's operations take the time from. Tests give them a clock of their own.
+class Clock {
+public:
+    virtual ~Clock() = default;
+
+    /// The time since some fixed moment. It never goes back. Any thread may call it.
+    virtual std::chrono::nanoseconds GetTime() const = 0;
+
+    /// The system's. It lives as long as the process.
+    static const Clock& GetSystemClock();
+};
+
+/// How much time has passed since the object was made. The clock is borrowed.
+class Stopwatch {
+public:
+    explicit Stopwatch(const Clock& aClock = Clock::GetSystemClock())
+        : clock_(&aClock), start_(aClock.GetTime()) {}
+
+    std::chrono::nanoseconds GetTime() const { return clock_->GetTime() - start_; }
+    double GetSeconds() const { return std::chrono::duration<double>(GetTime()).count(); }
+
+private:
+    const Clock* clock_;
+    std::chrono::nanoseconds start_;
+};
+
+}  // namespace QvKit
+
+#endif

@@ -1,0 +1,50 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVKIT_DEVICELIST_H
+#define QVKIT_DEVICELIST_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "QvKit/Error.h"
+
+struct _GUID;
+
+namespace QvKit {
+
+/// Where a device is found.
+struct DeviceAddress {
+    std::string link;  ///< Its symbolic link in the ANSI code page, as the library takes it.
+    std::string path;  ///< The same in UTF-8.
+    bool isListed;     ///< Whether the system named it. A path that somebody gave may be wrong.
+};
+
+/// The present devices of an interface class, in the system's order; none is an empty list.
+///
+/// Throws `Error`: `ErrorKind::SystemFailed`.
+std::vector<DeviceAddress> ListDevices(const _GUID& aInterface);
+
+/// How many devices have ever had this interface on this machine, started or not; 0 also when the
+/// system does not know.
+std::size_t CountKnownDevices(const _GUID& aInterface);
+
+/// The address of a device path in UTF-8, such as \\.\NAME. It is not looked up: opening it shows
+/// whether there is such a device.
+///
+/// Throws `Error`: `ErrorKind::NoSuchDevice` for a path with characters that no link can have.
+DeviceAddress MakeAddress(const std::string& aPath);
+
+/// The system's error when the device is opened as the library opens it; 0 when it opens. It is
+/// closed again.
+unsigned long TryToOpen(const DeviceAddress& aDevice);
+
+/// The error of a request that failed on the device: if the device has been removed, as
+/// `ErrorKind::DeviceGone` with that news in front, otherwise as it is. A device refuses requests
+/// shortly before the system takes its path away, so this may wait for half a second.
+Error ExplainRemoval(const DeviceAddress& aDevice, const Error& aError);
+
+}  // namespace QvKit
+
+#endif

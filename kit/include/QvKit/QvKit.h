@@ -1,0 +1,34 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+/**
+ * @file
+ * All of the kit: what programs do with devices, beyond the single calls of the library.
+ */
+
+#ifndef QVKIT_QVKIT_H
+#define QVKIT_QVKIT_H
+
+#include "QvKit/Change.h"
+#include "QvKit/Channel.h"
+#include "QvKit/Clock.h"
+#include "QvKit/Device.h"
+#include "QvKit/DeviceList.h"
+#include "QvKit/DeviceParameters.h"
+#include "QvKit/Error.h"
+#include "QvKit/FileSender.h"
+#include "QvKit/IntervalStatistics.h"
+#include "QvKit/PacketAccount.h"
+#include "QvKit/PacketFile.h"
+#include "QvKit/PacketFormat.h"
+#include "QvKit/RequestRing.h"
+#include "QvKit/Setting.h"
+#include "QvKit/Snapshot.h"
+#include "QvKit/Spelling.h"
+#include "QvKit/StopSignal.h"
+#include "QvKit/StreamReader.h"
+#include "QvKit/Text.h"
+#include "QvKit/Transfer.h"
+#include "QvKit/Watch.h"
+
+#endif

@@ -1,0 +1,56 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVKIT_SETTING_H
+#define QVKIT_SETTING_H
+
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace QvKit {
+
+/// The value of a setting: the number of an integer, the index of an enumeration's entry, or a
+/// text. A text is UTF-16, as drivers hold it, so that every text comes back unchanged.
+using Value = std::variant<long long, std::wstring>;
+
+enum class SettingType { Integer, Enumeration, String };
+
+/// One parameter of a device as it was at one moment: a value, detached from the device and the
+/// library. Texts are UTF-8.
+struct Setting {
+    std::string name;
+    unsigned long id = 0;
+    SettingType type = SettingType::Integer;
+    std::string description;  ///< Without the unit.
+    std::string unit;         ///< Of an integer; empty for none.
+    Value value;
+    Value defaultValue;
+    long long minimum = 0;  ///< Of an integer or enumeration, inclusive, as is the maximum.
+    long long maximum = 0;
+    std::vector<std::string> entries;  ///< The names of an enumeration's entries.
+
+    bool isReadOnly = false;
+    bool isVolatile = false;         ///< The driver changes the value by itself.
+    bool isRestartRequired = false;  ///< A change takes effect when the device starts again.
+    bool isPersistent = true;        ///< The value outlives a restart of the driver.
+    bool isAdvanced = false;         ///< For experts.
+    bool isHidden = false;           ///< Not for ordinary users.
+
+    /// A value of this setting as a text that `Change::Set` takes: the number, the entry's name,
+    /// or the text. Empty for an index without an entry.
+    std::string ToText(const Value& aValue) const;
+
+    /// A value for people: as `ToText`, but "" in quotation marks for an empty text.
+    std::string Describe(const Value& aValue) const;
+
+    /// The same with the unit, as in "6 dB".
+    std::string DescribeWithUnit(const Value& aValue) const;
+
+    /// The values that are allowed: "0 to 60", the names of the entries, or "any text".
+    std::string DescribeRange() const;
+};
+
+}  // namespace QvKit
+
+#endif

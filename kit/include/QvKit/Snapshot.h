@@ -1,0 +1,51 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#ifndef QVKIT_SNAPSHOT_H
+#define QVKIT_SNAPSHOT_H
+
+#include <string>
+#include <vector>
+
+#include "QvKit/Error.h"
+#include "QvKit/Setting.h"
+
+namespace QvUserLib {
+class ParameterRepository;
+}
+
+namespace QvKit {
+
+/// A detached copy of all parameters of a device at one moment, in the driver's order. It is a
+/// value: it stays valid whatever becomes of the device and the repository, and any thread may read
+/// it.
+class Snapshot {
+public:
+    Snapshot() = default;
+
+    /// Copies what the repository holds; nothing is asked of a driver. Parameters of other types
+    /// than integer, enumeration and string, which no driver has, are left out.
+    explicit Snapshot(const QvUserLib::ParameterRepository& aParameters);
+
+    const std::vector<Setting>& GetSettings() const { return settings_; }
+    bool IsEmpty() const { return settings_.empty(); }
+
+    /// The setting with exactly this name, in UTF-8; null when there is none. It belongs to the
+    /// snapshot.
+    const Setting* Find(const std::string& aName) const;
+
+    /// Copies of the settings with these names, in the order of the names.
+    ///
+    /// Throws `Error`: `ErrorKind::Refused` with a refusal for each name that does not exist.
+    std::vector<Setting> Select(const std::vector<std::string>& aNames) const;
+
+    /// The refusal of a name that `Find` does not know, with a hint at the name that was meant.
+    Refusal RefuseUnknown(const std::string& aName) const;
+
+private:
+    std::vector<Setting> settings_;
+};
+
+}  // namespace QvKit
+
+#endif

@@ -1,0 +1,135 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvKit/Snapshot.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "QvKit/Spelling.h"
+#include "QvKit/Text.h"
+#include "QvUserLib/Parameter.h"
+#include "QvUserLib/ParameterRepository.h"
+
+namespace QvKit {
+namespace {
+
+using QvUserLib::Parameter;
+
+std::vector<std::string> CopyEntries(const Parameter& aParameter) {
+    unsigned long count = 0;
+    // Only an enumeration has entries; for another type the count stays 0.
+    (void)aParameter.GetEnumValueCount(count);
+    std::vector<std::string> entries;
+    entries.reserve(count);
+    for (unsigned long index = 0; index < count; ++index) {
+        entries.push_back(FromLibraryText(aParameter.GetEnumValueString(index)));
+    }
+    return entries;
+}
+
+// The library composes "Gain (dB)" of an integer's description and unit. A description of
+// any other form has no unit.
+void SplitUnit(Setting& aSetting) {
+    std::string& text = aSetting.description;
+    const std::size_t blank = text.rfind(" (");
+    if (blank == std::string::npos || text.back() != ')') return;
+    const std::string unit = text.substr(blank + 2, text.size() - blank - 3);
+    if (unit.empty() || unit.find_first_of("()") != std::string::npos) return;
+    aSetting.unit = unit;
+    text.resize(blank);
+}
+
+void CopyText(const Parameter& aParameter, Setting& aSetting) {
+    aSetting.type = SettingType::String;
+    aSetting.value = std::wstring(aParameter.GetString().GetUnicode());
+    aSetting.defaultValue = std::wstring(aParameter.GetDefaultString().GetUnicode());
+}
+
+void CopyNumber(const Parameter& aParameter, Setting& aSetting) {
+    aSetting.value = aParameter.GetInt();
+    aSetting.defaultValue = aParameter.GetDefaultInt();
+    aSetting.minimum = aParameter.GetMinInt();
+    aSetting.maximum = aParameter.GetMaxInt();
+}
+
+void CopyMarks(const Parameter& aParameter, Setting& aSetting) {
+    aSetting.isReadOnly = aParameter.IsReadOnly();
+    aSetting.isVolatile = aParameter.IsVolatile();
+    aSetting.isRestartRequired = aParameter.IsRestartRequired();
+    aSetting.isPersistent = aParameter.IsPersistent();
+    aSetting.isAdvanced = aParameter.IsAdvanced();
+    aSetting.isHidden = aParameter.IsHidden();
+}
+
+bool IsKnownType(const Parameter& aParameter) {
+    const unsigned long type = aParameter.GetType();
+    return type == Parameter::TypeInteger || type == Parameter::TypeEnumeration ||
+           type == Parameter::TypeString;
+}
+
+Setting Copy(const Parameter& aParameter) {
+    Setting setting;
+    setting.name = FromLibraryText(aParameter.GetName());
+    setting.id = aParameter.GetID();
+    setting.description = FromLibraryText(aParameter.GetDescription());
+    CopyMarks(aParameter, setting);
+    if (aParameter.GetType() == Parameter::TypeString) {
+        CopyText(aParameter, setting);
+        return setting;
+    }
+    CopyNumber(aParameter, setting);
+    if (aParameter.GetType() == Parameter::TypeEnumeration) {
+        setting.type = SettingType::Enumeration;
+        setting.entries = CopyEntries(aParameter);
+    } else {
+        SplitUnit(setting);
+    }
+    return setting;
+}
+
+}  // namespace
+
+Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters) {
+    settings_.reserve(aParameters.GetCount());
+    for (unsigned long index = 0; index < aParameters.GetCount(); ++index) {
+        const Parameter& parameter = *aParameters.GetByIndex(index);
+        if (IsKnownType(parameter)) settings_.push_back(Copy(parameter));
+    }
+}
+
+const Setting* Snapshot::Find(const std::string& aName) const {
+    const auto found =
+        std::find_if(settings_.begin(), settings_.end(),
+                     [&](const Setting& aSetting) { return aSetting.name == aName; });
+    return found == settings_.end() ? nullptr : &*found;
+}
+
+std::vector<Setting> Snapshot::Select(const std::vector<std::string>& aNames) const {
+    std::vector<Setting> selected;
+    std::vector<Refusal> refusals;
+    for (const std::string& name : aNames) {
+        if (const Setting* const setting = Find(name)) {
+            selected.push_back(*setting);
+        } else {
+            refusals.push_back(RefuseUnknown(name));
+        }
+    }
+    if (!refusals.empty()) throw Error(std::move(refusals));
+    return selected;
+}
+
+Refusal Snapshot::RefuseUnknown(const std::string& aName) const {
+    std::vector<std::string> names;
+    names.reserve(settings_.size());
+    for (const Setting& setting : settings_) names.push_back(setting.name);
+    const std::string nearest = FindNearestWord(aName, names);
+    Refusal refusal;
+    refusal.name = aName;
+    refusal.reason = "The specified parameter doesn't exist";
+    if (!nearest.empty()) refusal.hint = "did you mean " + nearest + "?";
+    refusal.code = static_cast<unsigned long>(QvUserLib::Code::InvalidArgument);
+    return refusal;
+}
+
+}  // namespace QvKit

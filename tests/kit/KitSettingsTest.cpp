@@ -1,0 +1,593 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Snapshots of parameters, changes and watches, on repositories without a device.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "KitTestSupport.h"
+#include "QvKit/Change.h"
+#include "QvKit/Snapshot.h"
+#include "QvKit/Text.h"
+#include "QvKit/Watch.h"
+#include "QvUserLib/DeviceParameterRepository.h"
+#include "QvUserLib/Parameter.h"
+#include "TestSupport.h"
+
+namespace {
+
+using QvKit::Change;
+using QvKit::DeviceParameters;
+using QvKit::ErrorKind;
+using QvKit::Refusal;
+using QvKit::Setting;
+using QvKit::SettingType;
+using QvKit::Snapshot;
+using QvKit::Value;
+using QvKit::Watch;
+using QvTests::ErrorOf;
+using QvTests::HasCode;
+using QvTests::kChinese;
+using QvTests::kJapanese;
+using QvTests::kSize;
+using QvTests::MessageOf;
+using QvUserLib::Code;
+using QvUserLib::DeviceParameterRepository;
+using QvUserLib::Parameter;
+using QvUserLib::Result;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::SizeIs;
+using testing::StartsWith;
+
+constexpr unsigned long kId = 1;
+
+// A repository whose device does what the test says.
+class FakeDevice : public DeviceParameterRepository {
+public:
+    Result Apply() override {
+        ++requests;
+        return applyResult;
+    }
+    Result Refresh() override {
+        onRefresh();
+        return refreshResult;
+    }
+
+    Parameter& Add(const char* aName, unsigned long aId = kId) {
+        auto* const parameter = new Parameter(QvKit::ToLibraryText(aName), aId);
+        parameter->InitInteger(5, 0, 10);
+        EXPECT_THAT(DeviceParameterRepository::Add(parameter), HasCode(Code::Success));
+        return *parameter;
+    }
+    Parameter& AddInteger(long long aMin, long long aMax) {
+        Parameter& parameter = Add("Number");
+        parameter.InitInteger(5, aMin, aMax);
+        return parameter;
+    }
+    Parameter& AddText() {
+        Parameter& parameter = Add("Text");
+        parameter.InitString("");
+        return parameter;
+    }
+    Parameter& AddEnumeration(const std::vector<const char*>& aEntries) {
+        Parameter& parameter = Add("Mode");
+        parameter.InitEnum();
+        for (const char* const entry : aEntries) {
+            EXPECT_THAT(parameter.AddEnumValue(entry), HasCode(Code::Success));
+        }
+        return parameter;
+    }
+
+    DeviceParameters parameters{*this};
+    int requests = 0;
+    Result applyResult = Result(Code::Success);
+    Result refreshResult = Result(Code::Success);
+    std::function<void()> onRefresh = [] {};
+};
+
+// The only refusal of this edit.
+Refusal RefusalOf(FakeDevice& aDevice, const std::string& aName, const std::string& aText) {
+    Change change(aDevice.parameters);
+    change.Set(aName, aText);
+    const auto error = ErrorOf([&] { change.Send(); });
+    if (!error || error->GetRefusals().size() != 1) {
+        ADD_FAILURE() << "not refused: " << aText;
+        return Refusal();
+    }
+    return error->GetRefusals().front();
+}
+
+bool IsTaken(FakeDevice& aDevice, const std::string& aName, const std::string& aText) {
+    Change change(aDevice.parameters);
+    change.Set(aName, aText);
+    return change.GetEdits().size() == 1;
+}
+
+// Snapshots
+
+TEST(KitSnapshotTest, HoldsAllOfAnInteger) {
+    FakeDevice device;
+    Parameter& gain = device.Add("Gain", 7);
+    ASSERT_THAT(gain.SetInt(6), HasCode(Code::Success));
+    ASSERT_THAT(gain.SetDescription("Amplification (dB)"), HasCode(Code::Success));
+
+    const Snapshot snapshot(device);
+
+    ASSERT_THAT(snapshot.GetSettings(), SizeIs(1));
+    const Setting& setting = snapshot.GetSettings().front();
+    EXPECT_EQ("Gain", setting.name);
+    EXPECT_EQ(7u, setting.id);
+    EXPECT_EQ(SettingType::Integer, setting.type);
+    EXPECT_EQ("Amplification", setting.description);
+    EXPECT_EQ("dB", setting.unit);
+    EXPECT_EQ(Value(6LL), setting.value);
+    EXPECT_EQ(Value(5LL), setting.defaultValue);
+    EXPECT_EQ(0, setting.minimum);
+    EXPECT_EQ(10, setting.maximum);
+}
+
+TEST(KitSnapshotTest, StaysAsItIsWhenTheParameterChangesAndGoes) {
+    FakeDevice device;
+    device.Add("Gain");
+    const Snapshot snapshot(device);
+
+    ASSERT_THAT(device.GetByID(kId)->SetInt(9), HasCode(Code::Success));
+    ASSERT_THAT(device.RemoveByID(kId), HasCode(Code::Success));
+
+    EXPECT_EQ(Value(5LL), snapshot.GetSettings().front().value);
+    EXPECT_TRUE(device.parameters.GetSnapshot().IsEmpty());
+}
+
+TEST(KitSnapshotTest, EveryMarkIsCopied) {
+    FakeDevice device;
+    Parameter& parameter = device.Add("Gain");
+    struct {
+        Result (Parameter::*set)(bool);
+        bool Setting::* isSet;
+    } const marks[] = {{&Parameter::SetReadOnly, &Setting::isReadOnly},
+                       {&Parameter::SetVolatile, &Setting::isVolatile},
+                       {&Parameter::SetRestartRequired, &Setting::isRestartRequired},
+                       {&Parameter::SetPersistent, &Setting::isPersistent},
+                       {&Parameter::SetAdvanced, &Setting::isAdvanced},
+                       {&Parameter::SetHidden, &Setting::isHidden}};
+    for (const auto& mark : marks) {
+        for (const bool on : {false, true}) {
+            ASSERT_THAT((parameter.*mark.set)(on), HasCode(Code::Success));
+            EXPECT_EQ(on, Snapshot(device).GetSettings().front().*mark.isSet);
+        }
+    }
+}
+
+TEST(KitSnapshotTest, AnIntegersUnitIsWhatTheLibraryAppended) {
+    struct {
+        const char* description;
+        const char* text;
+        const char* unit;
+    } const cases[] = {{"Gain (dB)", "Gain", "dB"},
+                       {"a (b) (c)", "a (b)", "c"},
+                       {" (dB)", "", "dB"},
+                       {"Gain(dB)", "Gain(dB)", ""},
+                       {"Level(max)", "Level(max)", ""},
+                       {"(dB)", "(dB)", ""},
+                       {"Gain", "Gain", ""},
+                       {"", "", ""},
+                       {"Gain ()", "Gain ()", ""},
+                       {"Gain (f(x))", "Gain (f(x))", ""},
+                       {"Gain)", "Gain)", ""},
+                       {"Gain (dB) x", "Gain (dB) x", ""}};
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.description);
+        FakeDevice device;
+        Parameter& number = device.Add("Number");
+        ASSERT_THAT(number.SetDescription(oneCase.description), HasCode(Code::Success));
+
+        const Setting setting = Snapshot(device).GetSettings().front();
+
+        EXPECT_EQ(oneCase.text, setting.description);
+        EXPECT_EQ(oneCase.unit, setting.unit);
+    }
+}
+
+TEST(KitSnapshotTest, OnlyAnIntegerHasAUnit) {
+    FakeDevice device;
+    Parameter& text = device.AddText();
+    ASSERT_THAT(text.SetDescription("Label (short)"), HasCode(Code::Success));
+
+    const Setting setting = Snapshot(device).GetSettings().front();
+
+    EXPECT_EQ(SettingType::String, setting.type);
+    EXPECT_EQ("Label (short)", setting.description);
+    EXPECT_THAT(setting.unit, IsEmpty());
+}
+
+TEST(KitSnapshotTest, TypesThatNoDriverHasAreLeftOut) {
+    FakeDevice device;
+    device.Add("Ratio").InitDouble(1.5, 1.0, 2.0);
+    device.Add("Gain", 2);
+
+    const Snapshot snapshot(device);
+
+    EXPECT_EQ(nullptr, snapshot.Find("Ratio"));
+    EXPECT_NE(nullptr, snapshot.Find("Gain"));
+}
+
+TEST(KitSnapshotTest, ANameOutsideAsciiIsFound) {
+    FakeDevice device;
+    device.Add(kSize);
+    const Snapshot snapshot(device);
+
+    ASSERT_NE(nullptr, snapshot.Find(kSize));
+    EXPECT_EQ(1u, snapshot.Find(kSize)->id);
+}
+
+TEST(KitSnapshotTest, ANameThatIsAlikeInTheCodePageOnlyIsNotFound) {
+    FakeDevice device;
+    device.Add("??");
+
+    EXPECT_EQ(nullptr, Snapshot(device).Find(kJapanese));
+}
+
+TEST(KitSnapshotTest, SelectedSettingsComeInTheOrderOfTheirNames) {
+    FakeDevice device;
+    device.Add("A", 1);
+    device.Add("B", 2);
+
+    const std::vector<Setting> selected = Snapshot(device).Select({"B", "A"});
+
+    ASSERT_THAT(selected, SizeIs(2));
+    EXPECT_EQ("B", selected[0].name);
+    EXPECT_EQ("A", selected[1].name);
+}
+
+TEST(KitSnapshotTest, NamesThatDoNotExistAreRefusedWithTheNameThatWasMeant) {
+    FakeDevice device;
+    device.Add("Gain");
+
+    const auto error = ErrorOf([&] { (void)Snapshot(device).Select({"gain", "Gain", "Xyz"}); });
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_STREQ(
+        "gain: The specified parameter doesn't exist (did you mean Gain?); "
+        "Xyz: The specified parameter doesn't exist",
+        error->what());
+    EXPECT_EQ(18u, error->GetRefusals().front().code);
+    EXPECT_FALSE(error->GetRefusals().front().isLogged);
+}
+
+// Values as texts
+
+TEST(KitSettingTest, AValueIsItsNumberTextOrEntry) {
+    FakeDevice device;
+    device.AddEnumeration({"Slow", "Fast"});
+    Setting setting = Snapshot(device).GetSettings().front();
+
+    EXPECT_EQ("Fast", setting.ToText(1LL));
+    EXPECT_EQ("", setting.ToText(2LL));
+    EXPECT_EQ("\"\"", setting.Describe(-1LL));
+    EXPECT_EQ("Slow, Fast", setting.DescribeRange());
+    EXPECT_EQ("Slow", setting.DescribeWithUnit(0LL));
+
+    setting.type = SettingType::Integer;
+    setting.unit = "dB";
+    EXPECT_EQ("-1", setting.ToText(-1LL));
+    EXPECT_EQ("6 dB", setting.DescribeWithUnit(6LL));
+    EXPECT_EQ("0 to 1", setting.DescribeRange());
+
+    setting.type = SettingType::String;
+    EXPECT_EQ(kJapanese, setting.ToText(QvKit::FromUtf8(kJapanese)));
+    EXPECT_EQ("any text", setting.DescribeRange());
+}
+
+// Changes: values from texts
+
+TEST(KitChangeTest, AnIntegerIsDecimalOrHexadecimalWithASign) {
+    FakeDevice device;
+    const Parameter& number = device.AddInteger(std::numeric_limits<long long>::min(),
+                                                std::numeric_limits<long long>::max());
+    struct {
+        const char* text;
+        long long value;
+    } const cases[] = {{"12", 12},
+                       {"+12", 12},
+                       {"-12", -12},
+                       {"010", 10},
+                       {"0x1f", 31},
+                       {"0XFF", 255},
+                       {"-0x10", -16},
+                       {"9223372036854775807", std::numeric_limits<long long>::max()},
+                       {"-9223372036854775808", std::numeric_limits<long long>::min()}};
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.text);
+        EXPECT_TRUE(IsTaken(device, "Number", oneCase.text));
+        EXPECT_EQ(oneCase.value, number.GetInt());
+    }
+}
+
+TEST(KitChangeTest, WhatIsNoNumberIsRefused) {
+    FakeDevice device;
+    const Parameter& number = device.AddInteger(-100, 100);
+    for (const char* text :
+         {"", " 1", "1 ", "1.5", "1e2", "five", "0x", "0xg", "--1", "-", "+-1"}) {
+        SCOPED_TRACE(text);
+        const Refusal refusal = RefusalOf(device, "Number", text);
+
+        EXPECT_EQ("Not a whole number, decimal or with 0x hexadecimal", refusal.reason);
+        EXPECT_EQ(static_cast<unsigned long>(Code::NotSupported), refusal.code);
+        EXPECT_FALSE(refusal.isLogged);
+        EXPECT_EQ(5, number.GetInt());
+    }
+}
+
+TEST(KitChangeTest, ANumberBeyond64BitsIsRefusedInsteadOfWrapping) {
+    FakeDevice device;
+    device.AddInteger(-100, 100);
+    for (const char* text : {"9223372036854775808", "-9223372036854775809", "0xffffffffffffffff",
+                             "18446744073709551617", "99999999999999999999999"}) {
+        SCOPED_TRACE(text);
+        const Refusal refusal = RefusalOf(device, "Number", text);
+
+        EXPECT_EQ("The number does not fit in 64 bits", refusal.reason);
+        EXPECT_EQ(static_cast<unsigned long>(Code::NotSupported), refusal.code);
+    }
+}
+
+TEST(KitChangeTest, AValueOutsideTheRangeIsRefusedInTheLibrarysWords) {
+    FakeDevice device;
+    Parameter& number = device.AddInteger(0, 60);
+    ASSERT_THAT(number.SetDescription("Gain (dB)"), HasCode(Code::Success));
+
+    const Refusal refusal = RefusalOf(device, "Number", "61");
+
+    EXPECT_EQ("Value does not fit in the range", refusal.reason);
+    EXPECT_EQ("allowed: 0 to 60 dB", refusal.hint);
+    EXPECT_EQ("61", refusal.value);
+    EXPECT_EQ(18u, refusal.code);
+    EXPECT_TRUE(refusal.isLogged);
+}
+
+TEST(KitChangeTest, AnEntrysNameComesBeforeItsIndex) {
+    FakeDevice device;
+    const Parameter& mode = device.AddEnumeration({"Slow", "Fast", "0"});
+
+    EXPECT_TRUE(IsTaken(device, "Mode", "0"));
+    EXPECT_EQ(2, mode.GetInt());
+    EXPECT_TRUE(IsTaken(device, "Mode", "1"));
+    EXPECT_EQ(1, mode.GetInt());
+}
+
+TEST(KitChangeTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {
+    FakeDevice device;
+    device.AddEnumeration({"Slow", "Fast"});
+
+    const Refusal refusal = RefusalOf(device, "Mode", "Faster");
+
+    EXPECT_EQ("Enumeration value does not exist in for parameter", refusal.reason);
+    EXPECT_EQ("allowed: Slow, Fast", refusal.hint);
+    EXPECT_TRUE(refusal.isLogged);
+}
+
+TEST(KitChangeTest, AnEntryThatIsAlikeInTheCodePageOnlyIsRefused) {
+    FakeDevice device;
+    device.AddEnumeration({"??"});
+
+    const Refusal refusal = RefusalOf(device, "Mode", kJapanese);
+
+    EXPECT_EQ("No entry has exactly this name", refusal.reason);
+    EXPECT_EQ(static_cast<unsigned long>(Code::NotFound), refusal.code);
+}
+
+TEST(KitChangeTest, AReadOnlyParameterIsRefusedAsSuchWhateverTheText) {
+    FakeDevice device;
+    ASSERT_THAT(device.Add("Number").SetReadOnly(true), HasCode(Code::Success));
+
+    const Refusal refusal = RefusalOf(device, "Number", "nonsense");
+
+    EXPECT_EQ("Parameter is read-only", refusal.reason);
+    EXPECT_THAT(refusal.hint, IsEmpty());
+    EXPECT_EQ(static_cast<unsigned long>(Code::NotAllowed), refusal.code);
+}
+
+TEST(KitChangeTest, AMissingParameterIsRefused) {
+    FakeDevice device;
+
+    const Refusal refusal = RefusalOf(device, "Number", "1");
+
+    EXPECT_EQ("The specified parameter doesn't exist", refusal.reason);
+    EXPECT_EQ("1", refusal.value);
+    EXPECT_EQ(static_cast<unsigned long>(Code::InvalidArgument), refusal.code);
+}
+
+TEST(KitChangeTest, ATextIsAsLongAsARecordCarries) {
+    FakeDevice device;
+    device.AddText();
+
+    EXPECT_TRUE(IsTaken(device, "Text", std::string(216, 't')));
+    const Refusal refusal = RefusalOf(device, "Text", std::string(217, 't'));
+
+    EXPECT_EQ("The text has more than 216 characters", refusal.reason);
+    EXPECT_THAT(refusal.hint, IsEmpty());
+    EXPECT_EQ(static_cast<unsigned long>(Code::InvalidArgument), refusal.code);
+}
+
+TEST(KitChangeTest, AChangeThatTheCodePageCannotTellIsMarked) {
+    FakeDevice device;
+    Parameter& text = device.AddText();
+    ASSERT_THAT(text.SetString(QvKit::ToLibraryText(kJapanese)), HasCode(Code::Success));
+    ASSERT_TRUE(text.HasChanged(/*aReset=*/true));
+
+    EXPECT_TRUE(IsTaken(device, "Text", kChinese));
+
+    EXPECT_TRUE(text.HasChanged(/*aReset=*/false));
+    EXPECT_EQ(kChinese, QvKit::FromLibraryText(text.GetString()));
+}
+
+TEST(KitChangeTest, AResetSetsTheDefault) {
+    FakeDevice device;
+    ASSERT_THAT(device.Add("Number", 2).SetInt(9), HasCode(Code::Success));
+    ASSERT_THAT(device.AddText().SetString("text"), HasCode(Code::Success));
+
+    Change change(device.parameters);
+    change.Reset("Number");
+    change.Reset("Text");
+    change.Send();
+
+    EXPECT_EQ(5, device.GetByID(2UL)->GetInt());
+    EXPECT_STREQ("", device.GetByID(kId)->GetString().GetAscii());
+    EXPECT_FALSE(change.GetEdits()[0].request.has_value());
+}
+
+TEST(KitChangeTest, AResetOfAReadOnlyParameterIsRefusedInTheLibrarysWords) {
+    FakeDevice device;
+    ASSERT_THAT(device.Add("Number").SetReadOnly(true), HasCode(Code::Success));
+
+    Change change(device.parameters);
+    change.Reset("Number");
+
+    EXPECT_EQ("Number: Parameter is read-only; nothing was sent",
+              MessageOf([&] { change.Send(); }));
+}
+
+// Changes: sending
+
+TEST(KitChangeTest, AllEditsGoInOneRequest) {
+    FakeDevice device;
+    device.Add("A", 1);
+    device.Add("B", 2);
+
+    Change change(device.parameters);
+    change.Set("A", "6");
+    change.Set("B", "5");
+    change.Send();
+
+    EXPECT_EQ(1, device.requests);
+    EXPECT_EQ(Value(5LL), change.GetEdits()[0].setting.value);
+    EXPECT_EQ(Value(6LL), change.GetEdits()[0].after);
+    EXPECT_TRUE(change.GetEdits()[0].IsChange());
+    EXPECT_FALSE(change.GetEdits()[1].IsChange());
+}
+
+TEST(KitChangeTest, NothingIsSentWhenOneEditIsRefused) {
+    FakeDevice device;
+    device.Add("A");
+
+    Change change(device.parameters);
+    change.Set("A", "6");
+    change.Set("B", "7");
+
+    EXPECT_EQ("B=7 refused: The specified parameter doesn't exist; nothing was sent",
+              MessageOf([&] { change.Send(); }));
+    EXPECT_EQ(0, device.requests);
+}
+
+TEST(KitChangeTest, AValueThatTheDeviceDidNotKeepIsRefused) {
+    FakeDevice device;
+    device.Add("A");
+    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
+
+    Change change(device.parameters);
+    change.Set("A", "7");
+
+    EXPECT_EQ("A=7 refused: The device did not keep the value (it holds 8); the change was sent",
+              MessageOf([&] { change.Send(); }));
+}
+
+TEST(KitChangeTest, AVolatileValueMayDifferFromWhatWasSent) {
+    FakeDevice device;
+    ASSERT_THAT(device.Add("A").SetVolatile(true), HasCode(Code::Success));
+    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
+
+    Change change(device.parameters);
+    change.Set("A", "7");
+
+    EXPECT_NO_THROW(change.Send());
+}
+
+TEST(KitChangeTest, AParameterThatTheDeviceLostIsRefused) {
+    FakeDevice device;
+    device.Add("A");
+    device.onRefresh = [&] { (void)device.RemoveByID(kId); };
+
+    Change change(device.parameters);
+    change.Reset("A");
+
+    EXPECT_EQ("A: The device does not have it any more; the change was sent",
+              MessageOf([&] { change.Send(); }));
+}
+
+TEST(KitChangeTest, ARefusalByTheDeviceIsAnErrorWithItsCode) {
+    FakeDevice device;
+    device.applyResult = Result(Code::Pending);
+
+    Change change(device.parameters);
+    const auto error = ErrorOf([&] { change.Send(); });
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_STREQ("the device refused the change: code 0xffff", error->what());
+    EXPECT_EQ(ErrorKind::DeviceFailed, error->GetKind());
+    EXPECT_EQ(0xFFFFu, error->GetCode());
+}
+
+TEST(KitChangeTest, ADeviceThatCannotBeReadAfterwardsIsAnErrorThatSaysSo) {
+    FakeDevice device;
+    device.refreshResult = Result(Code::Pending);
+
+    Change change(device.parameters);
+
+    EXPECT_THAT(MessageOf([&] { change.Send(); }), StartsWith("the change was sent, but "));
+}
+
+// Watches
+
+TEST(KitWatchTest, TellsOnlyWhatDiffersFromTheLookBefore) {
+    FakeDevice device;
+    device.Add("Level");
+    Watch watch(device.parameters, {});
+    EXPECT_THAT(watch.Look(), IsEmpty());
+
+    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
+    const std::vector<Watch::Difference> differences = watch.Look();
+
+    ASSERT_THAT(differences, SizeIs(1));
+    EXPECT_EQ("Level", differences[0].setting.name);
+    EXPECT_EQ(Value(5LL), differences[0].before);
+    EXPECT_EQ(Value(8LL), differences[0].setting.value);
+    EXPECT_THAT(watch.Look(), IsEmpty());
+}
+
+TEST(KitWatchTest, OnlyNamedSettingsAreWatched) {
+    FakeDevice device;
+    device.Add("A", 1);
+    device.Add("B", 2);
+    Watch watch(device.parameters, {"B"});
+    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
+
+    EXPECT_THAT(watch.Look(), IsEmpty());
+    EXPECT_EQ(ErrorKind::Refused, ErrorOf([&] { Watch(device.parameters, {"C"}); })->GetKind());
+}
+
+TEST(KitWatchTest, AParameterThatIsGoneIsAnError) {
+    FakeDevice device;
+    device.Add("Level");
+    Watch watch(device.parameters, {"Level"});
+    device.onRefresh = [&] { (void)device.RemoveByID(kId); };
+
+    EXPECT_EQ("Level: the device has it no longer", MessageOf([&] { watch.Look(); }));
+}
+
+TEST(KitWatchTest, ADeviceThatFailsIsAnError) {
+    FakeDevice device;
+    Watch watch(device.parameters, {});
+    device.refreshResult = Result(Code::NotAllowed);
+
+    EXPECT_THAT(MessageOf([&] { watch.Look(); }),
+                StartsWith("cannot read the device's parameters: "));
+}
+
+}  // namespace
