@@ -11,9 +11,9 @@
 #include <string>
 #include <vector>
 
-#include "ChildProcess.h"
 #include "ImportPatch.h"
 #include "KernelObjects.h"
+#include "ProgramRun.h"
 #include "RequireLog4cxx.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"

@@ -6,31 +6,15 @@
 #ifndef QVTESTS_KERNELOBJECTS_H
 #define QVTESTS_KERNELOBJECTS_H
 
-#include <utility>
-
-#include "WindowsApi.h"
+#include "UniqueHandle.h"
 
 namespace QvTests {
 
 /// A handle, closed in the end.
-class Handle {
+class Handle : public QvBaseLib::KernelHandle {
 public:
-    explicit Handle(HANDLE aHandle) : handle_(aHandle) {}
-    ~Handle() { Close(); }
-
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-
-    HANDLE Get() const { return handle_; }
-    HANDLE Release() { return std::exchange(handle_, nullptr); }
-    bool IsValid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
-    void Close() {
-        if (IsValid()) ::CloseHandle(handle_);
-        handle_ = nullptr;
-    }
-
-private:
-    HANDLE handle_;
+    using UniqueHandle::UniqueHandle;
+    void Close() { Reset(); }
 };
 
 /// An event that stays set. A wait for it ends with the test's time limit at the latest.

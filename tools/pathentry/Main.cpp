@@ -1,50 +1,52 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Adds a directory to the machine's PATH, or takes it out, for the installer. It needs to be run as
+// Adds a directory to the machine's PATH, or removes it, for the installer. Run it as
 // administrator. Exit codes: 0 done, 1 failed, 2 wrong usage.
 
 #include <cstdio>
 #include <string>
 #include <vector>
 
-#include <windows.h>
-
-#include <shellapi.h>
-
 #include "PathList.h"
+#include "UniqueHandle.h"
+#include "common/CommandLineArguments.h"
 
 namespace QvPathEntry {
 namespace {
 
 constexpr wchar_t kVariable[] = L"Path";
 
+struct RegistryKeyPolicy {
+    using Type = HKEY;
+    static Type Empty() { return nullptr; }
+    static bool IsValid(Type aKey) { return aKey != nullptr; }
+    static void Close(Type aKey) { ::RegCloseKey(aKey); }
+};
+
 // The machine's environment variables.
 class EnvironmentKey {
 public:
     EnvironmentKey() {
+        HKEY key = nullptr;
         error_ = ::RegOpenKeyExW(
             HKEY_LOCAL_MACHINE, L"System\\CurrentControlSet\\Control\\Session Manager\\Environment",
-            0, KEY_QUERY_VALUE | KEY_SET_VALUE, &key_);
+            0, KEY_QUERY_VALUE | KEY_SET_VALUE, &key);
+        key_.Reset(key);
     }
-    ~EnvironmentKey() {
-        if (key_ != nullptr) ::RegCloseKey(key_);
-    }
-    EnvironmentKey(const EnvironmentKey&) = delete;
-    EnvironmentKey& operator=(const EnvironmentKey&) = delete;
 
     // A list without the value is empty. Its references to other variables stay unexpanded.
     LSTATUS Read(std::wstring* aList, DWORD* aType) const {
         if (error_ != ERROR_SUCCESS) return error_;
         *aType = REG_EXPAND_SZ;
         DWORD bytes = 0;
-        LSTATUS error = ::RegQueryValueExW(key_, kVariable, nullptr, aType, nullptr, &bytes);
+        LSTATUS error = ::RegQueryValueExW(key_.Get(), kVariable, nullptr, aType, nullptr, &bytes);
         if (error == ERROR_FILE_NOT_FOUND) return ERROR_SUCCESS;
         if (error != ERROR_SUCCESS) return error;
         if (*aType != REG_SZ && *aType != REG_EXPAND_SZ) return ERROR_INVALID_DATA;
 
         std::vector<wchar_t> text(bytes / sizeof(wchar_t) + 1, L'\0');
-        error = ::RegQueryValueExW(key_, kVariable, nullptr, nullptr,
+        error = ::RegQueryValueExW(key_.Get(), kVariable, nullptr, nullptr,
                                    reinterpret_cast<BYTE*>(text.data()), &bytes);
         *aList = text.data();
         return error;
@@ -52,16 +54,16 @@ public:
 
     LSTATUS Write(const std::wstring& aList, DWORD aType) const {
         const auto bytes = static_cast<DWORD>((aList.size() + 1) * sizeof(wchar_t));
-        return ::RegSetValueExW(key_, kVariable, 0, aType,
+        return ::RegSetValueExW(key_.Get(), kVariable, 0, aType,
                                 reinterpret_cast<const BYTE*>(aList.c_str()), bytes);
     }
 
 private:
-    HKEY key_ = nullptr;
+    QvBaseLib::UniqueHandle<RegistryKeyPolicy> key_;
     LSTATUS error_;
 };
 
-// Programs that are started later then see the change.
+// So that programs started later see the change.
 void TellOthers() {
     constexpr UINT kTimeoutMs = 1000;
     DWORD_PTR unused = 0;
@@ -85,16 +87,6 @@ LSTATUS Change(bool aAdd, const std::wstring& aDirectory) {
     return written;
 }
 
-// From the system's own command line: the runtime's arguments went through the code page.
-std::vector<std::wstring> GetArguments() {
-    int count = 0;
-    wchar_t** const texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    if (texts == nullptr) return {};
-    std::vector<std::wstring> arguments(texts + 1, texts + count);
-    ::LocalFree(texts);
-    return arguments;
-}
-
 int Run(const std::vector<std::wstring>& aArguments) {
     const bool isComplete = aArguments.size() == 2;
     const std::wstring verb = isComplete ? aArguments[0] : L"";
@@ -114,4 +106,4 @@ int Run(const std::vector<std::wstring>& aArguments) {
 }  // namespace
 }  // namespace QvPathEntry
 
-int main() { return QvPathEntry::Run(QvPathEntry::GetArguments()); }
+int main() { return QvPathEntry::Run(QvTools::GetCommandLineArguments()); }

@@ -10,8 +10,8 @@
 
 namespace QvPathEntry {
 
-// The list with the directory at its end; the list itself when it is in there already. Case and
-// backslashes at the end do not count.
+// The list with the directory at its end, or the list itself if it has the directory already. Case
+// and backslashes at the end do not count.
 std::wstring WithEntry(const std::wstring& aList, const std::wstring& aDirectory);
 
 // The list without the directory; everything else stays as it is.

@@ -8,9 +8,10 @@
 #include <algorithm>
 #include <optional>
 
-#include "Failure.h"
-#include "Utf8.h"
+#include "QvKit/Error.h"
+#include "QvKit/Text.h"
 #include "WindowsApi.h"
+#include "output/ErrorReport.h"
 
 namespace Qvctl {
 namespace {
@@ -29,9 +30,10 @@ constexpr struct {
 
 // The library takes the file's name from its environment variable.
 void UseConfig(const std::string& aPath) {
-    const std::optional<std::string> path = ToAnsi(aPath);
+    const std::optional<std::string> path = QvKit::ToAnsi(aPath);
     if (!path || ::GetFileAttributesA(path->c_str()) == INVALID_FILE_ATTRIBUTES) {
-        throw Failure(ExitCode::Failed, "there is no log configuration '" + aPath + "'");
+        throw QvKit::Error(QvKit::ErrorKind::SystemFailed,
+                           "there is no log configuration '" + aPath + "'");
     }
     ::_putenv(("QV_LOG_CONFIG=" + *path).c_str());
 }
@@ -49,7 +51,7 @@ PriorityLevel ParseLogLevel(const std::string& aText) {
         if (text == one.name) return one.level;
         names += (names.empty() ? "" : ", ") + std::string(one.name);
     }
-    throw Failure(ExitCode::WrongUsage, "'" + aText + "' is no log level; there are " + names);
+    throw WrongUsage("'" + aText + "' is no log level; there are " + names);
 }
 
 ActivityLog::ActivityLog(const LogOptions& aOptions, const std::string& aVerb)
@@ -65,7 +67,7 @@ bool ActivityLog::IsOn() {
 
 void ActivityLog::Write(PriorityLevel aLevel, const std::string& aText) {
     if (aLevel < level_) return;
-    logger_->Log(aLevel, "qvctl", 0, verb_.c_str(), "%s", LibraryText(aText).GetAscii());
+    logger_->Log(aLevel, "qvctl", 0, verb_.c_str(), "%s", QvKit::ToLibraryText(aText).GetAscii());
 }
 
 }  // namespace Qvctl

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What the tool does and how it fails, through the library's logger.
+// Logs what the tool does and how it fails, with the library's logger.
 
 #ifndef QVCTL_ACTIVITYLOG_H
 #define QVCTL_ACTIVITYLOG_H
@@ -19,18 +19,19 @@ struct LogOptions {
     bool asked = false;  // Whether any option of the log was given.
 };
 
-// The level of this name, in any case of letters. Throws `Failure`.
+// The level of this name, in upper or lower case. Throws `QvKit::Error` for wrong usage.
 QvUserLib::PriorityLevel ParseLogLevel(const std::string& aText);
 
 class ActivityLog {
 public:
-    // `aVerb` stands in front of each message. Throws `Failure` when the configuration is missing.
+    // `aVerb` precedes each message. Throws `QvKit::Error` when the configuration is
+    // missing.
     ActivityLog(const LogOptions& aOptions, const std::string& aVerb);
 
     // Whether log4cxx is there and configured.
     bool IsOn();
 
-    // The levels below the one that was asked for are left out.
+    // Leaves out the levels below the one that was asked for.
     void Write(QvUserLib::PriorityLevel aLevel, const std::string& aText);
 
 private:

@@ -1,17 +1,20 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What every verb is given: the options that all of them share, and where its output goes.
+// What every verb gets: the options that all of them share, and where its output goes.
 
 #ifndef QVCTL_CONTEXT_H
 #define QVCTL_CONTEXT_H
 
+#include <memory>
 #include <string>
 
 #include "ActivityLog.h"
-#include "DeviceList.h"
-#include "Output.h"
+#include "DeviceChoice.h"
+#include "QvKit/Device.h"
 #include "WindowsApi.h"
+#include "output/Output.h"
+#include "output/Report.h"
 
 namespace Qvctl {
 
@@ -26,15 +29,25 @@ struct Options {
 
 struct Context {
     const Options& options;
+    Printer& printer;
     Output& out;
     Output& err;
     ActivityLog* log = nullptr;  // Null when no log was asked for.
 
-    // Tells what is going on, to those who asked for it.
-    void Note(const std::string& aText) const {
-        if (log != nullptr) log->Write(QvUserLib::PriorityLevel::Debug, aText);
-        if (options.verbose) err.WriteLine("qvctl: " + aText);
-    }
+    // Writes to the log what is going on, and to standard error for a user who asked for it.
+    void Note(const std::string& aText) const;
+
+    // The device that the options name. Throws `QvKit::Error`.
+    ChosenDevice FindDevice() const;
+
+    // Opens it. Throws `QvKit::Error`.
+    std::unique_ptr<QvKit::Device> OpenDevice(const ChosenDevice& aDevice) const;
+
+    // Loads its parameters. Throws `QvKit::Error`.
+    QvKit::DeviceParameters& LoadParameters(QvKit::Device& aDevice) const;
+
+    // Opens it, copies its parameters, and closes it again. Throws `QvKit::Error`.
+    QvKit::Snapshot ReadParameters(const ChosenDevice& aDevice) const;
 };
 
 }  // namespace Qvctl

@@ -10,7 +10,7 @@
 namespace Qvctl {
 namespace {
 
-// The system's handler gets no argument of its own. It runs on a thread that the system makes.
+// The system calls the handler without an argument of ours, on a thread of its own.
 std::atomic<const CtrlC*> receiver{nullptr};
 
 BOOL WINAPI HandleConsoleEvent(DWORD aEvent) {
@@ -34,11 +34,11 @@ CtrlC::~CtrlC() {
 }
 
 bool CtrlC::Press() const {
-    if (pressed_.IsSet()) return false;
-    pressed_.Set();
+    if (stop_.IsRequested()) return false;
+    stop_.Request();
     return true;
 }
 
-Failure Interrupted() { return Failure(ExitCode::Interrupted, "interrupted"); }
+QvKit::Error Interrupted() { return QvKit::Error(QvKit::ErrorKind::Cancelled, "interrupted"); }
 
 }  // namespace Qvctl

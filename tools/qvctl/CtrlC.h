@@ -1,19 +1,19 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// The user's wish to stop.
+// Turns Ctrl-C into a stop signal.
 
 #ifndef QVCTL_CTRLC_H
 #define QVCTL_CTRLC_H
 
-#include "Event.h"
-#include "Failure.h"
+#include "QvKit/Error.h"
+#include "QvKit/StopSignal.h"
 
 namespace Qvctl {
 
-// While one exists, Ctrl-C and Ctrl-Break ask to stop and do not end the process. Pressed a second
-// time they end it as always, should what was asked to stop not come to an end. There can be one at
-// a time.
+// While one exists, Ctrl-C and Ctrl-Break request its stop signal and do not end the process.
+// Pressed a second time they end it as always, in case that what was asked to stop does not. There
+// can be one at a time.
 class CtrlC {
 public:
     CtrlC();
@@ -22,21 +22,19 @@ public:
     CtrlC(const CtrlC&) = delete;
     CtrlC& operator=(const CtrlC&) = delete;
 
-    // As the system calls it when the user presses the keys; answers whether that was the first
-    // time.
+    // Called by the system when the user presses the keys. Returns whether that was the first time.
     bool Press() const;
 
-    bool IsPressed() const { return pressed_.IsSet(); }
+    bool IsPressed() const { return stop_.IsRequested(); }
 
-    // Is set when the user has asked to stop.
-    const Event& GetEvent() const { return pressed_; }
+    const QvKit::StopSignal& GetStopSignal() const { return stop_; }
 
 private:
-    Event pressed_;
+    QvKit::StopSignal stop_;
 };
 
 // How a verb ends that the user has stopped.
-Failure Interrupted();
+QvKit::Error Interrupted();
 
 }  // namespace Qvctl
 

@@ -9,20 +9,20 @@
 #include <cstdint>
 #include <cstdio>
 
-#include "Failure.h"
+#include "QvKit/Error.h"
 
 namespace Qvctl {
 
-DeviceUse::DeviceUse(const Device& aDevice) : instance_(NameFor(aDevice).c_str()) {
+DeviceUse::DeviceUse(const QvKit::DeviceAddress& aDevice) : instance_(NameFor(aDevice).c_str()) {
     if (instance_.IsAnyOtherInstance() != 0) {
-        throw Failure(ExitCode::Failed,
-                      "the device is in use: another qvctl is streaming from " + aDevice.path);
+        throw QvKit::Error(QvKit::ErrorKind::DeviceInUse,
+                           "the device is in use: another qvctl is streaming from " + aDevice.path);
     }
 }
 
-std::string DeviceUse::NameFor(const Device& aDevice) {
-    // A path may be longer than a name can be, and has backslashes, which a name cannot: its hash
-    // (FNV-1a) stands for it.
+std::string DeviceUse::NameFor(const QvKit::DeviceAddress& aDevice) {
+    // A path may be too long for a name, and has backslashes, which a name cannot have. So the name
+    // holds its hash (FNV-1a).
     constexpr std::uint64_t kBasis = 0xCBF29CE484222325;
     constexpr std::uint64_t kPrime = 0x100000001B3;
     constexpr std::size_t kPrefix = 4;  // \\?\ and \\.\ mean the same.

@@ -1,14 +1,14 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Keeps two programs from taking each other's packets.
+// Keeps two runs of the tool from taking each other's packets.
 
 #ifndef QVCTL_DEVICEUSE_H
 #define QVCTL_DEVICEUSE_H
 
 #include <string>
 
-#include "DeviceList.h"
+#include "QvKit/DeviceList.h"
 #include "QvUserLib/SingleInstance.h"
 
 namespace Qvctl {
@@ -16,11 +16,11 @@ namespace Qvctl {
 // Marks a device as being streamed, as long as the object lives.
 class DeviceUse {
 public:
-    // Throws `Failure` when the device is marked already.
-    explicit DeviceUse(const Device& aDevice);
+    // Throws `QvKit::Error` when the device is marked already.
+    explicit DeviceUse(const QvKit::DeviceAddress& aDevice);
 
-    // The name of the mark, the same for every way in which one path can be written.
-    static std::string NameFor(const Device& aDevice);
+    // The name of the mark. It is the same for all spellings of a path.
+    static std::string NameFor(const QvKit::DeviceAddress& aDevice);
 
 private:
     QvUserLib::SingleInstance instance_;

@@ -5,10 +5,10 @@
 
 #include <objbase.h>
 
-#include "Failure.h"
+#include "QvKit/Text.h"
 #include "QvSample/QvSampleDevice.h"
 #include "QvUserLib/String.h"
-#include "Utf8.h"
+#include "output/ErrorReport.h"
 
 namespace Qvctl {
 
@@ -18,9 +18,9 @@ GUID ParseInterface(const std::string& aText) {
     const bool braced = !aText.empty() && aText.front() == '{';
     const std::string text = braced ? aText : "{" + aText + "}";
     GUID interfaceClass;
-    if (::IIDFromString(FromUtf8(text).c_str(), &interfaceClass) != S_OK) {
-        throw Failure(ExitCode::WrongUsage,
-                      "--interface: '" + aText + "' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT);
+    if (::IIDFromString(QvKit::FromUtf8(text).c_str(), &interfaceClass) != S_OK) {
+        throw WrongUsage("--interface: '" + aText +
+                         "' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT);
     }
     return interfaceClass;
 }

@@ -15,7 +15,7 @@ namespace Qvctl {
 // The interface class of the sample driver's devices.
 const GUID& SampleInterface();
 
-// Reads a GUID, with or without braces. Throws `Failure` for wrong usage.
+// Reads a GUID, with or without braces. Throws `QvKit::Error` for wrong usage.
 GUID ParseInterface(const std::string& aText);
 
 // With braces and lower-case digits.

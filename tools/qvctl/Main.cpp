@@ -2,102 +2,101 @@
 // SPDX-License-Identifier: MIT
 
 #include <exception>
-#include <new>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "ActivityLog.h"
-#include "CommandLine.h"
-#include "Failure.h"
-#include "LibraryError.h"
-#include "Output.h"
-#include "Utf8.h"
-#include "WindowsApi.h"
-
-// After WindowsApi.h, which it needs.
-#include <shellapi.h>
+#include "LibraryLog.h"
+#include "QvKit/Text.h"
+#include "commandline/CommandLine.h"
+#include "common/CommandLineArguments.h"
+#include "output/ErrorReport.h"
+#include "output/Printable.h"
 
 namespace Qvctl {
 namespace {
 
-// From the system's own command line: the runtime's arguments went through the code page.
-std::vector<std::string> GetArguments() {
-    int count = 0;
-    wchar_t** const texts = ::CommandLineToArgvW(::GetCommandLineW(), &count);
-    if (texts == nullptr) throw std::bad_alloc();
-    const std::vector<std::wstring> wide(texts + 1, texts + count);
-    ::LocalFree(texts);
+using QvKit::Error;
+using QvKit::ErrorKind;
 
+std::vector<std::string> GetArguments() {
     std::vector<std::string> arguments;
-    for (const std::wstring& text : wide) {
-        if (!IsWellFormed(text)) {
-            throw Failure(ExitCode::WrongUsage,
-                          "'" + ToUtf8(text) + "' is not well-formed Unicode text");
+    for (const std::wstring& text : QvTools::GetCommandLineArguments()) {
+        if (!QvKit::IsWellFormed(text)) {
+            throw WrongUsage("'" + QvKit::ToUtf8(text) + "' is not well-formed Unicode text");
         }
-        arguments.push_back(ToUtf8(text));
+        arguments.push_back(QvKit::ToUtf8(text));
     }
     return arguments;
 }
 
-// Where what is done is logged, if that was asked for.
-using OptionalLog = std::optional<ActivityLog>;
+// One run of the tool, from its arguments to its exit code.
+class Run {
+public:
+    ExitCode Execute() {
+        const Outcome outcome = TryToObey();
+        if (outcome.error) ReportError(*outcome.error);
+        printer_.Print(outcome);
+        if (outcome.error) return ExitCodeOf(outcome.error->GetKind());
+        if (!out_.HasFailed()) return ExitCode::Done;
+        const Error error(ErrorKind::SystemFailed, "the output cannot be written");
+        ReportError(error);
+        return ExitCodeOf(error.GetKind());
+    }
 
-void Execute(const std::vector<std::string>& aArguments, Output& aOut, Output& aErr,
-             OptionalLog& aLog) {
-    const Verbs verbs = MakeAllVerbs();
-    const Command command = ParseCommandLine(aArguments, verbs);
-    if (command.verb == nullptr) {
-        aOut.Write(command.text);
-        return;
+private:
+    Outcome TryToObey() {
+        try {
+            const std::vector<std::string> arguments = GetArguments();
+            if (AsksForJson(arguments)) printer_.UseJson();
+            return Obey(arguments);
+        } catch (const Error& error) {
+            return {nullptr, error};
+        } catch (const std::exception& exception) {
+            return {nullptr, Error(ErrorKind::SystemFailed, exception.what())};
+        }
     }
-    if (!command.options.errorLog.empty()) OpenErrorLog(command.options.errorLog);
-    Context context{command.options, aOut, aErr};
-    if (command.options.log.asked) {
-        aLog.emplace(command.options.log, command.verb->GetName());
-        context.log = &*aLog;
-        if (!aLog->IsOn()) context.Note("logging is off: log4cxx is not there or not configured");
-        aLog->Write(QvUserLib::PriorityLevel::Info, "begins");
-    }
-    command.verb->Run(context);
-    if (aLog) aLog->Write(QvUserLib::PriorityLevel::Info, "is done");
-}
 
-ExitCode Report(const Failure& aFailure, bool aJson, Output& aOut, Output& aErr,
-                OptionalLog& aLog) {
-    for (const std::string& line : aFailure.GetLines()) {
-        if (aLog) aLog->Write(QvUserLib::PriorityLevel::Error, line);
-        aErr.WriteColoured(Output::Red, "qvctl:");
-        aErr.WriteLine(" " + Printable(line));
+    Outcome Obey(const std::vector<std::string>& aArguments) {
+        const Verbs verbs = MakeAllVerbs();
+        const Command command = ParseCommandLine(aArguments, verbs);
+        if (command.verb == nullptr) {
+            out_.Write(command.text);
+            return {};
+        }
+        if (!command.options.errorLog.empty()) libraryLog_.emplace(command.options.errorLog);
+        Context context{command.options, printer_, out_, err_};
+        if (command.options.log.asked) {
+            log_.emplace(command.options.log, command.verb->name);
+            context.log = &*log_;
+            if (!log_->IsOn()) {
+                context.Note("logging is off: log4cxx is not there or not configured");
+            }
+            log_->Write(QvUserLib::PriorityLevel::Info, "begins");
+        }
+        Outcome outcome = command.verb->verb->Run(context);
+        if (log_ && !outcome.error) log_->Write(QvUserLib::PriorityLevel::Info, "is done");
+        return outcome;
     }
-    if (aJson && !aFailure.IsInReport()) {
-        nlohmann::ordered_json json;
-        json["error"] = aFailure.ToJson();
-        aOut.WriteLine(json.dump(2));
-    }
-    return aFailure.GetExitCode();
-}
 
-ExitCode Run() {
-    Output out(Output::Standard);
-    Output err(Output::Error);
-    OptionalLog log;
-    bool json = false;
-    try {
-        const std::vector<std::string> arguments = GetArguments();
-        json = AsksForJson(arguments);
-        Execute(arguments, out, err, log);
-    } catch (const Failure& failure) {
-        return Report(failure, json, out, err, log);
-    } catch (const std::exception& exception) {
-        return Report(Failure(ExitCode::Failed, exception.what()), json, out, err, log);
+    void ReportError(const Error& aError) {
+        if (libraryLog_) libraryLog_->Record(aError);
+        for (const std::string& line : LinesOf(aError)) {
+            if (log_) log_->Write(QvUserLib::PriorityLevel::Error, line);
+            err_.WriteColoured(Output::Red, "qvctl:");
+            err_.WriteLine(" " + Printable(line));
+        }
     }
-    if (!out.HasFailed()) return ExitCode::Done;
-    return Report(Failure(ExitCode::Failed, "the output cannot be written"), false, out, err, log);
-}
+
+    Output out_{Output::Standard};
+    Output err_{Output::Error};
+    Printer printer_{out_};
+    std::optional<LibraryLog> libraryLog_;
+    std::optional<ActivityLog> log_;
+};
 
 }  // namespace
 }  // namespace Qvctl
 
-int main() { return static_cast<int>(Qvctl::Run()); }
+int main() { return static_cast<int>(Qvctl::Run().Execute()); }

@@ -1,0 +1,237 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// The parts of the command-line tool that need neither a process nor a device.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "DeviceChoice.h"
+#include "InterfaceId.h"
+#include "QvKit/Setting.h"
+#include "QvKit/Text.h"
+#include "commandline/CommandLine.h"
+#include "kit/KitTestSupport.h"
+#include "output/ErrorReport.h"
+#include "output/Printable.h"
+#include "output/SettingTable.h"
+#include "output/TextTable.h"
+
+namespace {
+
+using QvKit::Error;
+using QvKit::ErrorKind;
+using QvTests::kJapanese;
+using QvTests::kSize;
+using QvTests::MessageOf;
+using testing::Each;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Le;
+using testing::SizeIs;
+
+// Texts
+
+TEST(QvctlPrintableTest, EscapesWhatDisturbsATerminal) {
+    EXPECT_EQ("a\\u000ab\\u001b[0m", Qvctl::Printable("a\nb\x1B[0m"));
+    EXPECT_EQ("\\u202e", Qvctl::Printable(QvKit::ToUtf8(std::wstring(1, 0x202E))));
+    EXPECT_EQ(kSize, Qvctl::Printable(kSize));
+}
+
+// Marks
+
+TEST(QvctlMarksTest, EveryMarkHasAWord) {
+    QvKit::Setting setting;
+    EXPECT_THAT(Qvctl::GetMarks(setting), IsEmpty());
+
+    setting.isVolatile = true;
+    setting.isRestartRequired = true;
+    setting.isPersistent = false;
+    setting.isAdvanced = true;
+    setting.isHidden = true;
+    EXPECT_THAT(Qvctl::GetMarks(setting),
+                ElementsAre("volatile", "restart", "not saved", "advanced", "hidden"));
+}
+
+TEST(QvctlMarksTest, AReadOnlySettingIsNotExpectedToBeSaved) {
+    QvKit::Setting setting;
+    setting.isReadOnly = true;
+    setting.isPersistent = false;
+
+    EXPECT_THAT(Qvctl::GetMarks(setting), ElementsAre("read-only"));
+}
+
+// The table
+
+std::vector<std::string> LinesOf(const std::string& aText) {
+    std::vector<std::string> lines;
+    std::istringstream text(aText);
+    for (std::string line; std::getline(text, line);) lines.push_back(line);
+    return lines;
+}
+
+TEST(QvctlTableTest, ColumnsAreAsWideAsTheirWidestCell) {
+    Qvctl::TextTable table({"A", "B"});
+    table.AddRow({"long cell", "x"});
+
+    EXPECT_EQ("A          B\nlong cell  x\n", table.Format(80));
+}
+
+TEST(QvctlTableTest, CellsAreBrokenBetweenWordsAndNothingIsLost) {
+    Qvctl::TextTable table({"NAME", "WORDS"});
+    table.AddRow({"unbroken", "some words that take more than one line"});
+
+    EXPECT_EQ(
+        "NAME      WORDS\n"
+        "unbroken  some words\n"
+        "          that take\n"
+        "          more than\n"
+        "          one line\n",
+        table.Format(20));
+}
+
+TEST(QvctlTableTest, AWordThatDoesNotFitIsBrokenInside) {
+    Qvctl::TextTable table({"A"});
+    table.AddRow({"abcdefghijklmnop"});
+
+    EXPECT_EQ("A\nabcdefghij\nklmnop\n", table.Format(10));
+}
+
+TEST(QvctlTableTest, WideCharactersTakeTwoColumns) {
+    Qvctl::TextTable table({"A", "B"});
+    table.AddRow({kJapanese, "x"});
+    table.AddRow({"1234", "y"});
+
+    EXPECT_EQ(std::string("A     B\n") + kJapanese + "  x\n1234  y\n", table.Format(80));
+}
+
+TEST(QvctlTableTest, ANoteStandsBelowItsRow) {
+    Qvctl::TextTable table({"A"});
+    table.AddRow({"x"}, "a note of its own");
+
+    EXPECT_THAT(LinesOf(table.Format(14)), ElementsAre("A", "x", "    a note of", "    its own"));
+}
+
+TEST(QvctlTableTest, LinesFitWhateverTheCells) {
+    Qvctl::TextTable table({"A", "B", "C"});
+    table.AddRow({std::string(40, 'a'), std::string(40, 'b'), "many words in a third cell of it"},
+                 std::string(100, 'n'));
+
+    EXPECT_THAT(LinesOf(table.Format(40)), Each(SizeIs(Le(40u))));
+}
+
+// Arguments
+
+TEST(QvctlTextTest, LinesAreBrokenBetweenWordsAndNothingIsLost) {
+    EXPECT_THAT(Qvctl::Wrap("install the driver first", 12),
+                ElementsAre("install the", "driver first"));
+    EXPECT_THAT(Qvctl::Wrap("", 12), ElementsAre(""));
+}
+
+TEST(QvctlArgumentsTest, AParameterMayBeCalledAsAVerb) {
+    const Qvctl::Verbs verbs = Qvctl::MakeAllVerbs();
+
+    const Qvctl::Command command = Qvctl::ParseCommandLine({"get", "list", "set"}, verbs);
+
+    EXPECT_EQ("get", command.verb->name);
+}
+
+TEST(QvctlArgumentsTest, ASlashBeginsNoOption) {
+    const Qvctl::Verbs verbs = Qvctl::MakeAllVerbs();
+
+    EXPECT_NO_THROW(Qvctl::ParseCommandLine({"set", "/json=1"}, verbs));
+}
+
+TEST(QvctlArgumentsTest, OptionsAreTakenBeforeAndBehindTheNames) {
+    const Qvctl::Verbs verbs = Qvctl::MakeAllVerbs();
+
+    const Qvctl::Options options =
+        Qvctl::ParseCommandLine({"get", "--json", "Gain", "--device", "1"}, verbs).options;
+
+    EXPECT_TRUE(options.json);
+    EXPECT_FALSE(options.verbose);
+    EXPECT_TRUE(options.device.isIndex);
+    EXPECT_EQ("1", options.device.text);
+    EXPECT_TRUE(::IsEqualGUID(Qvctl::SampleInterface(), options.interfaceClass));
+}
+
+TEST(QvctlArgumentsTest, OnlyDevicePathsAndNumbersNameADevice) {
+    EXPECT_FALSE(Qvctl::ParseDeviceChoice("\\\\.\\Dev0").isIndex);
+    for (const char* text : {"", "-1", "+1", "0x1", "C:\\file", "\\\\server\\share"}) {
+        SCOPED_TRACE(text);
+        EXPECT_THAT(MessageOf([&] { Qvctl::ParseDeviceChoice(text); }),
+                    HasSubstr("is neither a number nor a path"));
+    }
+}
+
+TEST(QvctlArgumentsTest, AnInterfaceThatIsNoGuidIsRefused) {
+    const std::string guid = Qvctl::InterfaceText(Qvctl::SampleInterface());
+    for (const std::string& text : {std::string(), std::string("{}"), guid + "x",
+                                    guid.substr(0, 37), "x" + guid, guid.substr(0, 36) + "g}"}) {
+        SCOPED_TRACE(text);
+        EXPECT_THAT(MessageOf([&] { Qvctl::ParseInterface(text); }), HasSubstr("is no GUID"));
+    }
+}
+
+// Errors
+
+TEST(QvctlErrorTest, WithoutSampleDevicesTheMessageTellsHowToInstallTheDriver) {
+    EXPECT_THAT(Qvctl::NoDevicePresent(Qvctl::SampleInterface()).what(),
+                EndsWith("is present; install the sample driver with \"QvSampleSetup install "
+                         "--devices 2\""));
+    EXPECT_THAT(Qvctl::NoDevicePresent(GUID()).what(), EndsWith("is present"));
+}
+
+TEST(QvctlErrorTest, RefusalsAreALineEach) {
+    const Error error({{"A", "1", "no", "", 18}, {"B", std::nullopt, "nor this", "x", 25}},
+                      "nothing was sent");
+
+    EXPECT_THAT(Qvctl::LinesOf(error),
+                ElementsAre("A=1 refused: no", "B: nor this (x); nothing was sent"));
+    EXPECT_THAT(Qvctl::LinesOf(Error(ErrorKind::Cancelled, "interrupted")),
+                ElementsAre("interrupted"));
+}
+
+TEST(QvctlErrorTest, EveryKindHasItsExitCodeAndItsName) {
+    struct {
+        ErrorKind kind;
+        int exitCode;
+        const char* name;
+    } const cases[] = {
+        {ErrorKind::WrongUse, 2, "usage"},      {ErrorKind::NoSuchDevice, 3, "no-device"},
+        {ErrorKind::DeviceInUse, 1, "failed"},  {ErrorKind::DeviceGone, 1, "failed"},
+        {ErrorKind::DeviceFailed, 1, "failed"}, {ErrorKind::SystemFailed, 1, "failed"},
+        {ErrorKind::Refused, 1, "refused"},     {ErrorKind::Cancelled, 130, "interrupted"},
+    };
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.name);
+        const nlohmann::ordered_json json = Qvctl::ToJson(Error(oneCase.kind, "m"));
+
+        EXPECT_EQ(oneCase.exitCode, static_cast<int>(Qvctl::ExitCodeOf(oneCase.kind)));
+        EXPECT_EQ(oneCase.exitCode, json["exitCode"]);
+        EXPECT_EQ(oneCase.name, json["kind"]);
+    }
+}
+
+TEST(QvctlErrorTest, JsonHasTheSameMembersForEveryKind) {
+    const Error errors[] = {Error(ErrorKind::SystemFailed, "m"),
+                            Error(ErrorKind::NoSuchDevice, "m", 18),
+                            Error({{"A", "1", "no", "", 18}})};
+    for (const Error& error : errors) {
+        const nlohmann::ordered_json json = Qvctl::ToJson(error);
+        for (const char* member : {"kind", "exitCode", "message", "code", "refusals"}) {
+            EXPECT_TRUE(json.contains(member)) << member;
+        }
+    }
+    EXPECT_EQ(18, Qvctl::ToJson(errors[1])["code"]);
+    EXPECT_EQ("no", Qvctl::ToJson(errors[2])["refusals"][0]["reason"]);
+}
+
+}  // namespace

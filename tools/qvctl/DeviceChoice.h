@@ -1,0 +1,45 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// The device that the user means.
+
+#ifndef QVCTL_DEVICECHOICE_H
+#define QVCTL_DEVICECHOICE_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QvKit/DeviceList.h"
+#include "WindowsApi.h"
+
+namespace Qvctl {
+
+// What the user gave: the number of a device in the list, or a path.
+struct DeviceChoice {
+    bool isIndex;
+    std::string text;
+};
+
+struct ChosenDevice {
+    std::optional<unsigned int> index;  // In the list; nothing when it was chosen by its path.
+    QvKit::DeviceAddress address;
+};
+
+// All of these throw `QvKit::Error`.
+
+// Wrong usage when the text is neither a number nor a device path.
+DeviceChoice ParseDeviceChoice(const std::string& aText);
+
+// The present devices, one at least.
+std::vector<QvKit::DeviceAddress> ListPresentDevices(const GUID& aInterface);
+
+// The error when there is none: for the sample driver's interface it says how to get one.
+QvKit::Error NoDevicePresent(const GUID& aInterface);
+
+// A path is not looked up in the list: opening it shows whether there is such a device.
+ChosenDevice FindDevice(const GUID& aInterface, const DeviceChoice& aChoice);
+
+}  // namespace Qvctl
+
+#endif

@@ -1,0 +1,81 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "doctor/Inspection.h"
+
+#include "InterfaceId.h"
+#include "QvKit/Device.h"
+#include "QvKit/Text.h"
+#include "WindowsApi.h"
+
+namespace Qvctl {
+namespace {
+
+void Load(QvKit::Device& aDevice, DeviceFinding& aFinding) {
+    try {
+        aDevice.LoadParameters();
+    } catch (const QvKit::Error& error) {
+        aFinding.loadReason = error.GetReason();
+    }
+}
+
+DeviceFinding Try(const QvKit::DeviceAddress& aDevice) {
+    DeviceFinding finding;
+    finding.path = aDevice.path;
+    try {
+        QvKit::Device device(aDevice);
+        Load(device, finding);
+    } catch (const QvKit::Error& error) {
+        // The library's code says that the device did not open; the system's says why.
+        const unsigned long systemError = QvKit::TryToOpen(aDevice);
+        finding.openError =
+            systemError != ERROR_SUCCESS ? systemError : error.GetCode().value_or(0);
+        finding.openReason =
+            error.GetReason() + " (error " + std::to_string(*finding.openError) + ")";
+    }
+    return finding;
+}
+
+bool Exists(const std::string& aPath) {
+    return ::GetFileAttributesW(QvKit::FromUtf8(aPath).c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
+// Empty for a variable that is not set.
+std::string Variable(const wchar_t* aName) {
+    std::wstring value(::GetEnvironmentVariableW(aName, nullptr, 0), L'\0');
+    if (value.empty()) return std::string();
+    value.resize(::GetEnvironmentVariableW(aName, value.data(), static_cast<DWORD>(value.size())));
+    return QvKit::ToUtf8(value);
+}
+
+// In the places where the library looks.
+void LookForLogging(Findings& aFindings) {
+    const std::string& library = aFindings.libraries.front().path;
+    const std::string directory = library.substr(0, library.rfind('\\') + 1) + "log4cxx\\";
+    aFindings.logDirectory = directory + "x64\\Release";
+    aFindings.hasLog4cxx = Exists(aFindings.logDirectory + "\\log4cxx.dll");
+    const std::string chosen = Variable(L"QV_LOG_CONFIG");
+    const bool isChosen = !chosen.empty() && Exists(chosen);
+    aFindings.logConfig = isChosen ? chosen : directory + "default.logcfg";
+    aFindings.hasLogConfig = Exists(aFindings.logConfig);
+}
+
+}  // namespace
+
+Findings Inspect(const Context& aContext) {
+    const GUID& interfaceClass = aContext.options.interfaceClass;
+    Findings findings = {};
+    findings.toolVersion = QVCTL_VERSION;
+    findings.libraries = GetLibraries();
+    findings.interfaceClass = InterfaceText(interfaceClass);
+    findings.isSample = ::IsEqualGUID(interfaceClass, SampleInterface()) != FALSE;
+    findings.registered = QvKit::CountKnownDevices(interfaceClass);
+    for (const QvKit::DeviceAddress& device : QvKit::ListDevices(interfaceClass)) {
+        aContext.Note("trying " + device.path);
+        findings.devices.push_back(Try(device));
+    }
+    LookForLogging(findings);
+    return findings;
+}
+
+}  // namespace Qvctl

@@ -1,0 +1,26 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Settings as a table for the terminal.
+
+#ifndef QVCTL_OUTPUT_SETTINGTABLE_H
+#define QVCTL_OUTPUT_SETTINGTABLE_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "QvKit/Setting.h"
+
+namespace Qvctl {
+
+// The attributes that a user has to know of, in words: "read-only", "volatile" and so on.
+std::vector<std::string> GetMarks(const QvKit::Setting& aSetting);
+
+// `aWithDescriptions` puts each setting's description below its row.
+std::string FormatSettings(const std::vector<QvKit::Setting>& aSettings, bool aWithDescriptions,
+                           std::size_t aWidth);
+
+}  // namespace Qvctl
+
+#endif

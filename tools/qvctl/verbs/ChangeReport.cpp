@@ -1,0 +1,79 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "verbs/ChangeReport.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "output/Printable.h"
+#include "output/SettingJson.h"
+
+namespace Qvctl {
+namespace {
+
+using nlohmann::ordered_json;
+using Edit = QvKit::Change::Edit;
+using Edits = std::vector<Edit>;
+
+std::string LineOf(const Edit& aEdit) {
+    const QvKit::Setting& setting = aEdit.setting;
+    std::string line = setting.name + ": " + setting.DescribeWithUnit(setting.value);
+    if (!aEdit.IsChange()) return line + " (unchanged)";
+    line += " -> " + setting.DescribeWithUnit(aEdit.after);
+    if (setting.isRestartRequired) line += " (takes effect when the device starts again)";
+    return line;
+}
+
+ordered_json EditToJson(const Edit& aEdit) {
+    ordered_json json;
+    json["name"] = aEdit.setting.name;
+    json["before"] = ValueToJson(aEdit.setting, aEdit.setting.value);
+    json["after"] = ValueToJson(aEdit.setting, aEdit.after);
+    json["changed"] = aEdit.IsChange();
+    json["restartRequired"] = aEdit.IsChange() && aEdit.setting.isRestartRequired;
+    return json;
+}
+
+auto CountChanges(const Edits& aEdits) {
+    return std::count_if(aEdits.begin(), aEdits.end(),
+                         [](const Edit& aEdit) { return aEdit.IsChange(); });
+}
+
+class ChangeReport final : public Report {
+public:
+    ChangeReport(ChosenDevice aDevice, Edits aEdits, bool aWithUnchanged)
+        : device_(std::move(aDevice)), edits_(std::move(aEdits)), withUnchanged_(aWithUnchanged) {}
+
+    void WriteText(Output& aOut) const override {
+        for (const Edit& edit : edits_) {
+            if (edit.IsChange() || withUnchanged_) aOut.WriteLine(Printable(LineOf(edit)));
+        }
+        if (CountChanges(edits_) == 0 && !withUnchanged_) aOut.WriteLine("nothing to change");
+    }
+
+    ordered_json ToJson() const override {
+        ordered_json json;
+        json["device"] = Qvctl::ToJson(device_);
+        json["parameters"] = ordered_json::array();
+        for (const Edit& edit : edits_) json["parameters"].push_back(EditToJson(edit));
+        return json;
+    }
+
+private:
+    ChosenDevice device_;
+    Edits edits_;
+    bool withUnchanged_;
+};
+
+}  // namespace
+
+Outcome SendChange(const Context& aContext, const ChosenDevice& aDevice, QvKit::Change& aChange,
+                   bool aWithUnchanged) {
+    aChange.Send();
+    aContext.Note("parameters sent: " + std::to_string(CountChanges(aChange.GetEdits())));
+    return {std::make_unique<ChangeReport>(aDevice, aChange.GetEdits(), aWithUnchanged), {}};
+}
+
+}  // namespace Qvctl

@@ -1,0 +1,65 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "InterfaceId.h"
+#include "output/Printable.h"
+#include "output/SettingJson.h"
+#include "verbs/Verb.h"
+
+namespace Qvctl {
+namespace {
+
+class ListReport final : public Report {
+public:
+    ListReport(const GUID& aInterface, std::vector<QvKit::DeviceAddress> aDevices)
+        : interface_(InterfaceText(aInterface)) {
+        for (QvKit::DeviceAddress& device : aDevices) {
+            const auto index = static_cast<unsigned int>(devices_.size());
+            devices_.push_back(ChosenDevice{index, std::move(device)});
+        }
+    }
+
+    void WriteText(Output& aOut) const override {
+        for (const ChosenDevice& device : devices_) {
+            aOut.WriteLine(std::to_string(*device.index) + "  " + Printable(device.address.path));
+        }
+    }
+
+    nlohmann::ordered_json ToJson() const override {
+        nlohmann::ordered_json json;
+        json["interface"] = interface_;
+        json["devices"] = nlohmann::ordered_json::array();
+        for (const ChosenDevice& device : devices_) {
+            json["devices"].push_back(Qvctl::ToJson(device));
+        }
+        return json;
+    }
+
+private:
+    std::string interface_;
+    std::vector<ChosenDevice> devices_;
+};
+
+class ListVerb final : public Verb {
+public:
+    std::string GetDetails() const override {
+        return "Prints the number of each device, which --device takes, and its path.\n"
+               "\n"
+               "Example:\n"
+               "  qvctl list";
+    }
+    Outcome Run(const Context& aContext) override {
+        const GUID& interfaceClass = aContext.options.interfaceClass;
+        return {std::make_unique<ListReport>(interfaceClass, ListPresentDevices(interfaceClass)),
+                {}};
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeListVerb() { return std::make_unique<ListVerb>(); }
+
+}  // namespace Qvctl

@@ -1,0 +1,55 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include <CLI/CLI.hpp>
+
+#include "commandline/ArgumentChecks.h"
+#include "verbs/ChangeReport.h"
+#include "verbs/Verb.h"
+
+namespace Qvctl {
+namespace {
+
+std::vector<std::string> NamesOfWritable(const QvKit::Snapshot& aSnapshot) {
+    std::vector<std::string> names;
+    for (const QvKit::Setting& setting : aSnapshot.GetSettings()) {
+        if (!setting.isReadOnly) names.push_back(setting.name);
+    }
+    return names;
+}
+
+class ResetVerb final : public Verb {
+public:
+    std::string GetDetails() const override {
+        return "Without names all parameters that are not read-only are reset, including\n"
+               "hidden and advanced ones. They are sent in one request, as by set.\n"
+               "\n"
+               "Examples:\n"
+               "  qvctl reset\n"
+               "  qvctl reset Gain Label";
+    }
+    void AddArguments(CLI::App& aCommand) override {
+        aCommand.add_option("NAME", names_, "The parameters to reset; all by default")
+            ->option_text("...");
+    }
+    Outcome Run(const Context& aContext) override {
+        RequireDistinctNames(names_);
+        const ChosenDevice chosen = aContext.FindDevice();
+        const auto device = aContext.OpenDevice(chosen);
+        QvKit::DeviceParameters& parameters = aContext.LoadParameters(*device);
+        QvKit::Change change(parameters);
+        const std::vector<std::string> names =
+            names_.empty() ? NamesOfWritable(parameters.GetSnapshot()) : names_;
+        for (const std::string& name : names) change.Reset(name);
+        return SendChange(aContext, chosen, change, /*aWithUnchanged=*/!names_.empty());
+    }
+
+private:
+    std::vector<std::string> names_;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeResetVerb() { return std::make_unique<ResetVerb>(); }
+
+}  // namespace Qvctl

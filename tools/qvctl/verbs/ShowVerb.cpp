@@ -1,0 +1,99 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "commandline/ArgumentChecks.h"
+#include "output/SettingJson.h"
+#include "output/SettingTable.h"
+#include "verbs/Verb.h"
+
+namespace Qvctl {
+namespace {
+
+using Settings = std::vector<QvKit::Setting>;
+
+Settings SelectByMarks(const QvKit::Snapshot& aSnapshot, bool aAll, bool aAdvanced) {
+    Settings selected = aSnapshot.GetSettings();
+    const auto isLeftOut = [=](const QvKit::Setting& aSetting) {
+        return !aAll && (aSetting.isHidden || (aSetting.isAdvanced && !aAdvanced));
+    };
+    selected.erase(std::remove_if(selected.begin(), selected.end(), isLeftOut), selected.end());
+    return selected;
+}
+
+class SettingsReport final : public Report {
+public:
+    SettingsReport(ChosenDevice aDevice, Settings aSettings, bool aWithDescriptions)
+        : device_(std::move(aDevice)),
+          settings_(std::move(aSettings)),
+          withDescriptions_(aWithDescriptions) {}
+
+    void WriteText(Output& aOut) const override {
+        aOut.Write(FormatSettings(settings_, withDescriptions_, aOut.GetWidth()));
+    }
+
+    nlohmann::ordered_json ToJson() const override {
+        nlohmann::ordered_json json;
+        json["device"] = Qvctl::ToJson(device_);
+        json["parameters"] = nlohmann::ordered_json::array();
+        for (const QvKit::Setting& setting : settings_) {
+            json["parameters"].push_back(Qvctl::ToJson(setting));
+        }
+        return json;
+    }
+
+private:
+    ChosenDevice device_;
+    Settings settings_;
+    bool withDescriptions_;
+};
+
+class ShowVerb final : public Verb {
+public:
+    std::string GetDetails() const override {
+        return "Named parameters are shown even if they are hidden or advanced. With --verbose\n"
+               "each parameter's description is shown. The marks:\n"
+               "  read-only   cannot be set\n"
+               "  volatile    changes by itself\n"
+               "  restart     takes effect when the device starts again\n"
+               "  not saved   is lost when the device starts again\n"
+               "  advanced    for experts\n"
+               "  hidden      not for daily use\n"
+               "\n"
+               "Examples:\n"
+               "  qvctl show\n"
+               "  qvctl show Gain OperatingMode --device 1";
+    }
+    void AddArguments(CLI::App& aCommand) override {
+        aCommand.add_option("NAME", names_, "The parameters to show; all by default")
+            ->option_text("...");
+        aCommand.add_flag("--all", all_, "Show hidden and advanced parameters as well");
+        aCommand.add_flag("--advanced", advanced_, "Show advanced parameters as well");
+    }
+    Outcome Run(const Context& aContext) override {
+        RequireDistinctNames(names_);
+        const ChosenDevice device = aContext.FindDevice();
+        const QvKit::Snapshot snapshot = aContext.ReadParameters(device);
+        return {
+            std::make_unique<SettingsReport>(
+                device,
+                names_.empty() ? SelectByMarks(snapshot, all_, advanced_) : snapshot.Select(names_),
+                aContext.options.verbose),
+            {}};
+    }
+
+private:
+    std::vector<std::string> names_;
+    bool all_ = false;
+    bool advanced_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeShowVerb() { return std::make_unique<ShowVerb>(); }
+
+}  // namespace Qvctl

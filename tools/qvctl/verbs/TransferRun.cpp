@@ -1,0 +1,21 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "verbs/TransferRun.h"
+
+namespace Qvctl {
+
+void RunTransfer(QvKit::Transfer& aTransfer, ProgressDisplay& aDisplay,
+                 const TransferItems& aItems) {
+    const QvKit::Stopwatch stopwatch;
+    const auto figures = [&] {
+        return FiguresOf(aTransfer.GetProgress(), aItems.noun, aItems.canDrop,
+                         stopwatch.GetSeconds());
+    };
+
+    aTransfer.Start();
+    while (!aTransfer.WaitFor(aDisplay.GetPeriod())) aDisplay.Show(figures());
+    aDisplay.Finish(figures());
+}
+
+}  // namespace Qvctl

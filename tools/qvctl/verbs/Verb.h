@@ -1,0 +1,55 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// One verb of the command line. A new one is a source with a class and a function that makes it, a
+// declaration and a row in Verbs.cpp, and nothing else.
+
+#ifndef QVCTL_VERBS_VERB_H
+#define QVCTL_VERBS_VERB_H
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Context.h"
+#include "output/Report.h"
+
+namespace CLI {
+class App;
+}
+
+namespace Qvctl {
+
+class Verb {
+public:
+    Verb() = default;
+    virtual ~Verb() = default;
+
+    Verb(const Verb&) = delete;
+    Verb& operator=(const Verb&) = delete;
+
+    // The end of the verb's own help: what else there is to know, and an example.
+    virtual std::string GetDetails() const = 0;
+
+    // Adds the arguments that only this verb has. They are filled in when the command line has been
+    // read.
+    virtual void AddArguments(CLI::App&) {}
+
+    // Does what was asked. What it throws as a `QvKit::Error` is how it failed without a report.
+    virtual Outcome Run(const Context& aContext) = 0;
+};
+
+struct NamedVerb {
+    std::string name;
+    std::string summary;  // For the list of verbs and the head of the verb's own help.
+    std::unique_ptr<Verb> verb;
+};
+
+using Verbs = std::vector<NamedVerb>;
+
+// In the order in which the help lists them.
+Verbs MakeAllVerbs();
+
+}  // namespace Qvctl
+
+#endif

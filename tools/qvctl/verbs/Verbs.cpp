@@ -1,0 +1,53 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "verbs/Verb.h"
+
+namespace Qvctl {
+
+// Each is defined in the source of its verb.
+std::unique_ptr<Verb> MakeCompletionVerb();
+std::unique_ptr<Verb> MakeDoctorVerb();
+std::unique_ptr<Verb> MakeGetVerb();
+std::unique_ptr<Verb> MakeListVerb();
+std::unique_ptr<Verb> MakeManualVerb();
+std::unique_ptr<Verb> MakeMd5Verb();
+std::unique_ptr<Verb> MakeResetVerb();
+std::unique_ptr<Verb> MakeSetVerb();
+std::unique_ptr<Verb> MakeShowVerb();
+std::unique_ptr<Verb> MakeStreamVerb();
+std::unique_ptr<Verb> MakeVersionVerb();
+std::unique_ptr<Verb> MakeWatchVerb();
+std::unique_ptr<Verb> MakeWriteVerb();
+
+namespace {
+
+constexpr struct {
+    const char* name;
+    const char* summary;
+    std::unique_ptr<Verb> (*make)();
+} kVerbs[] = {
+    {"list", "List the devices that are present", MakeListVerb},
+    {"show", "Show parameters as a table", MakeShowVerb},
+    {"get", "Print values, one NAME=VALUE a line", MakeGetVerb},
+    {"set", "Change parameters, all in one request", MakeSetVerb},
+    {"reset", "Set parameters to their defaults", MakeResetVerb},
+    {"watch", "Print parameters as they change", MakeWatchVerb},
+    {"stream", "Read packets and account for each of them", MakeStreamVerb},
+    {"write", "Send a file to the device", MakeWriteVerb},
+    {"md5", "Print or check MD5 digests of files", MakeMd5Verb},
+    {"doctor", "Check what usually goes wrong", MakeDoctorVerb},
+    {"version", "Print the versions of tool and libraries", MakeVersionVerb},
+    {"completion", "Print a completion script for a shell", MakeCompletionVerb},
+    {"manual", "Print the manual page", MakeManualVerb},
+};
+
+}  // namespace
+
+Verbs MakeAllVerbs() {
+    Verbs verbs;
+    for (const auto& row : kVerbs) verbs.push_back({row.name, row.summary, row.make()});
+    return verbs;
+}
+
+}  // namespace Qvctl
