@@ -20,7 +20,7 @@ namespace {
 
 using QvTests::ImportPatch;
 
-// What the counted thread did so far. Only that thread changes it.
+// The counts of the counted thread. Only that thread changes them.
 struct Tally {
     unsigned long thread;
     unsigned long long systemCalls;
@@ -32,7 +32,7 @@ Tally theTally{};
 
 bool IsCountedThread() { return theTally.thread == ::GetCurrentThreadId(); }
 
-// The heap functions below the imports that are patched.
+// The original heap functions behind the patched imports.
 template <typename Function>
 Function* HeapFunction(const char* aName) {
     const FARPROC address = ::GetProcAddress(::GetModuleHandleA("ntdll.dll"), aName);
@@ -72,8 +72,8 @@ BOOL WINAPI CountedFree(HANDLE aHeap, DWORD aFlags, void* aBlock) {
     return kFree(aHeap, aFlags, aBlock);
 }
 
-// Every heap block comes through one of these imports: the C and C++ runtimes' and the system's
-// own.
+// Every heap block comes through one of these imports, those of the C and C++ runtimes and the
+// system included.
 class HeapPatches {
 public:
     HeapPatches() {
@@ -100,8 +100,8 @@ private:
 constexpr std::size_t kEntrySize = 8;
 constexpr unsigned char kEntryStart[] = {0x4C, 0x8B, 0xD1, 0xB8};
 
-// What is put in its place: a jump to a counting stub that ends with the original code and a jump
-// back. Registers that a system call's caller may expect to be changed are all it uses.
+// Its replacement: a jump to a counting stub that ends with the original code and a jump back. It
+// uses only registers that a system call may change.
 constexpr unsigned char kStub[] = {
     0x49, 0xBB, 0,    0,
     0,    0,    0,    0,
@@ -128,7 +128,7 @@ void WriteJump(unsigned char* aAt, const unsigned char* aTo) {
     std::memcpy(aAt + 1, &distance, sizeof distance);
 }
 
-// Memory for code that jumps of 32 bits reach from aNear.
+// Memory for code that 32-bit jumps can reach from aNear.
 unsigned char* AllocateNear(const unsigned char* aNear, std::size_t aSize) {
     constexpr std::ptrdiff_t kStep = 0x100000;
     constexpr std::ptrdiff_t kReach = 0x70000000;
@@ -165,7 +165,7 @@ void ForEachSystemCall(unsigned char* aBase, Visit aVisit) {
     }
 }
 
-// The stubs stay for good: a thread may still be in one when the entries are restored.
+// The stubs are never freed: a thread may still be in one when the entries are restored.
 class SystemCallPatches {
 public:
     SystemCallPatches() {

@@ -1,8 +1,8 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What an operation asks of the heap and of the system. Times taken in Wine are mostly those of its
-// server; these counts are exact, and the same on every machine.
+// Counts an operation's heap blocks and system calls. Times in Wine are mostly those of its server;
+// these counts are exact and the same on every machine.
 
 #ifndef QVBENCH_CALLCOUNTER_H
 #define QVBENCH_CALLCOUNTER_H
@@ -10,11 +10,11 @@
 namespace QvBench {
 
 struct CallCounts {
-    /// Blocks taken from the heap, by whatever module.
+    /// Blocks taken from the heap, by any module.
     double allocations;
-    /// Calls from user mode into the system, by whatever module.
+    /// Calls from user mode into the system, by any module.
     double systemCalls;
-    /// How much more the heap held at its fullest than at the start.
+    /// The peak of heap memory in use, compared to the start.
     double peakBytes;
 };
 
@@ -31,10 +31,10 @@ public:
     /// Whether there is a counter.
     static bool IsActive();
 
-    /// Counts from here, on the calling thread.
+    /// Starts counting, on the calling thread.
     static void Start();
 
-    /// What was counted since `Start`, for each of so many operations; the peak is that of all of
+    /// The counts since `Start`, divided by the number of operations; the peak is that of all of
     /// them together.
     static CallCounts Stop(double aOperations);
 };

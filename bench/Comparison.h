@@ -1,8 +1,8 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Pairs of benchmarks, ours beside the bare alternative, that are run in turn and become one row of
-// a table.
+// Pairs of benchmarks, ours and the bare alternative. They run in turn and become one row of a
+// table.
 
 #ifndef QVBENCH_COMPARISON_H
 #define QVBENCH_COMPARISON_H
@@ -18,23 +18,23 @@
 
 namespace QvBench {
 
-/// Stops the program: a benchmark of something that fails tells nothing.
+/// Stops the program: a benchmark of something that fails is worthless.
 [[noreturn]] void Give(const char* aWhat);
 
 inline void Must(bool aHolds, const char* aWhat) {
     if (!aHolds) Give(aWhat);
 }
 
-/// For results inside what is measured, too: it costs a comparison.
+/// May be used inside the measured part: it costs only a comparison.
 inline void Must(const QvUserLib::Result& aResult) {
     if (aResult.GetCode() != 0) Give("an operation failed");
 }
 
-/// Adds what was counted to what a benchmark reports.
+/// Adds the counts to what a benchmark reports.
 void Report(benchmark::State& aState, const CallCounts& aCounts);
 
-/// Runs the operation as often as the benchmark wants it. An iteration is one call. When calls are
-/// being counted they are those of the first thread, in as many further calls.
+/// Runs the operation as often as the benchmark wants. An iteration is one call. If calls are
+/// counted, the first thread first makes `aCounted` further calls and counts those.
 template <typename Operation>
 void Repeat(benchmark::State& aState, Operation aOperation, int aCounted = 64) {
     if (CallCounter::IsActive() && aState.thread_index() == 0) {
@@ -54,19 +54,19 @@ struct Comparison {
     std::string against;
     Body ours;
     Body bare;
-    /// What our time is to be at most, as a multiple of the bare one's; 0 for no goal. If
-    /// `extraNs` is not 0, the goal is instead how much longer ours may take.
+    /// The most that our time may be, as a multiple of the bare one's; 0 for no goal. If `extraNs`
+    /// is not 0, the goal is instead how much longer ours may take.
     double goal;
     double extraNs = 0;
     /// How many threads run the body at once.
     int threads = 1;
     /// The bodies measure the time themselves.
     bool hasManualTime = false;
-    /// A part of how long others are measured: for rows whose iterations are long.
+    /// The share of the usual measuring time, for rows whose iterations are long.
     double share = 1;
-    /// How many operations an iteration holds: times are given for one of them.
+    /// How many operations an iteration contains: times are reported for one of them.
     int batch = 1;
-    /// How many items an iteration makes, where the memory for each is of interest.
+    /// How many items an iteration makes, if the memory for each is of interest.
     double peakPer = 0;
 };
 

@@ -42,7 +42,7 @@ void BareIoControl(benchmark::State& aState) {
     });
 }
 
-// What a program writes for a request that it waits for.
+// What a program writes without the library, for a request that it waits for.
 class WaitedOverlapped {
 public:
     WaitedOverlapped() : overlapped_() {
@@ -83,7 +83,7 @@ void BareWrite(HANDLE aHandle, const void* aData) {
     Must(request.Finish(aHandle, done, moved) == kPacketSize, "a short write");
 }
 
-// A file that a connection and bare calls alike use as their device.
+// A file that the connection and the bare calls both use as their device.
 class FileDevice {
 public:
     FileDevice() {
@@ -95,7 +95,7 @@ public:
     }
     ~FileDevice() {
         ::CloseHandle(handle_);
-        (void)connection_.Close();  // The file is deleted after this; a failure shows then.
+        (void)connection_.Close();  // The file is deleted next; a failure shows there.
     }
 
     FileDevice(const FileDevice&) = delete;

@@ -20,7 +20,7 @@ using QvBaseLib::DeviceParameter;
 using QvUserLib::DeviceConnection;
 using QvUserLib::DeviceParameterRepository;
 
-// What cannot be avoided: a copy of the texts and numbers, and a way to find them.
+// The least work possible: a copy of the texts and numbers, and a way to find them.
 struct PlainSetting {
     std::wstring name;
     std::string description;
@@ -113,7 +113,7 @@ Comparison LoadOf(unsigned long aCount, bool aIsMixed) {
     return row;
 }
 
-// An iteration changes k parameters, which are spread evenly, and applies. The floor fills and
+// An iteration changes k evenly spread parameters and applies them. The bare alternative fills and
 // sends k records of parameters that it knows to be changed.
 Comparison ApplyOf(unsigned long aChanged, unsigned long aCount) {
     return {

@@ -29,7 +29,7 @@ Body OursStreaming(unsigned int aDepth) {
         std::vector<Packet> packets(aDepth);
         std::size_t next = 0;
         DeviceRequestQueue queue;
-        // The ring keeps one record back.
+        // The ring keeps one record free.
         Must(queue.Allocate(aDepth + 1, &device));
         unsigned long moved = 0;
         const auto send = [&] {

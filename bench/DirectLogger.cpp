@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// A DLL of its own, so that the benchmarks start without log4cxx.
+// A separate DLL, so that the benchmarks start without log4cxx.
 
 #include "DirectLogger.h"
 

@@ -6,8 +6,8 @@
 
 namespace QvBench {
 
-/// Logs a formatted text with log4cxx itself, as a program does that links it: it fetches the
-/// logger at the first call, and composes the text only if the level is on.
+/// Logs a formatted text with log4cxx directly, as a program that links it does: gets the logger at
+/// the first call, and composes the text only if the level is on.
 using DirectLogger = void(const char* aName, int aLevel, const char* aFormat, const char* aPrefix,
                           int aNumber);
 

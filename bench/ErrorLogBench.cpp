@@ -29,11 +29,11 @@ constexpr int kLine = 293;
 constexpr char kOutOfRange[] = "Value does not fit in the range";
 constexpr unsigned long kCode = 0x12;
 
-// How many errors are kept in memory, by us as well as by the alternative.
+// How many errors both we and the alternative keep in memory.
 constexpr std::size_t kKept = 64;
 
-// An iteration is one change that the range check refuses: the whole way from the setter to the
-// record in memory. No file is open.
+// An iteration is one value that the range check refuses, from the setter to the record in memory.
+// No file is open.
 
 void OursRefusedChange(benchmark::State& aState) {
     Parameter gain("Gain", 1);
@@ -50,7 +50,7 @@ void BareRefusedChange(benchmark::State& aState) {
     });
 }
 
-// An iteration is one refusal whose message is a plain text, from the public operation to the
+// An iteration is one refusal with a plain text as its message, from the public operation to the
 // record in memory.
 
 void OursPlainMessage(benchmark::State& aState) {
@@ -72,7 +72,7 @@ void BarePlainMessage(benchmark::State& aState) {
     ::DeleteCriticalSection(&section);
 }
 
-// The log of the process with a file open, as long as the object lives.
+// Opens a file for the log of the process as long as the object exists.
 class OpenErrorLog {
 public:
     explicit OpenErrorLog(bool aFlushes) {

@@ -18,7 +18,7 @@ using QvUserLib::Log;
 
 constexpr char kPlain[] = "The device was opened and all of its parameters were loaded";
 
-// The format is not a literal to the compiler, which would warn of one without arguments.
+// The compiler must not see the format as a literal: it would warn of one without arguments.
 const char* Plain() { return kPlain; }
 
 class OpenLog {

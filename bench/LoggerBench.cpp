@@ -20,8 +20,8 @@ using QvUserLib::PriorityLevel;
 
 constexpr char kName[] = "bench";
 
-// Both ways log to the same file, by the same log4cxx. The configuration has to be named before the
-// first logger is made; both last as long as the object lives.
+// Both ways log to the same file, with the same log4cxx. QV_LOG_CONFIG must be set before the first
+// logger is made.
 class Loggers {
 public:
     Loggers() {
@@ -37,7 +37,7 @@ public:
         ours = std::make_unique<Logger>(kName);
         Must(ours->IsPriorityEnabled(PriorityLevel::Info), "log4cxx is not there");
 
-        // Log4cxx is loaded, so this finds it.
+        // log4cxx is loaded already, so this finds it.
         module_ = ::LoadLibraryA("QvBenchDirect.dll");
         Must(module_ != nullptr, "QvBenchDirect.dll cannot be loaded");
         direct = reinterpret_cast<DirectLogger*>(

@@ -27,23 +27,23 @@ struct Options {
     bool check = false;
 };
 
-// What both sides of a row gave.
+// The measurements of both sides of a row.
 struct Outcome {
     double oursNs;
     double bareNs;
-    // The same of the rounds that went quickest: what others do on the machine disturbs them least.
+    // The same for the fastest rounds, which other programs on the machine disturb least.
     double quickestRatio;
     CallCounts ours;
     CallCounts bare;
 };
 
-// The most that one operation may take from heap and system.
+// The most heap blocks and system calls that one operation may take.
 struct StatedCounts {
     double allocations;
     double systemCalls;
 };
 
-// Keeps what the last run reported.
+// Stores what the last run reported.
 class Collector : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context& /*aContext*/) override { return true; }
@@ -65,7 +65,7 @@ private:
     }
 };
 
-// Names are given out anew for each use: a registered benchmark cannot be changed.
+// Each use gets a new name: a registered benchmark cannot be changed.
 std::string NewName() {
     static int count = 0;
     return "run" + std::to_string(++count);
@@ -101,8 +101,8 @@ CallCounts Count(const Comparison& aComparison, const Body& aBody) {
     return RunOnce(aComparison, aBody, 1).counts;
 }
 
-// How many iterations take the time. More and more of them are tried, and the quickest of a few
-// tries counts: the others were disturbed by other programs.
+// How many iterations take the wanted time. Tries more and more of them; the fastest of a few tries
+// counts, since other programs disturb the slower ones.
 benchmark::IterationCount Calibrate(const Comparison& aComparison, const Body& aBody,
                                     double aSeconds) {
     constexpr int kTries = 5;
@@ -121,8 +121,7 @@ benchmark::IterationCount Calibrate(const Comparison& aComparison, const Body& a
     }
 }
 
-// Each round does the same work, so that the time of one that was disturbed stands out and the
-// median passes it over.
+// Each round does the same work, so that a disturbed round stands out and the median ignores it.
 Outcome Measure(const Comparison& aComparison, const Options& aOptions) {
     Outcome outcome{};
     outcome.ours = Count(aComparison, aComparison.ours);
@@ -133,7 +132,7 @@ Outcome Measure(const Comparison& aComparison, const Options& aOptions) {
     const auto bareIterations = Calibrate(aComparison, aComparison.bare, seconds);
     std::vector<double> ours;
     std::vector<double> bare;
-    // One iteration that is longer than a round is meant to be is little disturbed by others.
+    // Other programs hardly disturb an iteration that is longer than a planned round.
     constexpr int kLongRounds = 7;
     const bool isLong = oursIterations == 1 || bareIterations == 1;
     const int rounds = isLong ? std::min(aOptions.rounds, kLongRounds) : aOptions.rounds;
@@ -191,7 +190,7 @@ void PrintRow(const Comparison& aRow, const Outcome& aOutcome) {
     std::fflush(stdout);
 }
 
-// Lines of three columns with tabs between: the row, its allocations, its system calls.
+// Lines of three columns, separated by tabs: the row, its heap blocks, its system calls.
 std::map<std::string, StatedCounts> ReadStatedCounts(const std::string& aPath) {
     std::ifstream file(aPath);
     Must(static_cast<bool>(file), "the file of the stated counts cannot be read");
@@ -208,8 +207,8 @@ std::map<std::string, StatedCounts> ReadStatedCounts(const std::string& aPath) {
     return stated;
 }
 
-// Whether the counts stay within what is stated. They may differ by what single events, such as a
-// grown heap, spread over the operations.
+// Whether the counts stay within the stated ones. A small excess is allowed: single events, such as
+// a growing heap, are spread over the operations.
 bool CheckCounts(const Comparison& aRow, const Outcome& aOutcome,
                  const std::map<std::string, StatedCounts>& aStated) {
     constexpr double kTolerance = 0.1;

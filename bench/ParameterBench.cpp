@@ -14,7 +14,7 @@ namespace {
 using QvUserLib::Parameter;
 using QvUserLib::String;
 
-// What a program would write for itself. Out of line, as the library's operations are.
+// What a program would write without the library. Out of line, like the library's operations.
 struct PlainSetting {
     [[gnu::noinline]] bool SetInt(long long aValue) {
         if (aValue < min || aValue > max) return false;
@@ -36,7 +36,7 @@ struct PlainSetting {
     bool changed = false;
 };
 
-// Each iteration is one call. The values alternate, so that each is a change.
+// Each iteration is one call. The values alternate, so that each call changes the value.
 
 void OursSetInt(benchmark::State& aState) {
     Parameter gain("Gain", 1);

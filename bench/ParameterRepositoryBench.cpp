@@ -26,7 +26,7 @@ using QvUserLib::String;
 constexpr int kSizes[] = {64, 1024, 10000};
 constexpr int kNameSize = 64;
 
-// What a program without the library would keep.
+// What a program would use without the library.
 struct PlainSetting {
     std::string name;
     std::string description;
@@ -43,7 +43,7 @@ std::string DescriptionOf(int aId) {
     return "What channel " + std::to_string(aId) + " triggers at (mV)";
 }
 
-// The numbers below aCount in random order, always the same one.
+// The numbers below aCount in random order, always the same order.
 std::vector<int> Shuffled(int aCount) {
     std::vector<int> numbers;
     for (int number = 0; number < aCount; ++number) numbers.push_back(number);
@@ -125,7 +125,8 @@ private:
     std::size_t position_ = 0;
 };
 
-// An iteration is one look-up. The keys, made beforehand, come in random order; each is there.
+// An iteration is one look-up. The keys are made beforehand and come in random order; all of them
+// exist.
 
 std::vector<String> MakeNameKeys(int aCount, bool aIsWide) {
     std::vector<String> keys;
@@ -143,7 +144,7 @@ std::vector<String> MakeNameKeys(int aCount, bool aIsWide) {
     return keys;
 }
 
-// Made once: they take longer than what is measured.
+// Made once: making them takes longer than what is measured.
 Cycle<const String*> NameKeys(int aCount, bool aIsWide) {
     static std::map<std::pair<int, bool>, std::vector<String>> made;
     std::vector<String>& keys = made[{aCount, aIsWide}];
@@ -175,7 +176,7 @@ Body BareByName(int aCount) {
     };
 }
 
-// As above, from a wide text that becomes an argument for each look-up.
+// As above, with a wide text that is converted to an argument for each look-up.
 Body OursByFreshWideName(int aCount) {
     return [=](benchmark::State& aState) {
         ParameterRepository& repository = Ours(aCount);

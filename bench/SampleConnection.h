@@ -13,8 +13,8 @@
 
 namespace QvBench {
 
-/// A connection to the sample driver's first device, and beside it a handle for bare calls. The
-/// device's reads return what was written, or else packets of 64 bytes as fast as reads come in.
+/// A connection to the sample driver's first device, and a handle for bare calls. Depending on the
+/// mode, reads return what was written, or packets of 64 bytes as fast as reads come in.
 class SampleConnection : public QvUserLib::DeviceConnection {
 public:
     static constexpr unsigned int kPacketSize = 64;
@@ -34,7 +34,7 @@ public:
     HANDLE Handle() const { return handle_; }
 
 private:
-    // Opened in the same way as the connection's own.
+    // Opened in the same way as the connection's handle.
     static HANDLE Open() {
         DeviceConnection device;
         Must(device.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0).IsSuccess(),

@@ -25,8 +25,8 @@ std::vector<String> NewTexts(const std::string& aText) {
     return texts;
 }
 
-// An iteration converts a batch of texts that have not been converted before; they are made outside
-// the time. Storing the result, with the memory for it, is within.
+// An iteration converts a batch of texts that have not been converted before. Making them is not
+// measured; storing the result, with its memory, is.
 template <typename Prepare, typename Convert>
 void ConvertNew(benchmark::State& aState, const std::string& aText, Prepare aPrepare,
                 Convert aConvert) {
@@ -93,8 +93,8 @@ Body BareStoredConversion(const std::string& aText) {
     };
 }
 
-// An iteration builds the 8-bit form of a text again, in the memory that it has: adding nothing to
-// a text keeps its UTF-16 form only.
+// An iteration builds the 8-bit form of a text again, in the memory that it already has: appending
+// nothing to a text discards its 8-bit form.
 
 Body OursAgain(const std::string& aText) {
     return [=](benchmark::State& aState) {
@@ -128,7 +128,7 @@ void AddRowsOf(Table& aTable, const std::string& aWhat, const std::string& aText
                 OursAgain(aText), BareAgain(aText), aGoal});
 }
 
-// As many characters, all of them ASCII but every eighth if aIsAscii is false.
+// A text of this many characters, all ASCII, or if aIsAscii is false all but every eighth.
 std::string TextOf(int aLength, bool aIsAscii) {
     std::string text;
     for (int index = 0; index < aLength; ++index) {

@@ -14,13 +14,13 @@
 
 namespace QvBench {
 
-/// A driver that answers from memory, so that what the library does itself can be measured.
+/// A driver that answers from memory, so that only the library's own work is measured.
 class SyntheticDriver : public QvUserLib::DeviceConnection {
 public:
     using DeviceConnection::IoControl;
 
-    /// @param aIsMixed  Whether the records are integers, enumerations and strings by turns, rather
-    ///                  than integers only.
+    /// @param aIsMixed  Whether the records are integers, enumerations and strings in turn, instead
+    ///                  of integers only.
     SyntheticDriver(unsigned long aCount, bool aIsMixed) : records_(aCount) {
         for (unsigned long id = 0; id < aCount; ++id) Fill(records_[id], id, aIsMixed ? id % 3 : 0);
     }

@@ -10,8 +10,8 @@
 
 namespace QvBench {
 
-/// A file name that no one else gets, in the system's temporary folder. The file is deleted in the
-/// end, and so is the backup that an error log makes of it.
+/// A unique file name in the system's temporary folder. The destructor deletes the file and the
+/// backup that an error log makes of it.
 class TemporaryFile {
 public:
     TemporaryFile() {

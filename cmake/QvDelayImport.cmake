@@ -1,12 +1,12 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Imports that are bound at run time, when the program asks for it.
+# Imports that are bound at run time, when the program needs them.
 
-# qv_delay_import(TARGET DLL_TARGET OBJECTS): TARGET's imports from the DLL that DLL_TARGET stands
-# for are delay-loaded and can be unloaded again. OBJECTS is the object library of TARGET that uses
-# them. MSVC's linker does this itself. GNU's cannot, so the tables and thunks are written here, in
-# MSVC's layout: <delayimp.h> serves both.
+# qv_delay_import(TARGET DLL_TARGET OBJECTS): delay-loads TARGET's imports from the DLL of
+# DLL_TARGET, so that the DLL can be unloaded again. OBJECTS is the object library of TARGET that
+# uses them. MSVC's linker does this itself. GNU's cannot, so the tables and thunks are written
+# here, in MSVC's layout: <delayimp.h> works with both.
 function(qv_delay_import target dll_target objects)
     if(MSVC)
         target_link_libraries(${target} PRIVATE ${dll_target} delayimp)

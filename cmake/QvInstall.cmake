@@ -1,12 +1,12 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# What is installed besides the programs and libraries, which their own folders install: the files
-# by which other projects find the library, sources to start a driver from, documents, licences.
+# Installs everything but the programs and libraries, which their own folders install: the files by
+# which other projects find the library, sources to start a driver from, documents, licences.
 
 include(CMakePackageConfigHelpers)
 
-# All that is installed and has to be built before.
+# Everything that must be built before it is installed.
 add_custom_target(delivered)
 add_dependencies(delivered QvBaseLib QvUserLib QvSampleSetup qvctl QvPathEntry)
 foreach(target QvSampleDriver QvRuntimeDlls)
@@ -42,7 +42,7 @@ foreach(name QvBaseLib QvUserLib)
     install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc DESTINATION lib/pkgconfig)
 endforeach()
 
-# The sample driver as a start for one's own: a project of its own, with the INF as it is used.
+# The sample driver as a start for a new driver: a separate project, with the finished INF.
 install(
     DIRECTORY ${PROJECT_SOURCE_DIR}/driver
     DESTINATION share/QvUserLib
@@ -67,11 +67,11 @@ install(FILES ${PROJECT_SOURCE_DIR}/cmake/x86_64-w64-mingw32.cmake
         DESTINATION share/QvUserLib/cmake
 )
 
-# The default configuration of logging, to start one's own from; the one that is used lies beside
-# the library.
+# The default configuration of logging, as a start for a new one. The one in use is beside the
+# library.
 install(FILES ${PROJECT_SOURCE_DIR}/config/default.logcfg DESTINATION share/QvUserLib)
 
-# The pages, with links that fit where they are then, and the reference if it was made before.
+# The pages, with links that fit the installed tree, and the reference if it was made before.
 set(qv_pages
     README.md
     CHANGELOG.md
@@ -109,7 +109,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/reference/html
         DESTINATION share/doc/QvUserLib/reference OPTIONAL
 )
 
-# qv_install_license(NAME FILE): the licence of something that is part of what is installed.
+# qv_install_license(NAME FILE): installs the licence of a part of the package.
 function(qv_install_license name file)
     install(FILES ${file} DESTINATION share/licenses/${name} OPTIONAL)
 endfunction()
@@ -117,7 +117,7 @@ endfunction()
 qv_install_license(QvUserLib ${PROJECT_SOURCE_DIR}/LICENSE)
 if(CMAKE_CROSSCOMPILING)
     qv_install_license(gcc-runtime /usr/share/doc/gcc-mingw-w64-base/copyright)
-    # To which that file refers.
+    # That file refers to this one.
     qv_install_license(gcc-runtime /usr/share/common-licenses/GPL-3)
     qv_install_license(mingw-w64-runtime /usr/share/doc/mingw-w64-common/copyright)
     qv_install_license(CLI11 /usr/share/doc/libcli11-dev/copyright)

@@ -1,8 +1,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Packages of what is installed: a zip file, and an installer where makensis is there. They are made
-# by scripts/package.sh, or by cpack in the build directory.
+# Packages of the installed tree: a zip file, and an installer if makensis is found.
+# scripts/package.sh makes them, or cpack in the build directory.
 
 set(CPACK_PACKAGE_NAME ${PROJECT_NAME})
 set(CPACK_PACKAGE_VENDOR "QvUserLib contributors")
@@ -19,7 +19,7 @@ set(CPACK_GENERATOR ZIP)
 find_program(QV_MAKENSIS makensis)
 if(QV_MAKENSIS)
     list(APPEND CPACK_GENERATOR NSIS)
-    # Has the installer's script, in place of CPack's own.
+    # Contains our installer script, which replaces CPack's.
     set(CPACK_MODULE_PATH ${PROJECT_SOURCE_DIR}/packaging/nsis)
     set(CPACK_NSIS_PACKAGE_NAME ${PROJECT_NAME})
     set(CPACK_NSIS_DISPLAY_NAME "${PROJECT_NAME} ${PROJECT_VERSION}")

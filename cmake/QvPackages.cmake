@@ -1,11 +1,11 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Third-party packages. Nothing is downloaded here: Debian's header and source packages serve when
-# cross-building, find_package (vcpkg, for one) on Windows.
+# Third-party packages. Nothing is downloaded here: they come from Debian's header and source
+# packages when cross-building, and from find_package (for example with vcpkg) on Windows.
 
 # qv_header_package(TARGET FOLDER DEBIAN_PACKAGE): an interface target for a header-only package.
-# Just its folder is linked into the build tree, since -I/usr/include would mix in Linux headers.
+# Only its folder is linked into the build tree, since -I/usr/include would mix in Linux headers.
 function(qv_header_package target folder debian_package)
     if(TARGET ${target})
         return()
@@ -21,7 +21,7 @@ function(qv_header_package target folder debian_package)
     target_include_directories(${target} SYSTEM INTERFACE ${root})
 endfunction()
 
-# log4cxx, for Logger: the target log4cxx, or none. scripts/build-log4cxx.sh makes the one that is
+# The target log4cxx, for Logger, if log4cxx is found. The one made by scripts/build-log4cxx.sh is
 # looked for first.
 set(QV_LOG4CXX_ROOT ${PROJECT_SOURCE_DIR}/build/log4cxx/prefix
     CACHE PATH "Where log4cxx for Windows is installed"

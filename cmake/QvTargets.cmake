@@ -55,8 +55,8 @@ function(qv_configure_target target description)
 endfunction()
 
 # qv_instrument_target(TARGET): what the presets for tests add to the code. Undefined behaviour ends
-# the program with an illegal instruction, which needs no runtime library and works in the kernel too.
-# Calls on null objects are part of the interface, and those who handle them say so.
+# the program with an illegal instruction, which needs no runtime library and works in the kernel
+# too. Calls on null objects are part of the interface and not trapped.
 function(qv_instrument_target target)
     if(QV_SANITIZE_UNDEFINED)
         target_compile_options(
@@ -79,13 +79,13 @@ function(qv_instrument_target target)
 endfunction()
 
 # qv_add_runtime_dlls(): copies the compiler's runtime DLLs, stripped, beside our programs and
-# installs them. CMake's own list of runtime DLLs does not know them. MSVC's come with Windows or
-# its redistributable package.
+# installs them. CMake's own list of runtime DLLs lacks them. MSVC's come with Windows or its
+# redistributable package.
 function(qv_add_runtime_dlls)
     if(NOT MINGW)
         return()
     endif()
-    # Another compiler's code may run on GCC's runtime.
+    # Code from another compiler may use GCC's runtime.
     set(compiler ${CMAKE_CXX_COMPILER})
     if(QV_RUNTIME_COMPILER)
         set(compiler ${QV_RUNTIME_COMPILER})
@@ -98,7 +98,7 @@ function(qv_add_runtime_dlls)
             OUTPUT_STRIP_TRAILING_WHITESPACE
         )
         if(NOT IS_ABSOLUTE "${file}")
-            # Where a MinGW installation on Windows keeps them.
+            # The place of a MinGW installation on Windows.
             get_filename_component(folder ${CMAKE_CXX_COMPILER} DIRECTORY)
             set(file ${folder}/${name})
         endif()

@@ -1,10 +1,10 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# The version that Windows shows of a file. Is installed with the sample driver, which uses it too.
+# The version that Windows shows for a file. Installed with the sample driver, which uses it too.
 
 # qv_add_version_resource(TARGET DESCRIPTION): a VERSIONINFO resource with the project's version.
-# The file name in it comes from the target's OUTPUT_NAME, which has to be set before.
+# The file name in it comes from the target's OUTPUT_NAME, which must be set before.
 function(qv_add_version_resource target description)
     get_target_property(type ${target} TYPE)
     get_target_property(name ${target} OUTPUT_NAME)

@@ -3,7 +3,7 @@
 """Delay-loaded imports for GNU's linker, in the layout that MSVC's linker produces.
 
 generate: writes an assembler source with the delay-load descriptor, its tables, and a thunk for
-each symbol that object files want from a DLL.
+each symbol that object files import from a DLL.
 patch: enters the descriptors into the linked image's header, where the loading helpers look.
 """
 
@@ -91,7 +91,7 @@ def wanted_symbols(arguments):
         for name in symbols_of(arguments.nm, arguments.objects, {"U"})
         if mark in name
     )
-    # The import library has an entry to call for a function, and none for data.
+    # The import library has a callable entry for a function, and none for data.
     functions = symbols_of(arguments.nm, [arguments.import_library], {"T"})
     for name in wanted:
         if name not in functions or name.startswith(("_ZTI", "_ZTV", "_ZTS", "_ZTT")):

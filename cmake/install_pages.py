@@ -1,11 +1,11 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
-"""Writes the pages as they are installed, with links to where things are then.
+"""Writes the pages as they are installed, with links that fit the installed tree.
 
 Usage: install_pages.py SOURCE OUTPUT PAGE…
 
 A page of the source tree is written to its place below OUTPUT, which stands for the prefix. A link
-to what is not installed becomes plain text.
+to a file that is not installed becomes plain text.
 """
 
 import os
@@ -13,7 +13,7 @@ import pathlib
 import re
 import sys
 
-# Where parts of the source tree are installed; the first that matches counts, None is for nowhere.
+# Where parts of the source tree are installed. The first match counts; None means not installed.
 PLACES = (
     ("LICENSE", "share/licenses/QvUserLib/LICENSE"),
     ("driver/", "share/QvUserLib/driver/"),

@@ -1,9 +1,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Cross-compiles for 64-bit Windows with Clang, its linker, and mingw-w64's headers and runtime. Clang
-# finds the headers of the win32 thread model by itself, so it is told where those of the posix model
-# are.
+# Cross-compiles for 64-bit Windows with Clang, its linker, and mingw-w64's headers and runtime.
+# Clang by itself finds the headers of the win32 thread model, so it is given the place of those of
+# the posix model.
 
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
@@ -39,7 +39,7 @@ set(CMAKE_MODULE_LINKER_FLAGS_INIT "-fuse-ld=lld -L${qv_runtime}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "${CMAKE_MODULE_LINKER_FLAGS_INIT} -lpthread")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "${CMAKE_MODULE_LINKER_FLAGS_INIT} -lpthread")
 
-# Further places are given with -D CMAKE_FIND_ROOT_PATH=…
+# Add further places with -D CMAKE_FIND_ROOT_PATH=…
 list(APPEND CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

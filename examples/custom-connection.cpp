@@ -28,7 +28,7 @@ class TracedConnection : public QvUserLib::DeviceConnection {
 public:
     using DeviceConnection::IoControl;
 
-    /// The form without an `OVERLAPPED` comes here too, so this one sees all requests.
+    /// The overload without an `OVERLAPPED` calls this one, so this one sees all requests.
     QvUserLib::Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize,
                                 void* aOut, unsigned int aOutSize, unsigned long* aInfo,
                                 _OVERLAPPED* aOverlapped) override {
@@ -53,7 +53,7 @@ int main() {
     std::puts("Applying two changes");
     QvUserLib::Parameter* const gain = parameters.GetByID(QV_SAMPLE_ID_GAIN);
     QvUserLib::Parameter* const order = parameters.GetByID(QV_SAMPLE_ID_FILTER_ORDER);
-    // A value that is set to what it was already counts as unchanged, and would not be sent.
+    // Setting the same value again counts as no change and would not be sent.
     if (gain->SetInt(gain->GetInt() == 20 ? 21 : 20).IsFailure()) return 1;
     if (order->SetInt(order->GetInt() == 4 ? 5 : 4).IsFailure()) return 1;
     if (parameters.Apply().IsFailure()) return 1;

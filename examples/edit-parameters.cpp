@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Loads a device's parameters, changes some, and has the driver take all changes in one request.
+// Loads a device's parameters, changes some, and sends all changes to the driver in one request.
 
 #include <cstdio>
 
@@ -12,10 +12,10 @@ using QvUserLib::Parameter;
 
 namespace {
 
-/// The message of what failed last on this thread.
+/// The message of the last failure on this thread.
 QvUserLib::String LastError() {
     QvUserLib::String text;
-    (void)QvUserLib::ErrorLog::GetErrorLog().GetLastError(text);  // Only the text is asked for.
+    (void)QvUserLib::ErrorLog::GetErrorLog().GetLastError(text);  // Only the text is needed.
     return text;
 }
 
@@ -37,7 +37,7 @@ int main() {
     if (device.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0).IsFailure()) return 3;
     if (parameters.Connect(&device).IsFailure()) return 1;
 
-    // Everything to its default first, so that this program always prints the same.
+    // Reset everything first, so that this program always prints the same.
     if (parameters.ResetDefaults().IsFailure() || parameters.Apply().IsFailure()) return 1;
 
     Parameter* const gain = parameters.GetByID(QV_SAMPLE_ID_GAIN);
@@ -45,7 +45,7 @@ int main() {
     Parameter* const label = parameters.GetByID(QV_SAMPLE_ID_LABEL);
     Parameter* const temperature = parameters.GetByID(QV_SAMPLE_ID_TEMPERATURE);
 
-    // A refused value leaves the parameter as it was, and nothing of it reaches the driver.
+    // A refused value leaves the parameter as it was and never reaches the driver.
     if (gain->SetInt(61).IsFailure()) std::printf("Gain 61: %s\n", LastError().GetAscii());
     if (temperature->SetInt(25).IsFailure()) {
         std::printf("Temperature: %s\n", LastError().GetAscii());
@@ -62,7 +62,7 @@ int main() {
     std::printf("%u changes to send\n", parameters.GetChangeCount());
     if (parameters.Apply().IsFailure()) return 1;
 
-    // Loads everything anew: from here on the pointers above are invalid.
+    // Loads everything again: from here on the pointers above are invalid.
     if (parameters.Refresh().IsFailure()) return 1;
     std::puts("The driver holds:");
     for (const unsigned long id :

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // An application's own settings: parameters in groups, their marks, and a copy that is edited and
-// then taken over or thrown away.
+// then accepted or discarded.
 
 #include <cstdio>
 
@@ -15,7 +15,7 @@ namespace {
 
 enum : unsigned long { IdTrigger = 1, IdLevel = 2, IdEdge = 3, IdName = 4 };
 
-/// Hands the parameter over to the set, which deletes it in the end.
+/// Passes the parameter to the set, which then owns it.
 void AddTo(ParameterRepository& aSet, Parameter* aParameter) {
     if (aSet.Add(aParameter).IsFailure()) delete aParameter;
 }
@@ -68,8 +68,8 @@ int main() {
     settings = edited;
     Show("Taken over", settings);
 
-    // A mark set on a group holds for its members, too.
+    // A mark set on a group is also set on its members.
     (void)settings.GetByID(IdTrigger)->SetReadOnly(true);  // Fails for a null object only.
-    (void)settings.ResetDefaults();                        // Passes over what is read-only.
+    (void)settings.ResetDefaults();                        // Skips what is read-only.
     Show("Reset while read-only", settings);
 }

@@ -28,7 +28,7 @@ int main() {
     unsigned int index = 0;
     QvUserLib::String link;
     for (; devices.GetSymLink(index, &link).IsSuccess(); ++index) {
-        // The characters of a link are the bytes of the UTF-16 form.
+        // The 8-bit characters of a link are in the bytes of the UTF-16 form.
         const char* const path = reinterpret_cast<const char*>(link.GetUnicode());
         unsigned long count = 0;
         if (CountParameters(path, &count)) {

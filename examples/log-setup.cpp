@@ -1,8 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// A program's log and the error log, in files of their own.
-// Usage: log-setup FOLDER
+// A program's log and the error log, each in its own file. Usage: log-setup FOLDER
 
 #include <cstdio>
 #include <string>
@@ -11,7 +10,7 @@
 
 namespace {
 
-/// Prints a file's lines from the first mark on, which leaves the time of day out.
+/// Prints a file's lines, each from the first mark on, which leaves out the time of day.
 void ShowFile(const char* aTitle, const std::string& aPath, const char* aMark) {
     std::printf("%s:\n", aTitle);
     std::FILE* const file = std::fopen(aPath.c_str(), "r");
@@ -36,14 +35,14 @@ int main(int aCount, char** aArguments) {
     const std::string errorPath = folder + "\\errors.log";
     const std::string logPath = folder + "\\program.log";
 
-    // What the library reports goes to the error log: always to memory, and to a file once one is
-    // open. The file of the last run is kept, with .bak appended.
+    // The library reports to the error log: always in memory, and to a file once one is open. The
+    // file of the last run is kept, with .bak appended.
     QvUserLib::ErrorLog& errors = QvUserLib::ErrorLog::GetErrorLog();
     if (errors.Open(errorPath.c_str()).IsFailure()) return 1;
-    (void)errors.SetAutoFlush(true);  // Nothing is lost in a crash. Answers the earlier choice.
+    (void)errors.SetAutoFlush(true);  // Nothing is lost in a crash. Returns the old setting.
 
-    // A log of the program's own: appended to, and cut to its last quarter when it is opened with
-    // a megabyte or more in it.
+    // The program's own log. New lines are appended. If the file has a megabyte or more when it is
+    // opened, it is cut to its last quarter.
     QvUserLib::Log log;
     if (log.Open(logPath.c_str(), "a", 1024 * 1024).IsFailure()) return 1;
     if (log.Write("Started with %d argument", aCount - 1).IsFailure()) return 1;

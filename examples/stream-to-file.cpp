@@ -17,10 +17,10 @@ namespace {
 
 const unsigned int kPackets = 1000;
 const unsigned int kPacketBytes = 4096;
-// One record of the ring is kept back, so this many less one are in flight.
+// One record of the ring stays free, so one request fewer than this is in flight.
 const unsigned int kRecords = 9;
 
-/// As many packets as there are reads, of a known size.
+/// Makes the device send packets of a known size, one for each read.
 bool PrepareStream(QvUserLib::DeviceConnection& aDevice) {
     QvUserLib::DeviceParameterRepository parameters;
     return parameters.Connect(&aDevice).IsSuccess() && parameters.ResetDefaults().IsSuccess() &&
@@ -41,7 +41,8 @@ int main(int aCount, char** aArguments) {
     std::ofstream file(aArguments[1], std::ios::binary);
     if (!file || !PrepareStream(device)) return 1;
 
-    // The driver fills a buffer until its request has completed: buffers outlive the queue.
+    // The driver may write to a buffer until its request has completed, so the buffers must outlive
+    // the queue.
     std::vector<std::vector<char>> buffers(kRecords, std::vector<char>(kPacketBytes));
     QvUserLib::DeviceRequestQueue queue;
     if (queue.Allocate(kRecords, &device).IsFailure()) return 1;
@@ -52,7 +53,7 @@ int main(int aCount, char** aArguments) {
     for (unsigned int collected = 0; collected < kPackets; ++collected) {
         while (sent < kPackets && sent < collected + kRecords - 1) {
             unsigned long notYet = 0;
-            // Whatever this reports is reported again when the request is collected.
+            // A failure is reported again when the request is collected.
             (void)device.Read(buffers[sent % kRecords].data(), kPacketBytes, &notYet,
                               queue.GetNextAvailableRequest());
             ++sent;

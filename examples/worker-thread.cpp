@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Work on a thread of its own, which reports how far it is and can be asked to stop.
+// Work on a separate thread, which reports its progress and can be asked to stop.
 
 #include <cstdio>
 
@@ -15,7 +15,7 @@ public:
     Summation(unsigned int aSteps, QvUserLib::Progress& aProgress)
         : Thread(PriorityNormal), steps_(aSteps), progress_(aProgress) {}
 
-    /// The work uses this object, so it has to be over before any part of the object goes.
+    /// The work uses this object, so it must end before any part of the object is destroyed.
     ~Summation() override {
         (void)StopThread();         // Fails when the work is done, or never began.
         (void)WaitUntilSignaled();  // Fails when it never began.
@@ -24,7 +24,7 @@ public:
     Summation(const Summation&) = delete;
     Summation& operator=(const Summation&) = delete;
 
-    /// To be asked for once the thread has ended.
+    /// Valid after the thread has ended.
     unsigned long long Sum() const { return sum_; }
 
 private:
@@ -57,7 +57,7 @@ int main() {
     Summation work(1000, progress);
     if (work.StartThread().IsFailure()) return 1;
 
-    // Look in on it ten times a second until it has ended.
+    // Check ten times a second until it has ended.
     while (work.WaitUntilSignaled(100).GetCode() == QvUserLib::Code::TimedOut) {
         Show(stderr, progress);
     }

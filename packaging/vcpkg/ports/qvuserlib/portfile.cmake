@@ -1,7 +1,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds the sources that this port lies among.
+# Builds the source tree that contains this port.
 
 vcpkg_check_linkage(ONLY_DYNAMIC_LIBRARY)
 vcpkg_find_acquire_program(PYTHON3)
