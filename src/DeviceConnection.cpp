@@ -7,6 +7,7 @@
 
 #include "DeviceInterfaceSet.h"
 #include "ReportError.h"
+#include "UniqueDeviceSet.h"
 #include "WindowsApi.h"
 
 namespace QvUserLib {
@@ -32,24 +33,6 @@ Result Fail(unsigned long aCode, unsigned long aLine, const char* aMessage) {
     return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
 }
 
-// Owns the set.
-class InterfaceSet {
-public:
-    explicit InterfaceSet(const GUID& aInterfaceClass)
-        : set_(OpenPresentInterfaces(&aInterfaceClass)) {}
-    ~InterfaceSet() {
-        if (set_ != INVALID_HANDLE_VALUE) ::SetupDiDestroyDeviceInfoList(set_);
-    }
-
-    InterfaceSet(const InterfaceSet&) = delete;
-    InterfaceSet& operator=(const InterfaceSet&) = delete;
-
-    HDEVINFO Get() const { return set_; }
-
-private:
-    HDEVINFO set_;
-};
-
 // Whether the system has yet to write the outcome of a request to its OVERLAPPED.
 bool IsInFlight(const OVERLAPPED& aOverlapped) { return aOverlapped.Internal == STATUS_PENDING; }
 
@@ -61,12 +44,10 @@ public:
         : callers_(static_cast<OVERLAPPED*>(aCallers)), own_() {
         // If no event can be created, GetOverlappedResult polls.
         if (callers_ == nullptr) {
-            own_.hEvent =
-                ::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr);
+            event_.Reset(
+                ::CreateEventA(nullptr, /*bManualReset=*/TRUE, /*bInitialState=*/FALSE, nullptr));
+            own_.hEvent = event_.Get();
         }
-    }
-    ~RequestOverlapped() {
-        if (own_.hEvent != nullptr) ::CloseHandle(own_.hEvent);
     }
 
     RequestOverlapped(const RequestOverlapped&) = delete;
@@ -77,6 +58,7 @@ public:
 
 private:
     OVERLAPPED* callers_;
+    QvBaseLib::KernelHandle event_;
     OVERLAPPED own_;
 };
 
@@ -133,8 +115,8 @@ Result DeviceConnection::Connect(const char* aName, unsigned int aIndex) {
 }
 
 Result DeviceConnection::Connect(const GUID& aInterface, unsigned int aIndex) {
-    const InterfaceSet set(aInterface);
-    if (set.Get() == INVALID_HANDLE_VALUE) return Result(Code::InvalidArgument);
+    const QvBaseLib::UniqueDeviceSet set(OpenPresentInterfaces(&aInterface));
+    if (!set.IsValid()) return Result(Code::InvalidArgument);
 
     alignas(SP_DEVICE_INTERFACE_DETAIL_DATA_A) unsigned char detail[kDetailSize];
     const char* const path = QueryDevicePath(set.Get(), &aInterface, aIndex, detail, sizeof detail);

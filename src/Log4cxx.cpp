@@ -13,11 +13,10 @@
 #include <cstdio>
 #include <cstring>
 #include <exception>
-#include <memory>
-#include <type_traits>
 
 #include "OwnModule.h"
 #include "QvUserLib/String.h"
+#include "UniqueHandle.h"
 #include "WindowsApi.h"
 
 // After WindowsApi.h, which it needs.
@@ -70,10 +69,12 @@ bool HasAllImports(HMODULE aDll) {
     return true;
 }
 
-struct LibraryDeleter {
-    void operator()(HMODULE aDll) const { ::FreeLibrary(aDll); }
+struct LibraryPolicy {
+    using Type = HMODULE;
+    static Type Empty() { return nullptr; }
+    static bool IsValid(Type aDll) { return aDll != nullptr; }
+    static void Close(Type aDll) { ::FreeLibrary(aDll); }
 };
-using Library = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryDeleter>;
 
 // While it lives, this thread's loader reports a damaged DLL to its caller, and not in a dialog.
 class NoLoaderDialogs {
@@ -91,12 +92,12 @@ private:
 };
 
 // The DLL that Bind has found, while it binds. One thread binds at a time.
-Library found;
+QvBaseLib::UniqueHandle<LibraryPolicy> found;
 
 // The loading helper loads a DLL by its plain name, unless this returns one for it to own.
 FARPROC WINAPI ReturnFoundDll(unsigned aEvent, PDelayLoadInfo) {
     if (aEvent != dliNotePreLoadLibrary) return nullptr;
-    return reinterpret_cast<FARPROC>(found.release());
+    return reinterpret_cast<FARPROC>(found.Release());
 }
 
 // A function that all systems have, but that no import library has.
@@ -155,11 +156,11 @@ log4cxx::Logger* AsLogger(void* aLogger) { return static_cast<log4cxx::Logger*>(
 bool Bind(const std::string& aPath) {
     const NoLoaderDialogs quiet;
     // The DLLs that it needs itself are looked for beside it first.
-    found.reset(::LoadLibraryExA(aPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
-    if (found == nullptr) return false;
+    found.Reset(::LoadLibraryExA(aPath.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
+    if (!found.IsValid()) return false;
 
-    isBound = HasAllImports(found.get()) && SUCCEEDED(::__HrLoadAllImportsForDll(kDll));
-    found.reset();  // The helper owns it now, unless it did not need it.
+    isBound = HasAllImports(found.Get()) && SUCCEEDED(::__HrLoadAllImportsForDll(kDll));
+    found.Reset();  // The helper owns it now, unless it did not need it.
     return isBound;
 }
 

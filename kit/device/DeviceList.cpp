@@ -7,21 +7,10 @@
 
 #include "QvKit/Text.h"
 #include "QvUserLib/DeviceEnumerator.h"
-#include "UniqueHandle.h"
-
-// After windows.h, which it needs.
-#include <setupapi.h>
+#include "UniqueDeviceSet.h"
 
 namespace QvKit {
 namespace {
-
-struct DeviceSetPolicy {
-    using Type = HDEVINFO;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static bool IsValid(Type aSet) { return aSet != INVALID_HANDLE_VALUE; }
-    static void Close(Type aSet) { ::SetupDiDestroyDeviceInfoList(aSet); }
-};
-using DeviceSet = QvBaseLib::UniqueHandle<DeviceSetPolicy>;
 
 // The enumerator hands the link's 8-bit characters over in the bytes of UTF-16 units, two in each.
 std::string DecodeLink(const QvUserLib::String& aLink) {
@@ -48,7 +37,7 @@ std::vector<DeviceAddress> ListDevices(const GUID& aInterface) {
 }
 
 std::size_t CountKnownDevices(const GUID& aInterface) {
-    const DeviceSet set(
+    const QvBaseLib::UniqueDeviceSet set(
         ::SetupDiGetClassDevsW(&aInterface, nullptr, nullptr, DIGCF_DEVICEINTERFACE));
     if (!set.IsValid()) return 0;
     SP_DEVICE_INTERFACE_DATA data = {};
