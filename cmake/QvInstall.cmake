@@ -8,7 +8,7 @@ include(CMakePackageConfigHelpers)
 
 # Everything that must be built before it is installed.
 add_custom_target(delivered)
-add_dependencies(delivered QvBaseLib QvUserLib QvSampleSetup qvctl QvPathEntry)
+add_dependencies(delivered QvBaseLib QvUserLib QvKit QvSampleSetup qvctl QvPathEntry)
 foreach(target QvSampleDriver QvRuntimeDlls)
     if(TARGET ${target})
         add_dependencies(delivered ${target})
@@ -35,7 +35,7 @@ install(
     DESTINATION ${qv_package_dir}
 )
 
-foreach(name QvBaseLib QvUserLib)
+foreach(name QvBaseLib QvUserLib QvKit)
     configure_file(
         ${PROJECT_SOURCE_DIR}/cmake/${name}.pc.in ${PROJECT_BINARY_DIR}/package/${name}.pc @ONLY
     )

@@ -68,13 +68,14 @@ function(qv_instrument_target target)
         )
     endif()
     get_target_property(type ${target} TYPE)
-    if(QV_COVERAGE AND type MATCHES "^(SHARED|OBJECT)_LIBRARY$")
+    if(QV_COVERAGE AND (type MATCHES "^(SHARED|OBJECT)_LIBRARY$" OR target STREQUAL "QvKit"))
         # Atomically: several threads count.
         target_compile_options(
             ${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:--coverage
                               -fprofile-update=atomic>
         )
-        target_link_options(${target} PRIVATE --coverage)
+        # Programs link the counters of a static library.
+        target_link_options(${target} PUBLIC --coverage)
     endif()
 endfunction()
 

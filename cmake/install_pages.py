@@ -20,6 +20,7 @@ PLACES = (
     ("examples/", "share/QvUserLib/examples/"),
     ("include/", "include/"),
     ("base/include/", "include/"),
+    ("kit/include/", "include/"),
     ("docs/", "share/doc/QvUserLib/docs/"),
 )
 

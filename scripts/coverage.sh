@@ -2,9 +2,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Runs all test programs and counts which lines and branches of the libraries' sources they reach.
-# Fails below 98 % of the lines or 90 % of the branches. Leaves out the branches that only an
-# exception takes, as the compiler adds one to almost every call. The tables are in
+# Runs all test programs and counts which lines and branches of the libraries' and the kit's sources
+# they reach. Fails below 98 % of the lines or 90 % of the branches. Leaves out the branches that only
+# an exception takes, as the compiler adds one to almost every call. The tables are in
 # build/coverage.md, a page for each source is in build/mingw-coverage/coverage.
 # Usage: scripts/coverage.sh
 set -euo pipefail
@@ -40,7 +40,7 @@ pages=$build/coverage
 rm -rf "$pages"
 mkdir -p "$pages"
 code=0
-gcovr --root . --filter src/ --filter base/src/ --exclude-throw-branches \
+gcovr --root . --filter src/ --filter base/src/ --filter kit/ --exclude-throw-branches \
     --gcov-executable x86_64-w64-mingw32-gcov-posix --object-directory "$build" \
     --csv "$pages/files.csv" --html-details "$pages/index.html" \
     --fail-under-line 98 --fail-under-branch 90 "$build" >"$pages/gcovr.log" 2>&1 || code=$?

@@ -4,21 +4,26 @@
 # Compiles every public header on its own, and all of them in reverse order, in each language level
 # that clients may use, with all warnings as errors. Headers must not pull in <windows.h>.
 
-set(umbrellas QvUserLib/QvUserLib.h QvBaseLib/QvBaseLib.h)
+# Each is the umbrella header of a library: it includes whatever is public, and a test makes sure that
+# none is missing there.
+set(base_umbrella QvBaseLib/QvBaseLib.h)
+set(base_folder ${PROJECT_SOURCE_DIR}/base/include)
+set(user_umbrella QvUserLib/QvUserLib.h)
+set(user_folder ${PROJECT_SOURCE_DIR}/include)
+set(kit_umbrella QvKit/QvKit.h)
+set(kit_folder ${PROJECT_SOURCE_DIR}/kit/include)
 
-# Both umbrella headers include whatever is public; a test makes sure that none is missing there.
-set(headers)
-foreach(umbrella ${umbrellas})
+foreach(name base user kit)
+    set(umbrella ${${name}_umbrella})
+    set(folder ${${name}_folder})
     get_filename_component(library ${umbrella} NAME_WE)
-    if(library STREQUAL "QvBaseLib")
-        set(folder ${PROJECT_SOURCE_DIR}/base/include)
-    else()
-        set(folder ${PROJECT_SOURCE_DIR}/include)
-    endif()
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${folder}/${umbrella})
     file(STRINGS ${folder}/${umbrella} lines REGEX "^#include \"${library}/")
     list(TRANSFORM lines REPLACE "^#include \"(.*)\"$" "\\1")
-    list(APPEND headers ${library}/Export.h ${lines} ${umbrella})
+    set(${name}_headers ${lines} ${umbrella})
+    if(EXISTS ${folder}/${library}/Export.h)
+        list(PREPEND ${name}_headers ${library}/Export.h)
+    endif()
 
     add_test(
         NAME PublicHeadersTest.${library}IncludesEveryHeader
@@ -37,20 +42,27 @@ set(no_windows
 "
 )
 
-set(sources)
-set(all)
-foreach(header ${headers})
-    string(MAKE_C_IDENTIFIER ${header} name)
-    set(source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/${name}.cpp)
-    file(GENERATE OUTPUT ${source}
-         CONTENT "#include \"${header}\"\n#include \"${header}\"\n\n${no_windows}"
-    )
-    list(APPEND sources ${source})
-    string(PREPEND all "#include \"${header}\"\n")
-endforeach()
-set(source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/AllInReverse.cpp)
-file(GENERATE OUTPUT ${source} CONTENT "${all}\n${no_windows}")
-list(APPEND sources ${source})
+# qv_add_header_sources(OUTPUT HEADER…): makes sources that include each of the headers alone, and one
+# that includes all in reverse, and sets OUTPUT to their names.
+function(qv_add_header_sources output)
+    set(sources)
+    set(all)
+    foreach(header ${ARGN})
+        string(MAKE_C_IDENTIFIER ${header} name)
+        set(source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/${name}.cpp)
+        file(GENERATE OUTPUT ${source}
+             CONTENT "#include \"${header}\"\n#include \"${header}\"\n\n${no_windows}"
+        )
+        list(APPEND sources ${source})
+        string(PREPEND all "#include \"${header}\"\n")
+    endforeach()
+    set(source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/${output}InReverse.cpp)
+    file(GENERATE OUTPUT ${source} CONTENT "${all}\n${no_windows}")
+    set(${output} ${sources} ${source} PARENT_SCOPE)
+endfunction()
+
+qv_add_header_sources(library_sources ${base_headers} ${user_headers})
+qv_add_header_sources(kit_sources ${kit_headers})
 
 # Drivers are C.
 set(c_source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/DeviceParameterRecord.c)
@@ -61,12 +73,12 @@ int RecordSize(void) { return (int)sizeof(QV_PARAMETER_RECORD); }
 "
 )
 
-# qv_add_header_check(LANGUAGE STANDARD SOURCE…)
-function(qv_add_header_check language standard)
-    set(target PublicHeaders${language}${standard})
+# qv_add_header_check(LIBRARY LANGUAGE STANDARD SOURCE…)
+function(qv_add_header_check library language standard)
+    set(target PublicHeadersOf${library}${language}${standard})
     string(REPLACE "+" "x" target ${target})
     add_library(${target} OBJECT ${ARGN})
-    target_link_libraries(${target} PRIVATE QvUserLib)
+    target_link_libraries(${target} PRIVATE ${library})
     string(REPLACE "C++" "CXX" property ${language})
     set_target_properties(
         ${target} PROPERTIES ${property}_STANDARD ${standard} ${property}_STANDARD_REQUIRED ON
@@ -88,8 +100,11 @@ else()
     set(c_standards 99 11)
 endif()
 foreach(standard ${cxx_standards})
-    qv_add_header_check(C++ ${standard} ${sources})
+    qv_add_header_check(QvUserLib C++ ${standard} ${library_sources})
+endforeach()
+foreach(standard 17 20)
+    qv_add_header_check(QvKit C++ ${standard} ${kit_sources})
 endforeach()
 foreach(standard ${c_standards})
-    qv_add_header_check(C ${standard} ${c_source})
+    qv_add_header_check(QvUserLib C ${standard} ${c_source})
 endforeach()

@@ -15,3 +15,4 @@ run(
 run(${CMAKE_COMMAND} --build ${WORK}/client)
 expect_output(${WORK}/found-by-cmake/Client.exe "client: code 18 for the null parameter")
 expect_output(${WORK}/found-by-cmake/BaseClient.exe "base client: code 25")
+expect_output(${WORK}/found-by-cmake/KitClient.exe "kit client: code 2")

@@ -21,5 +21,7 @@ endfunction()
 
 build_client(QvUserLib Client)
 build_client(QvBaseLib BaseClient)
+build_client(QvKit KitClient)
 expect_output(${WORK}/found-by-pkg-config/Client.exe "client: code 18 for the null parameter")
 expect_output(${WORK}/found-by-pkg-config/BaseClient.exe "base client: code 25")
+expect_output(${WORK}/found-by-pkg-config/KitClient.exe "kit client: code 2")

@@ -18,11 +18,14 @@ foreach(
     bin/log4cxx/default.logcfg
     lib/libQvUserLib64.dll.a
     lib/libQvBaseLib64.dll.a
+    lib/libQvKit.a
     include/QvUserLib/QvUserLib.h
     include/QvBaseLib/QvBaseLib.h
+    include/QvKit/QvKit.h
     include/QvSample/QvSampleDevice.h
     lib/cmake/QvUserLib/QvUserLibConfig.cmake
     lib/pkgconfig/QvUserLib.pc
+    lib/pkgconfig/QvKit.pc
     share/QvUserLib/cmake/x86_64-w64-mingw32.cmake
     share/QvUserLib/default.logcfg
     share/QvUserLib/driver/src/Driver.c
