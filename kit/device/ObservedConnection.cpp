@@ -21,13 +21,13 @@ Result ObservedConnection::IoControl(unsigned long aCode, const void* aIn, unsig
 
 Error ParametersError(const ObservedConnection* aConnection, const std::string& aWhat,
                       const Result& aResult) {
-    if (aConnection == nullptr || !aConnection->GetReason()) {
-        return LibraryError(ErrorKind::DeviceFailed, aWhat, aResult);
-    }
-    const std::string& reason = *aConnection->GetReason();
+    const std::optional<std::string> reason =
+        aConnection != nullptr ? aConnection->GetReason() : std::nullopt;
+    if (!reason) return LibraryError(ErrorKind::DeviceFailed, aWhat, aResult);
+
     const unsigned long code = aResult.GetCode();
     return Error(ErrorKind::DeviceFailed,
-                 aWhat + ": " + reason + " (" + SystemErrorText(code) + ")", code, reason);
+                 aWhat + ": " + *reason + " (" + SystemErrorText(code) + ")", code, *reason);
 }
 
 }  // namespace QvKit
