@@ -44,6 +44,7 @@ gcovr --root . --filter src/ --filter base/src/ --filter kit/ --exclude-throw-br
     --gcov-executable x86_64-w64-mingw32-gcov-posix --object-directory "$build" \
     --csv "$pages/files.csv" --html-details "$pages/index.html" \
     --fail-under-line 98 --fail-under-branch 90 "$build" >"$pages/gcovr.log" 2>&1 || code=$?
+((code == 0)) || cat "$pages/gcovr.log" >&2
 {
     describe_run scripts/coverage.sh
     printf '| source | lines reached | branches reached |\n|---|---:|---:|\n'
@@ -57,5 +58,4 @@ gcovr --root . --filter src/ --filter base/src/ --filter kit/ --exclude-throw-br
     ' "$pages/files.csv"
 } | tee build/coverage.md
 echo "Line by line: $pages/index.html"
-((code == 0)) || cat "$pages/gcovr.log" >&2
 exit "$code"
