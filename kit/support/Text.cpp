@@ -23,6 +23,7 @@ std::wstring Widen(std::string_view aBytes, unsigned int aCodePage) {
     const int bytes = static_cast<int>(aBytes.size());
     const int size = ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, nullptr, 0);
     std::wstring text(static_cast<std::size_t>(size), L'\0');
+    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): its size stands beside it.
     ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, text.data(), size);
     return text;
 }
