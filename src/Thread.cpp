@@ -16,23 +16,23 @@ namespace QvUserLib {
 // what was written before a stop request visible to the work that sees the request.
 struct ThreadState {
     explicit ThreadState(unsigned int aPriority)
-        : priority(aPriority), isRunning(false), isStopping(false), idWord(0) {}
+        : priority(aPriority), isRunning(false), isStopping(false), idWord_(0) {}
 
     // The start routine of the system thread.
     static unsigned __stdcall Run(void* aThread);
 
     unsigned int GetId() const {
-        return static_cast<unsigned int>(idWord.load(std::memory_order_acquire));
+        return static_cast<unsigned int>(idWord_.load(std::memory_order_acquire));
     }
-    void SetId(unsigned int aId) { idWord.store(aId, std::memory_order_release); }
+    void SetId(unsigned int aId) { idWord_.store(aId, std::memory_order_release); }
 
     // Between these two calls the new thread may set the identifier, and clear it again when its
     // work throws. EndStart must not overwrite that: the C runtime returns the identifier so late
     // that the thread may have ended.
-    void BeginStart() { idWord.store(kStarting | GetId(), std::memory_order_release); }
+    void BeginStart() { idWord_.store(kStarting | GetId(), std::memory_order_release); }
     void EndStart(unsigned int aId) {
         unsigned long long expected = kStarting | GetId();
-        (void)idWord.compare_exchange_strong(expected, aId, std::memory_order_acq_rel);
+        (void)idWord_.compare_exchange_strong(expected, aId, std::memory_order_acq_rel);
     }
 
     std::atomic<unsigned int> priority;
@@ -43,7 +43,7 @@ private:
     static constexpr unsigned long long kStarting = 1ULL << 32;
 
     // The identifier in the low half; `kStarting` until the thread or its starter has set it.
-    std::atomic<unsigned long long> idWord;
+    std::atomic<unsigned long long> idWord_;
 };
 
 namespace {
