@@ -113,7 +113,7 @@ Parameter::Parameter(const Parameter& aSource) : Parameter(aSource.name_, aSourc
     const bool isGroup = aSource.type_ == TypeGroup;
     changed_ = aSource.HasChanged(/*aReset=*/isGroup);
     CopyTypeAndValue(aSource);
-    if (!isGroup) aSource.changed_ = false;
+    if (!isGroup) (void)aSource.HasChanged(/*aReset=*/true);
 }
 
 Parameter::~Parameter() {

@@ -8,6 +8,8 @@
 namespace QvKit {
 namespace {
 
+// The system gets the sizes of the texts.
+// NOLINTBEGIN(bugprone-suspicious-stringview-data-usage)
 std::string Narrow(std::wstring_view aText, unsigned int aCodePage) {
     if (aText.empty()) return std::string();
     const int units = static_cast<int>(aText.size());
@@ -23,10 +25,10 @@ std::wstring Widen(std::string_view aBytes, unsigned int aCodePage) {
     const int bytes = static_cast<int>(aBytes.size());
     const int size = ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, nullptr, 0);
     std::wstring text(static_cast<std::size_t>(size), L'\0');
-    // NOLINTNEXTLINE(bugprone-suspicious-stringview-data-usage): its size stands beside it.
     ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, text.data(), size);
     return text;
 }
+// NOLINTEND(bugprone-suspicious-stringview-data-usage)
 
 }  // namespace
 
