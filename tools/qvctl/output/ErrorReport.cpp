@@ -68,7 +68,7 @@ ordered_json ToJson(const Error& aError) {
     json["exitCode"] = static_cast<int>(ExitCodeOf(aError.GetKind()));
     json["message"] = aError.what();
     json["code"] = nullptr;
-    if (aError.GetCode()) json["code"] = *aError.GetCode();
+    if (const auto& code = aError.GetCode()) json["code"] = *code;
     json["refusals"] = ordered_json::array();
     for (const Refusal& refusal : aError.GetRefusals())
         json["refusals"].push_back(RefusalToJson(refusal));

@@ -23,8 +23,9 @@ public:
     }
 
     void WriteText(Output& aOut) const override {
+        std::size_t index = 0;
         for (const ChosenDevice& device : devices_) {
-            aOut.WriteLine(std::to_string(*device.index) + "  " + Printable(device.address.path));
+            aOut.WriteLine(std::to_string(index++) + "  " + Printable(device.address.path));
         }
     }
 

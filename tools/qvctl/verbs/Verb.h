@@ -39,6 +39,21 @@ public:
     virtual Outcome Run(const Context& aContext) = 0;
 };
 
+// Each is defined in the source of its verb.
+std::unique_ptr<Verb> MakeCompletionVerb();
+std::unique_ptr<Verb> MakeDoctorVerb();
+std::unique_ptr<Verb> MakeGetVerb();
+std::unique_ptr<Verb> MakeListVerb();
+std::unique_ptr<Verb> MakeManualVerb();
+std::unique_ptr<Verb> MakeMd5Verb();
+std::unique_ptr<Verb> MakeResetVerb();
+std::unique_ptr<Verb> MakeSetVerb();
+std::unique_ptr<Verb> MakeShowVerb();
+std::unique_ptr<Verb> MakeStreamVerb();
+std::unique_ptr<Verb> MakeVersionVerb();
+std::unique_ptr<Verb> MakeWatchVerb();
+std::unique_ptr<Verb> MakeWriteVerb();
+
 struct NamedVerb {
     std::string name;
     std::string summary;  // For the list of verbs and the head of the verb's own help.
