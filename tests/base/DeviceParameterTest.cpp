@@ -13,11 +13,8 @@
 
 #include <winioctl.h>
 
+namespace QvTests {
 namespace {
-
-using QvBaseLib::Code;
-using QvBaseLib::DeviceParameter;
-using QvTests::IsBareCode;
 
 constexpr unsigned long kUnknownType = 7;
 
@@ -631,3 +628,4 @@ TEST(DeviceParameterTest, NumberIsRefusedByOtherTypes) {
 }
 
 }  // namespace
+}  // namespace QvTests

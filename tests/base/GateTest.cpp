@@ -4,6 +4,7 @@
 #include "QvBaseLib/Gate.h"
 
 #include <chrono>
+#include <functional>
 #include <future>
 #include <memory>
 #include <thread>
@@ -11,11 +12,8 @@
 
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
-
-using QvBaseLib::Gate;
-using QvBaseLib::GateGuard;
-using QvTests::VirtualSlot;
 
 // How long a thread that must not get through is watched.
 constexpr std::chrono::milliseconds kWatch(50);
@@ -38,15 +36,19 @@ private:
     std::future<void> passed_;
 };
 
+void ExpectHeldBackUntil(const std::function<void()>& aUnlock, Gate& aGate) {
+    const OtherThread other(aGate);
+    EXPECT_TRUE(other.IsHeldBack());
+
+    aUnlock();
+    EXPECT_TRUE(other.GetsThrough());
+}
+
 TEST(GateTest, HoldsBackOtherThreadsUntilItIsUnlocked) {
     Gate gate;
     gate.Lock();
 
-    const OtherThread other(gate);
-    EXPECT_TRUE(other.IsHeldBack());
-
-    gate.Unlock();
-    EXPECT_TRUE(other.GetsThrough());
+    ExpectHeldBackUntil([&] { gate.Unlock(); }, gate);
 }
 
 TEST(GateTest, HoldingThreadMayLockAgainAndUnlocksAsOften) {
@@ -57,22 +59,14 @@ TEST(GateTest, HoldingThreadMayLockAgainAndUnlocksAsOften) {
 
     gate.Unlock();
     gate.Unlock();
-    const OtherThread other(gate);
-    EXPECT_TRUE(other.IsHeldBack());
-
-    gate.Unlock();
-    EXPECT_TRUE(other.GetsThrough());
+    ExpectHeldBackUntil([&] { gate.Unlock(); }, gate);
 }
 
 TEST(GateTest, GuardHoldsTheGateForItsLife) {
     Gate gate;
     auto guard = std::make_unique<GateGuard>(gate);
 
-    const OtherThread other(gate);
-    EXPECT_TRUE(other.IsHeldBack());
-
-    guard.reset();
-    EXPECT_TRUE(other.GetsThrough());
+    ExpectHeldBackUntil([&] { guard.reset(); }, gate);
 }
 
 TEST(GateTest, GuardsNestOnOneThread) {
@@ -82,10 +76,7 @@ TEST(GateTest, GuardsNestOnOneThread) {
         const GateGuard inner(gate);
     }
 
-    const OtherThread other(gate);
-    EXPECT_TRUE(other.IsHeldBack());
-    gate.Unlock();
-    EXPECT_TRUE(other.GetsThrough());
+    ExpectHeldBackUntil([&] { gate.Unlock(); }, gate);
     gate.Lock();
 }
 
@@ -146,3 +137,4 @@ TEST(GateTest, DeletionThroughTheBaseDestroysTheDerivedObject) {
 }
 
 }  // namespace
+}  // namespace QvTests

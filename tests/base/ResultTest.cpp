@@ -10,13 +10,8 @@
 #include "QvUserLib/Parameter.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
-
-using QvBaseLib::Code;
-using QvBaseLib::Result;
-using QvTests::HasCode;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
 
 constexpr char kLongText[] =
     "a description that is long enough to notice when its memory is reused";
@@ -257,3 +252,4 @@ TEST(ResultTest, FailureOfAnOperationIsBareAlsoWhenItWasLogged) {
 }
 
 }  // namespace
+}  // namespace QvTests

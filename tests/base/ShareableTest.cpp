@@ -11,11 +11,8 @@
 
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
-
-using QvBaseLib::ILockable;
-using QvBaseLib::Shareable;
-using QvTests::VirtualSlot;
 
 constexpr int kThreads = 8;
 
@@ -205,3 +202,4 @@ TEST_F(ShareableTest, OperationsFollowTheDestructorInTheVirtualTable) {
 }
 
 }  // namespace
+}  // namespace QvTests

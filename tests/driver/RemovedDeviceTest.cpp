@@ -12,10 +12,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceParameterRepository;
-
 Outcome RunSetup(const std::vector<std::string>& aArguments) {
     return RunProgram(L"QvSampleSetup.exe", aArguments);
 }

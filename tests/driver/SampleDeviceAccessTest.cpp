@@ -16,12 +16,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceEnumerator;
-using QvUserLib::Result;
-using QvUserLib::String;
-
 constexpr GUID kUnusedClass = {
     0x11111111, 0x2222, 0x3333, {0x44, 0x44, 0x55, 0x55, 0x66, 0x66, 0x77, 0x77}};
 constexpr unsigned long kUnknownCode = 0x222FFC;

@@ -15,14 +15,6 @@
 namespace QvTests {
 namespace {
 
-using QvBaseLib::DeviceParameter;
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::Parameter;
-using QvUserLib::ParameterRepository;
-using QvUserLib::Result;
-
 class SampleParametersTest : public SampleDeviceTest {
 protected:
     void SetUp() override {

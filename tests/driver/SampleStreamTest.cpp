@@ -25,14 +25,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceEnumerator;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::DeviceRequestQueue;
-using QvUserLib::Parameter;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::AnyOf;
 
 constexpr unsigned int kHeaderSize = sizeof(QV_SAMPLE_PACKET_HEADER);

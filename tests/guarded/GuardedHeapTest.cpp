@@ -9,16 +9,16 @@
 #include "ProgramRun.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::Outcome;
 using testing::HasSubstr;
 using testing::Not;
 
 constexpr unsigned long kAccessViolation = 0xC0000005;
 
 Outcome RunProbe(const std::string& aTest) {
-    return QvTests::RunProgram(L"GuardedProbe.exe", {"--gtest_filter=GuardedProbe." + aTest});
+    return RunProgram(L"GuardedProbe.exe", {"--gtest_filter=GuardedProbe." + aTest});
 }
 
 /// The test fails with this text from the heap.
@@ -103,3 +103,4 @@ TEST(GuardedHeapTest, TestThatKeepsToItsMemoryPasses) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -18,19 +18,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceEnumerator;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::DeviceRequestQueue;
-using QvUserLib::ErrorLog;
-using QvUserLib::Log;
-using QvUserLib::MD5;
-using QvUserLib::Parameter;
-using QvUserLib::ParameterRepository;
-using QvUserLib::Result;
-using QvUserLib::SingleInstance;
-using QvUserLib::String;
 using testing::AnyOf;
 using testing::IsNull;
 using testing::StrEq;

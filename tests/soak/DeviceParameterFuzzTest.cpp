@@ -22,10 +22,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::Parameter;
-using QvUserLib::Result;
 using testing::AnyOf;
 
 // The block at work, for whoever has to look into a crash.

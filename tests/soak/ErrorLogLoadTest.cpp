@@ -22,10 +22,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::ErrorLog;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::AnyOf;
 
 constexpr unsigned int kThreads = 8;

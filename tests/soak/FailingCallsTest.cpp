@@ -24,8 +24,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-
 // A failure after which the operation still succeeds.
 struct HarmlessFailure {
     bool IsOf(const FailingFunction& aFunction) const { return aFunction.call->Name() == function; }

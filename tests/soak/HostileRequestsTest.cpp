@@ -24,10 +24,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceParameterRepository;
-
 constexpr unsigned int kHandles = 4;
 constexpr std::size_t kLargest = 70000;
 constexpr unsigned char kUntouched = 0xEE;

@@ -17,12 +17,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceEnumerator;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::String;
-
 constexpr wchar_t kProbe[] = L"DeviceProbe.exe";
 constexpr unsigned int kPacketSize = 65536;
 // How often a wait looks whether the other program still runs.

@@ -27,15 +27,6 @@
 namespace QvTests {
 namespace {
 
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceEnumerator;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::DeviceRequestQueue;
-using QvUserLib::Parameter;
-using QvUserLib::Result;
-using QvUserLib::String;
-
 // The codes with which a request fails while its device is removed, and afterwards.
 const std::set<unsigned long> kGone = {
     ERROR_SUCCESS,        ERROR_INVALID_FUNCTION,  ERROR_ACCESS_DENIED, ERROR_NOT_READY,

@@ -21,25 +21,9 @@
 #include "SlotCalls.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::CallSlot;
-using QvTests::ErrorWatch;
-using QvTests::Event;
-using QvTests::FakeSetupApi;
-using QvTests::Handle;
-using QvTests::HandleLedger;
-using QvTests::HasCode;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrorsWithoutLines;
-using QvTests::PipeServer;
-using QvTests::TemporaryDirectory;
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::ElementsAre;
 
 constexpr char kConnectFirst[] = "Connect first";
@@ -131,7 +115,7 @@ TEST_F(DeviceConnectionTest, PathThatCannotBeOpenedIsReported) {
     EXPECT_FALSE(connection.IsConnected());
     EXPECT_TRUE(FieldsOf(connection).name.IsEmpty());
     // Only what exists is opened.
-    EXPECT_FALSE(QvTests::FileExists(path));
+    EXPECT_FALSE(FileExists(path));
 }
 
 TEST_F(DeviceConnectionTest, NullPathOpensNothing) {
@@ -552,11 +536,10 @@ TEST_F(PipeConnectionTest, ControlLeavesARequestPendingOnTheCallersOverlapped) {
 // Stands in for the system's DeviceIoControl and answers as its members say.
 class FakeDeviceIoControl {
 public:
-    FakeDeviceIoControl() { active_ = this; }
-    ~FakeDeviceIoControl() { active_ = nullptr; }
-
     FakeDeviceIoControl(const FakeDeviceIoControl&) = delete;
     FakeDeviceIoControl& operator=(const FakeDeviceIoControl&) = delete;
+    FakeDeviceIoControl() { active_ = this; }
+    ~FakeDeviceIoControl() { active_ = nullptr; }
 
     DWORD error = 0;
     DWORD returned = 0;
@@ -1060,7 +1043,7 @@ TEST_F(PipeConnectionTest, TransferErrorsAreHandedOnWhole) {
 // A file stands for devices that heed the offset.
 TEST_F(DeviceConnectionTest, TransfersWithoutOverlappedStartAtOffsetZero) {
     const std::string path = directory.File("device");
-    QvTests::WriteBytes(path, "12345678");
+    WriteBytes(path, "12345678");
     ASSERT_THAT(connection.Connect(path.c_str()), IsBareCode(0));
     for (const char* const expected : {"1234", "1234"}) {
         EXPECT_THAT(connection.Read(buffer, 4, &info, nullptr), IsBareCode(0));
@@ -1070,12 +1053,12 @@ TEST_F(DeviceConnectionTest, TransfersWithoutOverlappedStartAtOffsetZero) {
     EXPECT_THAT(connection.Write("AB", 2, &info, nullptr), IsBareCode(0));
     EXPECT_THAT(connection.Write("C", 1, &info, nullptr), IsBareCode(0));
     ASSERT_THAT(connection.Close(), IsBareCode(0));
-    EXPECT_EQ("CB345678", QvTests::ReadBytes(path));
+    EXPECT_EQ("CB345678", ReadBytes(path));
 }
 
 TEST_F(DeviceConnectionTest, CallersOffsetIsHeeded) {
     const std::string path = directory.File("device");
-    QvTests::WriteBytes(path, "12345678");
+    WriteBytes(path, "12345678");
     ASSERT_THAT(connection.Connect(path.c_str()), IsBareCode(0));
     Overlapped overlapped;
     overlapped.Offset = 5;
@@ -1244,3 +1227,4 @@ TEST(DeviceConnectionTableTest, OwnFunctionsFollow) {
 }
 
 }  // namespace
+}  // namespace QvTests

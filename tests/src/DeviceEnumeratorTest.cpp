@@ -10,16 +10,9 @@
 #include "SlotCalls.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::CallSlot;
-using QvTests::ErrorWatch;
-using QvTests::FakeSetupApi;
-using QvTests::IsBareCode;
-using QvUserLib::Code;
-using QvUserLib::DeviceEnumerator;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -215,12 +208,9 @@ TEST_F(DeviceEnumeratorTest, ShortLinkAfterALongOneEndsWhereItShould) {
 
 // The binary interface
 
-class SlotEnumerator : public DeviceEnumerator {
+class SlotEnumerator : public Watched<DeviceEnumerator> {
 public:
-    explicit SlotEnumerator(bool& aDestroyed) : destroyed_(aDestroyed) {}
-    SlotEnumerator(const SlotEnumerator&) = delete;
-    SlotEnumerator& operator=(const SlotEnumerator&) = delete;
-    ~SlotEnumerator() override { destroyed_ = true; }
+    using Watched::Watched;
 
     Result GetSymLink(unsigned int aIndex, String* aSymLink) override {
         *aSymLink = String("overridden");
@@ -229,13 +219,10 @@ public:
     Result Enumerate(const void* aInterfaceClass) override {
         return Result(aInterfaceClass == &kNoDevices ? 103 : 0);
     }
-
-private:
-    bool& destroyed_;
 };
 
 TEST(DeviceEnumeratorTableTest, VirtualFunctionsStandInTheirSlots) {
-    bool destroyed = false;
+    int destroyed = 0;
     void* const object = static_cast<DeviceEnumerator*>(new SlotEnumerator(destroyed));
     String link;
 
@@ -245,7 +232,7 @@ TEST(DeviceEnumeratorTableTest, VirtualFunctionsStandInTheirSlots) {
                 IsBareCode(103));
 
     CallSlot<void>(object, 1);
-    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(1, destroyed);
 }
 
 TEST_F(DeviceEnumeratorTest, FieldsStandWhereTheBinaryInterfaceHasThem) {
@@ -274,3 +261,4 @@ TEST_F(DeviceEnumeratorTest, FieldsStandWhereTheBinaryInterfaceHasThem) {
 }
 
 }  // namespace
+}  // namespace QvTests

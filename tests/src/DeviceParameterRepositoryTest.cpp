@@ -23,31 +23,9 @@
 #include "SlotCalls.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::AddTo;
-using QvTests::BoolParameter;
-using QvTests::CallSlot;
-using QvTests::DoubleParameter;
-using QvTests::EnumParameter;
-using QvTests::ErrorWatch;
-using QvTests::FailingAllocations;
-using QvTests::GroupParameter;
-using QvTests::ImportPatch;
-using QvTests::IntegerParameter;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrorsWithoutLines;
-using QvTests::Record;
-using QvTests::Request;
-using QvTests::ScriptedConnection;
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceParameterRepository;
-using QvUserLib::Parameter;
-using QvUserLib::ParameterRepository;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::ElementsAre;
 
 constexpr unsigned long kGet = 0x222000;
@@ -55,7 +33,6 @@ constexpr unsigned long kGetSize = 0x222004;
 constexpr unsigned long kSet = 0x222008;
 
 constexpr char kNameExists[] = "Parameter already exists!";
-constexpr char kOutOfRange[] = "Value does not fit in the range";
 
 // Records as a driver writes them
 
@@ -125,6 +102,9 @@ private:
     ImportPatch patch_{"malloc", &Malloc, "libstdc++-6.dll"};
 };
 
+// The flags of a persistent record that the library sends.
+constexpr unsigned long kSentPersistent = 0x02 | 0x08;
+
 class DeviceParameterRepositoryTest : public testing::Test {
 protected:
     // Loads these records, and forgets the requests for it.
@@ -142,6 +122,17 @@ protected:
         return names;
     }
 
+    void ExpectLoadsOnly(const char* aName) {
+        EXPECT_THAT(repository.Connect(&connection), IsBareCode(Code::Success));
+        EXPECT_THAT(Names(), ElementsAre(aName));
+    }
+
+    void ExpectLoadFails(ScriptedConnection& aConnection, unsigned long aCode) {
+        EXPECT_THAT(repository.Connect(&aConnection), IsBareCode(aCode));
+        EXPECT_EQ(0u, repository.GetCount());
+        EXPECT_TRUE(repository.IsConnected());
+    }
+
     // Applies, and returns the one record that was sent.
     Record SentRecord() {
         EXPECT_THAT(repository.Apply(), IsBareCode(0));
@@ -150,6 +141,21 @@ protected:
         const std::vector<Record> records = connection.requests.back().Records();
         EXPECT_EQ(1u, records.size());
         return records.empty() ? Record() : records.front();
+    }
+
+    void ExpectLabelIsSent(const std::wstring& aDefault, const std::wstring& aValue) {
+        Record expected = StringRecord(1, L"Label", aDefault, aValue);
+        expected.flags = 0x02;
+        EXPECT_THAT(SentRecord(), IsRecord(expected));
+    }
+
+    void ExpectChangeIsSentWhole(Record aRecord, long long aValue) {
+        Load({aRecord});
+        ASSERT_THAT(repository.GetByIndex(0)->SetInt(aValue), IsBareCode(0));
+
+        aRecord.flags = kSentPersistent;
+        aRecord.value = aValue;
+        EXPECT_THAT(SentRecord(), IsRecord(aRecord));
     }
 
     ScriptedConnection connection;
@@ -279,10 +285,8 @@ TEST_F(DeviceParameterRepositoryTest, FailedSizeRequestEndsTheLoad) {
         ScriptedConnection failing;
         failing.sizeResult = code;
         failing.claimedSize = 1228;
-        EXPECT_THAT(repository.Connect(&failing), IsBareCode(code));
+        ExpectLoadFails(failing, code);
         EXPECT_EQ(1u, failing.requests.size());
-        EXPECT_EQ(0u, repository.GetCount());
-        EXPECT_TRUE(repository.IsConnected());
     }
 }
 
@@ -290,9 +294,7 @@ TEST_F(DeviceParameterRepositoryTest, SizeRequestSucceedsWhenItsLowBitsAreClear)
     connection.records = {IntegerRecord(1, L"Gain")};
     connection.sizeResult = 0x10000;
 
-    EXPECT_THAT(repository.Connect(&connection), IsBareCode(Code::Success));
-
-    EXPECT_THAT(Names(), ElementsAre("Gain"));
+    ExpectLoadsOnly("Gain");
 }
 
 TEST_F(DeviceParameterRepositoryTest, SizeThatCannotBeAllocatedIsReported) {
@@ -320,9 +322,7 @@ TEST_F(DeviceParameterRepositoryTest, FailedReadRequestAddsNothing) {
         ScriptedConnection failing;
         failing.records = {IntegerRecord(1, L"Gain")};
         failing.getResult = code;
-        EXPECT_THAT(repository.Connect(&failing), IsBareCode(code));
-        EXPECT_EQ(0u, repository.GetCount());
-        EXPECT_TRUE(repository.IsConnected());
+        ExpectLoadFails(failing, code);
     }
 }
 
@@ -330,9 +330,7 @@ TEST_F(DeviceParameterRepositoryTest, ReadRequestSucceedsWhenItsLowBitsAreClear)
     connection.records = {IntegerRecord(1, L"Gain")};
     connection.getResult = 0x10000;
 
-    EXPECT_THAT(repository.Connect(&connection), IsBareCode(Code::Success));
-
-    EXPECT_THAT(Names(), ElementsAre("Gain"));
+    ExpectLoadsOnly("Gain");
 }
 
 TEST_F(DeviceParameterRepositoryTest, ByteCountOfTheBlockIsNotChecked) {
@@ -366,12 +364,12 @@ TEST_F(DeviceParameterRepositoryTest, IntegerRecordBecomesAnInteger) {
 
     const Parameter* const parameter = repository.GetByID(17);
     EXPECT_EQ(2u, parameter->GetType());
-    EXPECT_EQ(String("Gain"), parameter->GetName());
-    EXPECT_EQ(String("Input gain"), parameter->GetDescription());
     EXPECT_EQ(7, parameter->GetInt());
     EXPECT_EQ(3, parameter->GetDefaultInt());
     EXPECT_EQ(1, parameter->GetMinInt());
     EXPECT_EQ(9, parameter->GetMaxInt());
+    EXPECT_EQ(String("Gain"), parameter->GetName());
+    EXPECT_EQ(String("Input gain"), parameter->GetDescription());
 }
 
 TEST_F(DeviceParameterRepositoryTest, IntegersAreWidenedWithoutSign) {
@@ -940,21 +938,14 @@ TEST_F(DeviceParameterRepositoryTest, ChangeTakenBackIsNotSent) {
 
 // Records as they are sent, byte by byte
 
-constexpr unsigned long kSentPersistent = 0x02 | 0x08;
-
 TEST_F(DeviceParameterRepositoryTest, IntegerIsSentWhole) {
     Record record = IntegerRecord(17, L"Gain", 5, 1, 9);
     record.flags = 0x08;
     record.defaultValue = 3;
     Store(record.description, std::string("Gain"));
     Store(record.unit, std::string("dB"));
-    Load({record});
-    ASSERT_THAT(repository.GetByID(17)->SetInt(7), IsBareCode(0));
 
-    Record expected = record;
-    expected.flags = kSentPersistent;
-    expected.value = 7;
-    EXPECT_THAT(SentRecord(), IsRecord(expected));
+    ExpectChangeIsSentWhole(record, 7);
 }
 
 TEST_F(DeviceParameterRepositoryTest, EnumerationIsSentWhole) {
@@ -962,13 +953,8 @@ TEST_F(DeviceParameterRepositoryTest, EnumerationIsSentWhole) {
     record.flags = 0x08;
     record.defaultValue = 1;
     Store(record.description, std::string("Operating mode"));
-    Load({record});
-    ASSERT_THAT(repository.GetByID(17)->SetInt(2), IsBareCode(0));
 
-    Record expected = record;
-    expected.flags = kSentPersistent;
-    expected.value = 2;
-    EXPECT_THAT(SentRecord(), IsRecord(expected));
+    ExpectChangeIsSentWhole(record, 2);
 }
 
 TEST_F(DeviceParameterRepositoryTest, StringIsSentWhole) {
@@ -1153,9 +1139,7 @@ TEST_F(DeviceParameterRepositoryTest, StringThatFillsTheRecordIsSent) {
     const std::wstring value(216, L'v');
     ASSERT_THAT(repository.GetByID(1)->SetString(value.c_str()), IsBareCode(0));
 
-    Record expected = StringRecord(1, L"Label", L"default", value);
-    expected.flags = 0x02;
-    EXPECT_THAT(SentRecord(), IsRecord(expected));
+    ExpectLabelIsSent(L"default", value);
 }
 
 TEST_F(DeviceParameterRepositoryTest, StringBeyondTheRecordIsSentAsTheDefault) {
@@ -1163,10 +1147,8 @@ TEST_F(DeviceParameterRepositoryTest, StringBeyondTheRecordIsSentAsTheDefault) {
     const std::wstring value(217, L'v');
     ASSERT_THAT(repository.GetByID(1)->SetString(value.c_str()), IsBareCode(0));
 
-    // The refusal of the record is not reported.
-    Record expected = StringRecord(1, L"Label", L"default", L"default");
-    expected.flags = 0x02;
-    EXPECT_THAT(SentRecord(), IsRecord(expected));
+    // The record refuses the text, which is not reported.
+    ExpectLabelIsSent(L"default", L"default");
 }
 
 TEST_F(DeviceParameterRepositoryTest, DefaultTextBeyondTheRecordIsCut) {
@@ -1175,9 +1157,7 @@ TEST_F(DeviceParameterRepositoryTest, DefaultTextBeyondTheRecordIsCut) {
     ASSERT_THAT(repository.GetByID(1)->SetDefaultString(text.c_str()), IsBareCode(0));
     ASSERT_THAT(repository.GetByID(1)->SetString("value"), IsBareCode(0));
 
-    Record expected = StringRecord(1, L"Label", text, L"value");
-    expected.flags = 0x02;
-    EXPECT_THAT(SentRecord(), IsRecord(expected));
+    ExpectLabelIsSent(text, L"value");
 }
 
 TEST_F(DeviceParameterRepositoryTest, OtherTypesAreSentWithoutAValue) {
@@ -1399,12 +1379,9 @@ TEST_F(DerivedDeviceRepositoryTest, ChangesAreLookedForThroughTheOverriddenIndex
 
 // The binary interface
 
-class SlotRepository : public DeviceParameterRepository {
+class SlotRepository : public Watched<DeviceParameterRepository> {
 public:
-    explicit SlotRepository(bool& aDestroyed) : destroyed_(aDestroyed) {}
-    SlotRepository(const SlotRepository&) = delete;
-    SlotRepository& operator=(const SlotRepository&) = delete;
-    ~SlotRepository() override { destroyed_ = true; }
+    using Watched::Watched;
 
     unsigned long GetCount() const override { return 8; }
     Result RemoveByName(const String&) override { return Result(117); }
@@ -1416,13 +1393,10 @@ public:
     Result Refresh() override { return Result(120); }
 
     DeviceConnection* connection = nullptr;
-
-private:
-    bool& destroyed_;
 };
 
 TEST(DeviceParameterRepositoryTableTest, VirtualFunctionsStandInTheirSlots) {
-    bool destroyed = false;
+    int destroyed = 0;
     auto* const repository = new SlotRepository(destroyed);
     void* const object = static_cast<DeviceParameterRepository*>(repository);
     ScriptedConnection connection;
@@ -1437,7 +1411,7 @@ TEST(DeviceParameterRepositoryTableTest, VirtualFunctionsStandInTheirSlots) {
     EXPECT_THAT(CallSlot<Result>(object, 20), IsBareCode(120));
 
     CallSlot<void>(object, 1);
-    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(1, destroyed);
 }
 
 TEST_F(DeviceParameterRepositoryTest, ConnectionStandsBehindTheBase) {
@@ -1456,14 +1430,14 @@ TEST_F(DeviceParameterRepositoryTest, ConnectionStandsBehindTheBase) {
 // Texts of records in other code pages
 
 class RecordCodePageTest : public DeviceParameterRepositoryTest,
-                           public testing::WithParamInterface<QvTests::SampleCodePage> {
+                           public testing::WithParamInterface<SampleCodePage> {
 protected:
     void SetUp() override {
         if (!::IsValidCodePage(page.number)) GTEST_SKIP() << "needs the code page";
     }
 
-    const QvTests::SampleCodePage& page = GetParam();
-    const QvTests::AnsiCodePage ansi{page.number};
+    const SampleCodePage& page = GetParam();
+    const AnsiCodePage ansi{page.number};
 };
 
 TEST_P(RecordCodePageTest, StringComesAndGoesWhole) {
@@ -1512,6 +1486,7 @@ TEST_P(RecordCodePageTest, UnitIsSplitOffItsDescription) {
 }
 
 INSTANTIATE_TEST_SUITE_P(DeviceParameterRepositoryTest, RecordCodePageTest,
-                         testing::ValuesIn(QvTests::kSampleCodePages), QvTests::NameOfCodePage);
+                         testing::ValuesIn(kSampleCodePages), NameOfCodePage);
 
 }  // namespace
+}  // namespace QvTests

@@ -27,24 +27,10 @@
 #include "SlotCalls.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::AllocationCounter;
-using QvTests::CallSlot;
-using QvTests::ErrorWatch;
-using QvTests::Event;
-using QvTests::FailingAllocations;
-using QvTests::Handle;
-using QvTests::HandleLedger;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrorsWithoutLines;
-using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
-using QvUserLib::DeviceRequestQueue;
-using QvUserLib::Result;
-using testing::ElementsAre;
+constexpr unsigned long kSentinel = 0xBAD;
 
 constexpr char kLength[] = "Length must be grater than 0";
 constexpr char kConnection[] = "A connection must be specified";
@@ -55,8 +41,6 @@ constexpr char kNowhereToPutTheCount[] =
     "The caller must specify an address where to put the number of processed bytes";
 constexpr char kNothingPending[] = "No pending request";
 constexpr char kFailedRequest[] = "GetOverlappedResult failed";
-
-constexpr unsigned long kSentinel = 0xBAD;
 
 // How long a test watches an operation that must not end.
 constexpr std::chrono::milliseconds kWatch(50);
@@ -117,6 +101,25 @@ private:
     ImportPatch patch_{"CreateEventA", &Create};
 };
 
+// Counts the events that the library makes. Unlike a HandleLedger it takes no memory.
+class EventCounter {
+public:
+    EventCounter() { count_ = 0; }
+
+    int Count() const { return count_; }
+
+private:
+    static HANDLE WINAPI Create(SECURITY_ATTRIBUTES* aSecurity, BOOL aManualReset,
+                                BOOL aInitialState, const char* aName) {
+        ++count_;
+        return ::CreateEventA(aSecurity, aManualReset, aInitialState, aName);
+    }
+
+    inline static int count_ = 0;
+
+    ImportPatch patch_{"CreateEventA", &Create};
+};
+
 // How a request ended: its code and how many bytes it moved.
 using Outcome = std::pair<unsigned long, unsigned long>;
 
@@ -149,6 +152,38 @@ protected:
         EXPECT_THAT(connection_.Read(data_[reads_++ % kMaxReads].data(), kReadSize, &read, record),
                     IsBareCode(Code::Pending));
         return static_cast<OVERLAPPED*>(record);
+    }
+
+    // Reads with the next record of the queue, into a buffer by its number from 0.
+    Result Read(DeviceRequestQueue& aQueue, std::size_t aBuffer = 0) {
+        unsigned long read = 0;
+        return connection_.Read(data_[aBuffer].data(), kReadSize, &read,
+                                aQueue.GetNextAvailableRequest());
+    }
+
+    // Another queue, on the same connection.
+    std::unique_ptr<DeviceRequestQueue> NewQueue(unsigned int aCount) {
+        auto queue = std::make_unique<DeviceRequestQueue>();
+        EXPECT_THAT(queue->Allocate(aCount, &connection_), IsBareCode(Code::Success));
+        return queue;
+    }
+
+    // Reads with each record of a ring of two, so that both have been completed before.
+    void UseBothRecords() {
+        for (int record = 0; record < 2; ++record) {
+            Read();
+            device_.Deliver("abcd");
+            EXPECT_EQ(Outcome(0, 4), Collect());
+        }
+    }
+
+    // A ring of three is full after two reads. Returns the first of them.
+    OVERLAPPED* FillRingWhoseOldestFails() {
+        Allocate(3);
+        OVERLAPPED* const first = Read();
+        Read();
+        Cancel(first);
+        return first;
     }
 
     // The bytes of a read, by its number from 0.
@@ -383,14 +418,9 @@ class ReleasedHandleTest : public DeviceRequestQueueTest,
                            public testing::WithParamInterface<bool> {};
 
 TEST_P(ReleasedHandleTest, DestructionWaitsThoughTheHandleWasReleased) {
-    auto queue = std::make_unique<DeviceRequestQueue>();
-    ASSERT_THAT(queue->Allocate(4, &connection_), IsBareCode(Code::Success));
-    unsigned long moved = 0;
-    for (std::size_t index = 0; index < 2; ++index) {
-        ASSERT_THAT(connection_.Read(data_[index].data(), kReadSize, &moved,
-                                     queue->GetNextAvailableRequest()),
-                    IsBareCode(Code::Pending));
-    }
+    std::unique_ptr<DeviceRequestQueue> queue = NewQueue(4);
+    ASSERT_THAT(Read(*queue, 0), IsBareCode(Code::Pending));
+    ASSERT_THAT(Read(*queue, 1), IsBareCode(Code::Pending));
     const Handle handle(connection_.ReleaseHandle());
     if (GetParam()) {
         EXPECT_THAT(queue->Wait(), IsBareCode(Code::NotAllowed));
@@ -415,10 +445,7 @@ TEST_F(DeviceRequestQueueTest, DestructionWaitsWithoutEventsToo) {
         const NoEvents patch;
         ASSERT_THAT(queue->Allocate(2, &connection_), IsBareCode(Code::Success));
     }
-    unsigned long moved = 0;
-    ASSERT_THAT(
-        connection_.Read(data_[0].data(), kReadSize, &moved, queue->GetNextAvailableRequest()),
-        IsBareCode(Code::Pending));
+    ASSERT_THAT(Read(*queue), IsBareCode(Code::Pending));
     const Handle handle(connection_.ReleaseHandle());
     const DestroyedQueue destroyed(std::move(queue));
 
@@ -430,12 +457,8 @@ TEST_F(DeviceRequestQueueTest, DestructionWaitsWithoutEventsToo) {
 }
 
 TEST_F(DeviceRequestQueueTest, ClosedConnectionDoesNotHoldTheDestructionBack) {
-    auto queue = std::make_unique<DeviceRequestQueue>();
-    ASSERT_THAT(queue->Allocate(2, &connection_), IsBareCode(Code::Success));
-    unsigned long moved = 0;
-    auto* const record = static_cast<OVERLAPPED*>(queue->GetNextAvailableRequest());
-    ASSERT_THAT(connection_.Read(data_[0].data(), kReadSize, &moved, record),
-                IsBareCode(Code::Pending));
+    std::unique_ptr<DeviceRequestQueue> queue = NewQueue(2);
+    ASSERT_THAT(Read(*queue), IsBareCode(Code::Pending));
     (void)connection_.Close();  // The system ends the request then.
     const DestroyedQueue destroyed(std::move(queue));
 
@@ -755,20 +778,14 @@ TEST_F(DeviceRequestQueueTest, RequestThatGotOnlyAPartTellsItsBytes) {
 }
 
 TEST_F(DeviceRequestQueueTest, NoRecordIsHandedOutWhenTheOldestFailed) {
-    Allocate(3);
-    OVERLAPPED* const first = Read();
-    Read();
-    Cancel(first);
+    FillRingWhoseOldestFails();
 
     EXPECT_EQ(nullptr, queue_.GetNextAvailableRequest());
     EXPECT_EQ(kFailedRequest, LastErrorText());
 }
 
 TEST_F(DeviceRequestQueueTest, OldestThatFailedHasLeftTheRing) {
-    Allocate(3);
-    OVERLAPPED* const first = Read();
-    Read();
-    Cancel(first);
+    OVERLAPPED* const first = FillRingWhoseOldestFails();
     EXPECT_EQ(nullptr, queue_.GetNextAvailableRequest());
 
     EXPECT_EQ(first + 2, Read());
@@ -797,10 +814,7 @@ TEST_F(DeviceRequestQueueTest, OldestThatEndsWithClearLowBitsCountsAsDone) {
 TEST_F(DeviceRequestQueueTest, RequestsOfAConnectionThatIsNotOpenAreCollectedAsRefused) {
     Allocate(4);
     (void)connection_.Close();  // It was open.
-    unsigned long read = 0;
-    EXPECT_THAT(
-        connection_.Read(data_[0].data(), kReadSize, &read, queue_.GetNextAvailableRequest()),
-        IsBareCode(Code::NotAllowed));
+    EXPECT_THAT(Read(queue_), IsBareCode(Code::NotAllowed));
 
     EXPECT_EQ(Outcome(Code::NotAllowed, kSentinel), Collect());
     EXPECT_EQ("Connect first", LastErrorText());
@@ -879,11 +893,7 @@ TEST_F(DeviceRequestQueueTest, RecordThatWasNeverUsedReportsSuccessWithoutBytes)
 
 TEST_F(DeviceRequestQueueTest, RecordThatIsNotUsedAgainForgetsItsLastRequest) {
     Allocate(2);
-    for (int round = 0; round < 2; ++round) {
-        Read();
-        device_.Deliver("abcd");
-        EXPECT_EQ(Outcome(0, 4), Collect());
-    }
+    UseBothRecords();
 
     EXPECT_NE(nullptr, queue_.GetNextAvailableRequest());
 
@@ -905,11 +915,7 @@ TEST_F(DeviceRequestQueueTest, RecordThatIsNotUsedAgainForgetsItsLastFailure) {
 TEST_F(DeviceRequestQueueTest, RequestRefusedAtOnceReportsItsRefusalAgain) {
     Allocate(4);
     device_.Remove();
-    unsigned long read = 0;
-
-    EXPECT_THAT(
-        connection_.Read(data_[0].data(), kReadSize, &read, queue_.GetNextAvailableRequest()),
-        IsBareCode(ERROR_BROKEN_PIPE));
+    EXPECT_THAT(Read(queue_), IsBareCode(ERROR_BROKEN_PIPE));
 
     EXPECT_EQ(Outcome(ERROR_BROKEN_PIPE, 0), Collect());
     EXPECT_TRUE(IsEmpty());
@@ -917,17 +923,9 @@ TEST_F(DeviceRequestQueueTest, RequestRefusedAtOnceReportsItsRefusalAgain) {
 
 TEST_F(DeviceRequestQueueTest, RefusalOnAUsedRecordIsReportedAgain) {
     Allocate(2);
-    for (int round = 0; round < 2; ++round) {
-        Read();
-        device_.Deliver("abcd");
-        EXPECT_EQ(Outcome(0, 4), Collect());
-    }
+    UseBothRecords();
     device_.Remove();
-    unsigned long read = 0;
-
-    EXPECT_THAT(
-        connection_.Read(data_[0].data(), kReadSize, &read, queue_.GetNextAvailableRequest()),
-        IsBareCode(ERROR_BROKEN_PIPE));
+    EXPECT_THAT(Read(queue_), IsBareCode(ERROR_BROKEN_PIPE));
 
     EXPECT_EQ(Outcome(ERROR_BROKEN_PIPE, 0), Collect());
 }
@@ -1008,35 +1006,21 @@ TEST_F(DeviceRequestQueueTest, RefusalThatLeavesTheRecordPendingDoesNotHang) {
 
 TEST_F(DeviceRequestQueueTest, RefusalThatLeavesAUsedRecordPendingReportsNoBytes) {
     Allocate(2);
-    for (int round = 0; round < 2; ++round) {
-        Read();
-        device_.Deliver("abcd");
-        EXPECT_EQ(Outcome(0, 4), Collect());
-    }
+    UseBothRecords();
     const ImportPatch reads("ReadFile", &RefuseTransfer);
-    unsigned long read = 0;
-
-    EXPECT_THAT(
-        connection_.Read(data_[0].data(), kReadSize, &read, queue_.GetNextAvailableRequest()),
-        IsBareCode(ERROR_NOT_READY));
+    EXPECT_THAT(Read(queue_), IsBareCode(ERROR_NOT_READY));
 
     EXPECT_EQ(Outcome(ERROR_NOT_READY, 0), Collect());
 }
 
 TEST_F(DeviceRequestQueueTest, WaitAndDestructionTakeRefusedAndUnusedRecords) {
-    auto queue = std::make_unique<DeviceRequestQueue>();
-    ASSERT_THAT(queue->Allocate(4, &connection_), IsBareCode(Code::Success));
+    std::unique_ptr<DeviceRequestQueue> queue = NewQueue(4);
     const ImportPatch reads("ReadFile", &RefuseTransfer);
-    unsigned long read = 0;
-    const auto refuse = [&] {
-        return connection_.Read(data_[0].data(), kReadSize, &read,
-                                queue->GetNextAvailableRequest());
-    };
     EXPECT_NE(nullptr, queue->GetNextAvailableRequest());
-    EXPECT_THAT(refuse(), IsBareCode(ERROR_NOT_READY));
+    EXPECT_THAT(Read(*queue), IsBareCode(ERROR_NOT_READY));
     EXPECT_THAT(queue->Wait(), IsBareCode(ERROR_NOT_READY));
 
-    EXPECT_THAT(refuse(), IsBareCode(ERROR_NOT_READY));
+    EXPECT_THAT(Read(*queue), IsBareCode(ERROR_NOT_READY));
     EXPECT_NE(nullptr, queue->GetNextAvailableRequest());
     queue.reset();
 
@@ -1057,34 +1041,32 @@ TEST_F(DeviceRequestQueueTest, FailuresCarryTheLabelOfTheQueue) {
                     (void)queue_.Allocate(1, &connection_);
                     (void)queue_.GetNextResult(&processed);
                 }),
-                ElementsAre("[0x12] .\\DeviceRequestQueue(#) ERR  - Length must be grater than 0",
-                            "[0x12] .\\DeviceRequestQueue(#) ERR  - A connection must be specified",
-                            "[0x1c] .\\DeviceRequestQueue(#) ERR  - Allocate first",
-                            "[0x12] .\\DeviceRequestQueue(#) ERR  - The caller must specify an "
-                            "address where to put the number of processed bytes",
-                            "[0x1c] .\\DeviceRequestQueue(#) ERR  - Allocate first",
-                            "[0x1c] .\\DeviceRequestQueue(#) ERR  - Already allcated",
-                            "[0x1c] .\\DeviceRequestQueue(#) ERR  - No pending request"));
+                testing::ElementsAre(
+                    "[0x12] .\\DeviceRequestQueue(#) ERR  - Length must be grater than 0",
+                    "[0x12] .\\DeviceRequestQueue(#) ERR  - A connection must be specified",
+                    "[0x1c] .\\DeviceRequestQueue(#) ERR  - Allocate first",
+                    "[0x12] .\\DeviceRequestQueue(#) ERR  - The caller must specify an "
+                    "address where to put the number of processed bytes",
+                    "[0x1c] .\\DeviceRequestQueue(#) ERR  - Allocate first",
+                    "[0x1c] .\\DeviceRequestQueue(#) ERR  - Already allcated",
+                    "[0x1c] .\\DeviceRequestQueue(#) ERR  - No pending request"));
 }
 
 TEST_F(DeviceRequestQueueTest, FailedRequestCarriesTheLabelOfTheConnection) {
     Allocate(4);
     Cancel(Read());
 
-    EXPECT_THAT(LoggedErrorsWithoutLines([this] { Collect(); }),
-                ElementsAre("[0x3e3] .\\DeviceConnection(#) ERR  - GetOverlappedResult failed"));
+    EXPECT_THAT(
+        LoggedErrorsWithoutLines([this] { Collect(); }),
+        testing::ElementsAre("[0x3e3] .\\DeviceConnection(#) ERR  - GetOverlappedResult failed"));
 }
 
 // Destruction
 
 TEST_F(DeviceRequestQueueTest, DestructionWaitsForPendingRequests) {
-    auto queue = std::make_unique<DeviceRequestQueue>();
-    ASSERT_THAT(queue->Allocate(4, &connection_), IsBareCode(Code::Success));
-    unsigned long read = 0;
+    std::unique_ptr<DeviceRequestQueue> queue = NewQueue(4);
     for (std::size_t index = 0; index < 3; ++index) {
-        EXPECT_THAT(connection_.Read(data_[index].data(), kReadSize, &read,
-                                     queue->GetNextAvailableRequest()),
-                    IsBareCode(Code::Pending));
+        EXPECT_THAT(Read(*queue, index), IsBareCode(Code::Pending));
     }
     device_.Deliver("abcdefgh");
     const HandleLedger ledger;
@@ -1231,13 +1213,7 @@ TEST_F(DeviceRequestQueueTest, RequestsTakeNoMemoryAndNoEvents) {
     constexpr int kRounds = 10000 / (kDepth - 1);
     const std::string data(kReadSize * (kDepth - 1), 'x');
     Allocate(kDepth);
-    static int events = 0;
-    const auto create = [](SECURITY_ATTRIBUTES* aSecurity, BOOL aManualReset, BOOL aInitialState,
-                           const char* aName) {
-        ++events;
-        return ::CreateEventA(aSecurity, aManualReset, aInitialState, aName);
-    };
-    const ImportPatch patch("CreateEventA", +create);
+    const EventCounter events;
     const AllocationCounter allocations;
 
     int pending = 0;
@@ -1259,19 +1235,13 @@ TEST_F(DeviceRequestQueueTest, RequestsTakeNoMemoryAndNoEvents) {
     EXPECT_EQ(kRounds * (kDepth - 1), pending);
     EXPECT_EQ(kRounds * (kDepth - 1), collected);
     EXPECT_EQ(0, taken);
-    EXPECT_EQ(0, events);
+    EXPECT_EQ(0, events.Count());
 }
 
 TEST_F(DeviceRequestQueueTest, CollectionByTheFullRingTakesNoMemoryAndNoEvents) {
     constexpr int kRequests = 2000;
     Allocate(2);
-    static int events = 0;
-    const auto create = [](SECURITY_ATTRIBUTES* aSecurity, BOOL aManualReset, BOOL aInitialState,
-                           const char* aName) {
-        ++events;
-        return ::CreateEventA(aSecurity, aManualReset, aInitialState, aName);
-    };
-    const ImportPatch patch("CreateEventA", +create);
+    const EventCounter events;
     const AllocationCounter allocations;
 
     int handedOut = 0;
@@ -1287,7 +1257,7 @@ TEST_F(DeviceRequestQueueTest, CollectionByTheFullRingTakesNoMemoryAndNoEvents) 
 
     EXPECT_EQ(kRequests, handedOut);
     EXPECT_EQ(0, taken);
-    EXPECT_EQ(0, events);
+    EXPECT_EQ(0, events.Count());
 }
 
 TEST(DeviceRequestQueueCycleTest, ThousandStreamsLeaveNoHandleOpen) {
@@ -1371,40 +1341,14 @@ TEST_F(DeviceRequestQueueTest, FieldsTellTheRingAndWhatItCompletedByItself) {
     EXPECT_EQ(fields.nextToHandOut, fields.nextToComplete);
 }
 
-class CountedQueue : public DeviceRequestQueue {
-public:
-    explicit CountedQueue(int& aDestroyed) : destroyed_(aDestroyed) {}
-    ~CountedQueue() override { ++destroyed_; }
-
-private:
-    int& destroyed_;
-};
-
-TEST_F(DeviceRequestQueueTest, DestructorComesFirstInTheVirtualTable) {
-    int destroyed = 0;
-    auto* const queue = new CountedQueue(destroyed);
-
-    CallSlot<void>(queue, 1);
-
-    EXPECT_EQ(1, destroyed);
-}
-
-TEST_F(DeviceRequestQueueTest, DeletionThroughTheBaseDestroysTheDerivedObject) {
-    int destroyed = 0;
-    DeviceRequestQueue* const queue = new CountedQueue(destroyed);
-
-    delete queue;
-
-    EXPECT_EQ(1, destroyed);
+TEST_F(DeviceRequestQueueTest, DestructorIsVirtualAndFirst) {
+    ExpectDestructorIsVirtualAndFirst<DeviceRequestQueue>();
 }
 
 // The last result, which only the field shows
 
 TEST_F(DeviceRequestQueueTest, LastResultIsTheFailureOfTheRequestThatAFullRingCompleted) {
-    Allocate(3);
-    OVERLAPPED* const first = Read();
-    Read();
-    Cancel(first);
+    FillRingWhoseOldestFails();
 
     EXPECT_EQ(nullptr, queue_.GetNextAvailableRequest());
 
@@ -1473,3 +1417,4 @@ TEST_F(DeviceRequestQueueTest, RequestRefusedForItsArgumentsIsCollectedAsSuccess
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -24,24 +24,12 @@
 
 #include "ImportPatch.h"
 #include "QvUserLib/Parameter.h"
+#include "SlotCalls.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
-
-using QvTests::FileExists;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::ReadBytes;
-using QvTests::ReadLines;
-using QvTests::TemporaryDirectory;
-using QvTests::VirtualSlot;
-using QvTests::WriteBytes;
-using QvUserLib::Code;
-using QvUserLib::ErrorLog;
-using QvUserLib::Log;
-using QvUserLib::Result;
-using QvUserLib::String;
 
 constexpr char kLabel[] = ".\\Source";
 constexpr unsigned long kLine = 4711;
@@ -89,18 +77,12 @@ std::vector<std::string> WithoutTimes(std::vector<std::string> aLines) {
     return aLines;
 }
 
-Result WriteErrorArg(ErrorLog& aLog, const Result& aResult, const char* aFormat, ...) {
-    va_list arguments;
-    va_start(arguments, aFormat);
-    const Result written = aLog.WriteErrorArg(aResult, kLabel, kLine, aFormat, arguments);
-    va_end(arguments);
-    return written;
-}
+using WriteArg = Result (ErrorLog::*)(Result, const char*, unsigned long, const char*, va_list&);
 
-Result WriteInfoArg(ErrorLog& aLog, const Result& aResult, const char* aFormat, ...) {
+Result Write(ErrorLog& aLog, WriteArg aWrite, const Result& aResult, const char* aFormat, ...) {
     va_list arguments;
     va_start(arguments, aFormat);
-    const Result written = aLog.WriteInfoArg(aResult, kLabel, kLine, aFormat, arguments);
+    const Result written = (aLog.*aWrite)(aResult, kLabel, kLine, aFormat, arguments);
     va_end(arguments);
     return written;
 }
@@ -564,10 +546,12 @@ TEST_F(ErrorLogTest, LinesShowCodeThreadFileLineTagAndMessage) {
     Open();
     EXPECT_THAT(log_.WriteError(Result(0x1C), kLabel, kLine, "%s %d", "first", 1),
                 IsBareCode(Code::Success));
-    EXPECT_THAT(WriteErrorArg(log_, Result(0x1D), "%s %d", "second", 2), IsBareCode(Code::Success));
+    EXPECT_THAT(Write(log_, &ErrorLog::WriteErrorArg, Result(0x1D), "%s %d", "second", 2),
+                IsBareCode(Code::Success));
     EXPECT_THAT(log_.WriteInfo(Result(0), kLabel, kLine, "%s %d", "third", 3),
                 IsBareCode(Code::Success));
-    EXPECT_THAT(WriteInfoArg(log_, Result(0x12), "%s %d", "fourth", 4), IsBareCode(Code::Success));
+    EXPECT_THAT(Write(log_, &ErrorLog::WriteInfoArg, Result(0x12), "%s %d", "fourth", 4),
+                IsBareCode(Code::Success));
 
     EXPECT_THAT(
         WithoutTimes(CloseAndRead()),
@@ -680,22 +664,20 @@ TEST_F(ErrorLogTest, PercentSignsAreExpandedTwice) {
     const struct {
         const char* message;
         const char* written;
-    } cases[] = {
-        {"%%", "%"},
-        {"50%% done", "50% done"},
-        {"50% done", "50% done"},
-        {"%%%%", "%%"},
-        {"%%%", "%%"},
-        {"%", "%"},
-        {"at the end %", "at the end %"},
-        {"%n", "%n"},
-        {"%s", "%s"},
-        {"%hhn %lln %*.*s", "%hhn %lln %*.*s"},
-        {"%d of %5.3f", "%d of %5.3f"},
-        {"%%s %%n", "%s %n"},
-        {"%%%s", "%%s"},
-        {"%d%%", "%d%"},
-    };
+    } cases[] = {{"%%", "%"},
+                 {"50%% done", "50% done"},
+                 {"50% done", "50% done"},
+                 {"%%%%", "%%"},
+                 {"%%%", "%%"},
+                 {"%", "%"},
+                 {"at the end %", "at the end %"},
+                 {"%n", "%n"},
+                 {"%s", "%s"},
+                 {"%hhn %lln %*.*s", "%hhn %lln %*.*s"},
+                 {"%d of %5.3f", "%d of %5.3f"},
+                 {"%%s %%n", "%s %n"},
+                 {"%%%s", "%%s"},
+                 {"%d%%", "%d%"}};
     for (const auto& entry : cases) {
         SCOPED_TRACE(entry.message);
         EXPECT_EQ(LineBehindTime({5}, entry.written), WithoutTime(WrittenLine(entry.message)));
@@ -827,10 +809,12 @@ TEST_F(ErrorLogTest, NullOrEmptyFormatRecordsAndWritesNothing) {
         for (const char* const format : {Text(nullptr), Text("")}) {
             EXPECT_THAT(log_.WriteError(Result(5), kLabel, kLine, format),
                         IsBareCode(Code::Success));
-            EXPECT_THAT(WriteErrorArg(log_, Result(5), format), IsBareCode(Code::Success));
+            EXPECT_THAT(Write(log_, &ErrorLog::WriteErrorArg, Result(5), format),
+                        IsBareCode(Code::Success));
             EXPECT_THAT(log_.WriteInfo(Result(5), kLabel, kLine, format),
                         IsBareCode(Code::Success));
-            EXPECT_THAT(WriteInfoArg(log_, Result(5), format), IsBareCode(Code::Success));
+            EXPECT_THAT(Write(log_, &ErrorLog::WriteInfoArg, Result(5), format),
+                        IsBareCode(Code::Success));
         }
     }
     EXPECT_EQ("0: ", LastError());
@@ -861,7 +845,8 @@ TEST_F(ErrorLogTest, ErrorWithoutFileIsRecordedAndSaysNotSet) {
                 IsBareCode(Code::NotSet));
     EXPECT_EQ("28: first 1", LastError());
 
-    EXPECT_THAT(WriteErrorArg(log_, Result(0x1D), "%s %d", "second", 2), IsBareCode(Code::NotSet));
+    EXPECT_THAT(Write(log_, &ErrorLog::WriteErrorArg, Result(0x1D), "%s %d", "second", 2),
+                IsBareCode(Code::NotSet));
     EXPECT_EQ("29: second 2", LastError());
 }
 
@@ -883,21 +868,23 @@ TEST_F(ErrorLogTest, ErrorThatCannotBeWrittenIsRecordedAllTheSame) {
 
 TEST_F(ErrorLogTest, InformationWithoutFileIsDropped) {
     EXPECT_THAT(log_.WriteInfo(Result(5), kLabel, kLine, "line"), IsBareCode(Code::Success));
-    EXPECT_THAT(WriteInfoArg(log_, Result(5), "line"), IsBareCode(Code::FileNotOpen));
+    EXPECT_THAT(Write(log_, &ErrorLog::WriteInfoArg, Result(5), "line"),
+                IsBareCode(Code::FileNotOpen));
 }
 
 TEST_F(ErrorLogTest, InformationThatCannotBeWrittenIsReported) {
     OpenReadOnly();
 
     EXPECT_THAT(log_.WriteInfo(Result(5), kLabel, kLine, "line"), IsBareCode(Code::ShortWrite));
-    EXPECT_THAT(WriteInfoArg(log_, Result(5), "line"), IsBareCode(Code::ShortWrite));
+    EXPECT_THAT(Write(log_, &ErrorLog::WriteInfoArg, Result(5), "line"),
+                IsBareCode(Code::ShortWrite));
 }
 
 TEST_F(ErrorLogTest, InformationIsNotAnError) {
     Open();
 
     EXPECT_THAT(log_.WriteInfo(Result(5), kLabel, kLine, "line"), IsBareCode(Code::Success));
-    EXPECT_THAT(WriteInfoArg(log_, Result(5), "line"), IsBareCode(Code::Success));
+    EXPECT_THAT(Write(log_, &ErrorLog::WriteInfoArg, Result(5), "line"), IsBareCode(Code::Success));
 
     EXPECT_EQ("0: ", LastError());
     EXPECT_THAT(log_.DumpLastError(), IsBareCode(Code::Success));
@@ -1190,27 +1177,21 @@ TEST_F(ErrorLogTest, DestructorComesFirstInTheVirtualTable) {
     auto* const log = new ErrorLog;
     ASSERT_THAT(log->Open(path_.c_str()), IsBareCode(Code::Success));
 
-    const auto destroyAndFree = reinterpret_cast<void (*)(void*)>(VirtualSlot(log, 1));
-    destroyAndFree(log);
+    CallSlot<void>(log, 1);
 
     EXPECT_TRUE(::DeleteFileA(path_.c_str())) << "the file is still open";
 }
 
 TEST_F(ErrorLogTest, OwnOpenFollowsTheInheritedSlotsInTheVirtualTable) {
-    using OpenWithMode = Result (*)(ErrorLog*, const char*, const char*, int);
-    using Close = Result (*)(ErrorLog*);
     using Write = Result (*)(ErrorLog*, const char*, ...);
-    using OpenAnew = Result (*)(ErrorLog*, const char*);
-    const auto openWithMode = reinterpret_cast<OpenWithMode>(VirtualSlot(&log_, 2));
-    const auto close = reinterpret_cast<Close>(VirtualSlot(&log_, 3));
     const auto write = reinterpret_cast<Write>(VirtualSlot(&log_, 4));
-    const auto openAnew = reinterpret_cast<OpenAnew>(VirtualSlot(&log_, 5));
+    const auto openAnew = [this] { return CallSlot<Result>(&log_, 5, path_.c_str()); };
 
-    EXPECT_THAT(openWithMode(&log_, path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(CallSlot<Result>(&log_, 2, path_.c_str(), "wb", 0), IsBareCode(Code::Success));
     EXPECT_THAT(write(&log_, "%d", 5), IsBareCode(Code::Success));
-    EXPECT_THAT(openAnew(&log_, path_.c_str()), IsBareCode(Code::AlreadyOpen));
-    EXPECT_THAT(close(&log_), IsBareCode(Code::Success));
-    EXPECT_THAT(openAnew(&log_, path_.c_str()), IsBareCode(Code::Success));
+    EXPECT_THAT(openAnew(), IsBareCode(Code::AlreadyOpen));
+    EXPECT_THAT(CallSlot<Result>(&log_, 3), IsBareCode(Code::Success));
+    EXPECT_THAT(openAnew(), IsBareCode(Code::Success));
 
     EXPECT_EQ("5\n", ReadBytes(backup_));
 }
@@ -1292,3 +1273,4 @@ TEST_F(ErrorLogTest, LastErrorsAreWholeWhileOthersReport) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -11,22 +11,12 @@
 
 #include "FailingAllocations.h"
 #include "ImportPatch.h"
+#include "SlotCalls.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
-
-using QvTests::FailingAllocations;
-using QvTests::FileExists;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::ReadBytes;
-using QvTests::TemporaryDirectory;
-using QvTests::VirtualSlot;
-using QvTests::WriteBytes;
-using QvUserLib::Code;
-using QvUserLib::Log;
-using QvUserLib::Result;
 
 // Keeps compilers from checking a format that is null or empty on purpose.
 const char* Text(const char* aText) { return aText; }
@@ -173,6 +163,14 @@ protected:
     // Opens the file, closes it again, and gives its bytes.
     std::string OpenCapped(const char* aMode, int aMaxSize) {
         EXPECT_THAT(log_.Open(path_.c_str(), aMode, aMaxSize), IsBareCode(Code::Success));
+        return CloseAndRead();
+    }
+
+    void Open(const char* aMode) {
+        ASSERT_THAT(log_.Open(path_.c_str(), aMode, 0), IsBareCode(Code::Success));
+    }
+
+    std::string CloseAndRead() {
         EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
         return ReadBytes(path_);
     }
@@ -188,7 +186,7 @@ TEST_F(LogTest, StartsClosedAndWithoutAutoFlush) {
 }
 
 TEST_F(LogTest, OpenAndCloseShowInIsOpened) {
-    EXPECT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    Open("w");
     EXPECT_TRUE(log_.IsOpened());
 
     EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
@@ -198,7 +196,7 @@ TEST_F(LogTest, OpenAndCloseShowInIsOpened) {
 TEST_F(LogTest, CloseSucceedsAlsoWhenTheDiskRefusesInTheEnd) {
     const FullDiskAtTheEnd disk;
     ASSERT_TRUE(disk.IsActive());
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     EXPECT_THAT(log_.Write("line"), IsBareCode(Code::Success));
 
     EXPECT_THAT(log_.Close(), IsBareCode(Code::Success));
@@ -249,49 +247,41 @@ TEST_F(LogTest, ModeDecidesWhetherEarlierContentStays) {
 }
 
 TEST_F(LogTest, WriteExpandsTheFormatAndEndsTheLine) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
 
     EXPECT_THAT(log_.Write("%s %d of %lu, %c%%", "step", -3, 7ul, 'x'), IsBareCode(Code::Success));
     EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("step -3 of 7, x%\nsecond\n", ReadBytes(path_));
+    EXPECT_EQ("step -3 of 7, x%\nsecond\n", CloseAndRead());
 }
 
 TEST_F(LogTest, TextModeTranslatesLineEnds) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    Open("w");
 
     EXPECT_THAT(log_.Write("one\ntwo"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("one\r\ntwo\r\n", ReadBytes(path_));
+    EXPECT_EQ("one\r\ntwo\r\n", CloseAndRead());
 }
 
 TEST_F(LogTest, TextThatExpandsToNothingIsAnEmptyLine) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
 
     EXPECT_THAT(log_.Write("%s", ""), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("\n", ReadBytes(path_));
+    EXPECT_EQ("\n", CloseAndRead());
 }
 
 TEST_F(LogTest, NullOrEmptyFormatWritesNothing) {
     EXPECT_THAT(log_.Write(Text(nullptr)), IsBareCode(Code::Success));
     EXPECT_THAT(log_.Write(Text("")), IsBareCode(Code::Success));
 
-    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    Open("w");
     EXPECT_THAT(log_.Write(Text(nullptr)), IsBareCode(Code::Success));
     EXPECT_THAT(log_.Write(Text("")), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("", ReadBytes(path_));
+    EXPECT_EQ("", CloseAndRead());
 }
 
 TEST_F(LogTest, WriteNeedsAnOpenFile) {
     EXPECT_THAT(log_.Write("line"), IsBareCode(Code::FileNotOpen));
 
-    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    Open("w");
     (void)log_.Close();  // It cannot fail.
     EXPECT_THAT(log_.Write("line"), IsBareCode(Code::FileNotOpen));
 }
@@ -300,50 +290,42 @@ TEST_F(LogTest, LineIsCutAfter511Characters) {
     for (const std::size_t length : {510, 511, 512, 600, 5000}) {
         SCOPED_TRACE(length);
         const std::string text = std::string(length - 1, 'x') + "y";
-        ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+        Open("wb");
 
         EXPECT_THAT(log_.Write("%s", text.c_str()), IsBareCode(Code::Success));
-        (void)log_.Close();  // It cannot fail.
-
-        EXPECT_EQ(text.substr(0, 511) + "\n", ReadBytes(path_));
+        EXPECT_EQ(text.substr(0, 511) + "\n", CloseAndRead());
     }
 }
 
 TEST_F(LogTest, LineOfAnyConversionIsCutAfter511Characters) {
     for (const int width : {510, 511, 512, 5000}) {
         SCOPED_TRACE(width);
-        ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+        Open("wb");
 
         EXPECT_THAT(log_.Write("%*d", width, 7), IsBareCode(Code::Success));
-        (void)log_.Close();  // It cannot fail.
-
-        EXPECT_EQ((std::string(width - 1, ' ') + "7").substr(0, 511) + "\n", ReadBytes(path_));
+        EXPECT_EQ((std::string(width - 1, ' ') + "7").substr(0, 511) + "\n", CloseAndRead());
     }
 }
 
 TEST_F(LogTest, FileThatTakesNoCharactersGivesAShortWrite) {
     WriteBytes(path_, "earlier\n");
-    ASSERT_THAT(log_.Open(path_.c_str(), "r", 0), IsBareCode(Code::Success));
+    Open("r");
 
     EXPECT_THAT(log_.Write("line"), IsBareCode(Code::ShortWrite));
     (void)log_.SetAutoFlush(true);  // What was chosen before is known.
     EXPECT_THAT(log_.Write("line"), IsBareCode(Code::ShortWrite));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("earlier\n", ReadBytes(path_));
+    EXPECT_EQ("earlier\n", CloseAndRead());
 }
 
 TEST_F(LogTest, LineFeedFollowsAShortWrite) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     {
         const FullDisk disk(/*aRoom=*/3);
         ASSERT_TRUE(disk.IsActive());
         EXPECT_THAT(log_.Write("%s", "12345"), IsBareCode(Code::ShortWrite));
         EXPECT_THAT(log_.Write("%s", "123"), IsBareCode(Code::Success));
     }
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("123\n123\n", ReadBytes(path_));
+    EXPECT_EQ("123\n123\n", CloseAndRead());
 }
 
 TEST_F(LogTest, SetAutoFlushReturnsTheEarlierChoice) {
@@ -356,7 +338,7 @@ TEST_F(LogTest, SetAutoFlushReturnsTheEarlierChoice) {
 
 TEST_F(LogTest, AutoFlushOutlastsTheFile) {
     (void)log_.SetAutoFlush(true);  // What was chosen before is known.
-    ASSERT_THAT(log_.Open(path_.c_str(), "w", 0), IsBareCode(Code::Success));
+    Open("w");
     (void)log_.Close();  // It cannot fail.
 
     EXPECT_TRUE(log_.IsAutoFlush());
@@ -364,7 +346,7 @@ TEST_F(LogTest, AutoFlushOutlastsTheFile) {
 
 TEST_F(LogTest, AutoFlushShowsEveryLineAtOnce) {
     (void)log_.SetAutoFlush(true);  // What was chosen before is known.
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
 
     EXPECT_THAT(log_.Write("one"), IsBareCode(Code::Success));
     EXPECT_EQ("one\n", ReadBytes(path_));
@@ -374,7 +356,7 @@ TEST_F(LogTest, AutoFlushShowsEveryLineAtOnce) {
 }
 
 TEST_F(LogTest, OnlyAutoFlushFlushesEveryLine) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     const FlushCounter flushes;
     ASSERT_TRUE(flushes.IsActive());
 
@@ -461,9 +443,7 @@ TEST_F(LogTest, WritingGoesOnAtTheEndOfAFileBelowTheCap) {
     ASSERT_THAT(log_.Open(path_.c_str(), "ab", 1000), IsBareCode(Code::Success));
 
     EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("earlier\nappended\n", ReadBytes(path_));
+    EXPECT_EQ("earlier\nappended\n", CloseAndRead());
 }
 
 TEST_F(LogTest, CapWorksOnOpeningOnly) {
@@ -487,9 +467,7 @@ TEST_F(LogTest, FileThatCannotBeReplacedStaysWhole) {
     ASSERT_THAT(log_.Open(path_.c_str(), "ab", 1000), IsBareCode(Code::Success));
 
     EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ(content + "appended\n", ReadBytes(path_));
+    EXPECT_EQ(content + "appended\n", CloseAndRead());
 }
 
 TEST_F(LogTest, FileStaysWholeWhenThereIsNoMemoryForItsTail) {
@@ -543,7 +521,7 @@ TEST_F(LogTest, ReadingModesOpenAFileBelowTheCap) {
 }
 
 TEST_F(LogTest, ChildProcessDoesNotKeepTheFile) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "ab", 0), IsBareCode(Code::Success));
+    Open("ab");
     const SuspendedChild child;
 
     (void)log_.Close();  // It cannot fail.
@@ -560,9 +538,7 @@ TEST_F(LogTest, CappedFileOfWhichNotAllIsTakenIsReportedAndOpen) {
         EXPECT_THAT(log_.Open(path_.c_str(), "ab", 1000), IsBareCode(Code::ShortWrite));
     }
     EXPECT_THAT(log_.Write("appended"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ(content.substr(3000, 100) + "appended\n", ReadBytes(path_));
+    EXPECT_EQ(content.substr(3000, 100) + "appended\n", CloseAndRead());
 }
 
 TEST_F(LogTest, CappedFileThatTheDiskRefusesInTheEndIsReported) {
@@ -576,7 +552,7 @@ TEST_F(LogTest, CappedFileThatTheDiskRefusesInTheEndIsReported) {
 }
 
 TEST_F(LogTest, OpeningAnotherFileClosesTheFirst) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     EXPECT_THAT(log_.Write("first"), IsBareCode(Code::Success));
     const std::string second = directory_.File("second.log");
 
@@ -590,26 +566,23 @@ TEST_F(LogTest, OpeningAnotherFileClosesTheFirst) {
 }
 
 TEST_F(LogTest, OpeningTheSameFileAgainGoesOnAfterItsLines) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "ab", 0), IsBareCode(Code::Success));
+    Open("ab");
     EXPECT_THAT(log_.Write("first"), IsBareCode(Code::Success));
 
-    EXPECT_THAT(log_.Open(path_.c_str(), "ab", 0), IsBareCode(Code::Success));
+    Open("ab");
     EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-
-    EXPECT_EQ("first\nsecond\n", ReadBytes(path_));
+    EXPECT_EQ("first\nsecond\n", CloseAndRead());
 }
 
 TEST_F(LogTest, FailedOpeningLeavesThePresentFileOpen) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     EXPECT_THAT(log_.Write("first"), IsBareCode(Code::Success));
 
     EXPECT_THAT(log_.Open(directory_.Path().c_str(), "wb", 0), IsBareCode(Code::CannotOpenFile));
 
     EXPECT_TRUE(log_.IsOpened());
     EXPECT_THAT(log_.Write("second"), IsBareCode(Code::Success));
-    (void)log_.Close();  // It cannot fail.
-    EXPECT_EQ("first\nsecond\n", ReadBytes(path_));
+    EXPECT_EQ("first\nsecond\n", CloseAndRead());
 }
 
 TEST_F(LogTest, DestructorFlushesAndClosesTheFile) {
@@ -627,30 +600,25 @@ TEST_F(LogTest, DestructorComesFirstInTheVirtualTable) {
     auto* const log = new Log;
     ASSERT_THAT(log->Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
 
-    const auto destroyAndFree = reinterpret_cast<void (*)(void*)>(VirtualSlot(log, 1));
-    destroyAndFree(log);
+    CallSlot<void>(log, 1);
 
     EXPECT_TRUE(::DeleteFileA(path_.c_str())) << "the file is still open";
 }
 
 TEST_F(LogTest, OpenCloseAndWriteFollowTheDestructorInTheVirtualTable) {
-    using Open = Result (*)(Log*, const char*, const char*, int);
-    using Close = Result (*)(Log*);
     using Write = Result (*)(Log*, const char*, ...);
-    const auto open = reinterpret_cast<Open>(VirtualSlot(&log_, 2));
-    const auto close = reinterpret_cast<Close>(VirtualSlot(&log_, 3));
     const auto write = reinterpret_cast<Write>(VirtualSlot(&log_, 4));
 
-    EXPECT_THAT(open(&log_, path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    EXPECT_THAT(CallSlot<Result>(&log_, 2, path_.c_str(), "wb", 0), IsBareCode(Code::Success));
     EXPECT_THAT(write(&log_, "%d", 5), IsBareCode(Code::Success));
-    EXPECT_THAT(close(&log_), IsBareCode(Code::Success));
+    EXPECT_THAT(CallSlot<Result>(&log_, 3), IsBareCode(Code::Success));
 
     EXPECT_FALSE(log_.IsOpened());
     EXPECT_EQ("5\n", ReadBytes(path_));
 }
 
 TEST_F(LogTest, FormatsExpandAsTheCLibraryExpandsThem) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     char expected[256];
     std::string lines;
     for (const char* const format :
@@ -667,7 +635,7 @@ TEST_F(LogTest, FormatsExpandAsTheCLibraryExpandsThem) {
 }
 
 TEST_F(LogTest, NullTextReadsAsTheCLibraryHasIt) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
 
     EXPECT_THAT(log_.Write("<%s>", Text(nullptr)), IsBareCode(Code::Success));
 
@@ -679,7 +647,7 @@ TEST_F(LogTest, NumberIsCutAsTextIs) {
     for (std::size_t length = 500; length < 514; ++length) {
         SCOPED_TRACE(length);
         const std::string text(length, 'x');
-        ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+        Open("wb");
 
         EXPECT_THAT(log_.Write("%s%d", text.c_str(), -12345), IsBareCode(Code::Success));
 
@@ -689,7 +657,7 @@ TEST_F(LogTest, NumberIsCutAsTextIs) {
 }
 
 TEST_F(LogTest, TextsOfAnyLengthAndPlaceAreWrittenWhole) {
-    ASSERT_THAT(log_.Open(path_.c_str(), "wb", 0), IsBareCode(Code::Success));
+    Open("wb");
     const std::string source(128, 'x');
     std::string lines;
     for (std::size_t start = 0; start < 17; ++start) {
@@ -705,3 +673,4 @@ TEST_F(LogTest, TextsOfAnyLengthAndPlaceAreWrittenWhole) {
 }
 
 }  // namespace
+}  // namespace QvTests

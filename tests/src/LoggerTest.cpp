@@ -18,24 +18,10 @@
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::CopyOwnFile;
-using QvTests::CopyProgramTo;
-using QvTests::FileExists;
-using QvTests::Handle;
-using QvTests::HasCode;
-using QvTests::ImportPatch;
-using QvTests::Outcome;
-using QvTests::OwnDirectory;
-using QvTests::ReadBytes;
-using QvTests::ReadLines;
-using QvTests::RunProgram;
-using QvTests::TemporaryDirectory;
-using QvTests::WriteBytes;
-using QvUserLib::Logger;
 using QvUserLib::PriorityLevel;
-using QvUserLib::Result;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
@@ -591,6 +577,15 @@ protected:
         return outcome;
     }
 
+    void ExpectUnusableLog4cxx() const {
+        EXPECT_EQ(
+            "Failed to load imports for log4cxx\n"
+            "empty\n"
+            "empty\n"
+            "not loaded\n",
+            Run({"new", "a", "new", "b", "loaded"}).out);
+    }
+
     const TemporaryDirectory directory_;
     const std::string log_ = directory_.File("messages.log");
     const std::string config_ = directory_.File("test.logcfg");
@@ -647,23 +642,13 @@ TEST_F(LoggerProbeTest, LocationThatIsTooLongIsUnknown) {
 TEST_F(LoggerProbeTest, FileThatIsNoDllMeansEmptyLoggers) {
     WriteBytes(directory_.File(MakeDllPlace()), "no DLL at all");
 
-    EXPECT_EQ(
-        "Failed to load imports for log4cxx\n"
-        "empty\n"
-        "empty\n"
-        "not loaded\n",
-        Run({"new", "a", "new", "b", "loaded"}).out);
+    ExpectUnusableLog4cxx();
 }
 
 TEST_F(LoggerProbeTest, DllWithOtherExportsMeansEmptyLoggers) {
     CopyHere("QvBaseLib64.dll", MakeDllPlace());
 
-    EXPECT_EQ(
-        "Failed to load imports for log4cxx\n"
-        "empty\n"
-        "empty\n"
-        "not loaded\n",
-        Run({"new", "a", "new", "b", "loaded"}).out);
+    ExpectUnusableLog4cxx();
 }
 
 TEST_F(LoggerProbeTest, PathStaysChangedWhenTheImportsCannotBeLoaded) {
@@ -694,10 +679,15 @@ TEST_F(LoggerProbeTest, ReferenceInPathIsExpandedForTheLoading) {
 
 // With it
 
-TEST_F(LoggerProbeTest, MissingConfigurationsMeanEmptyLoggers) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+class LoggerProbeLog4cxxTest : public LoggerProbeTest {
+protected:
+    void SetUp() override {
+        REQUIRE_LOG4CXX();
+        CopyRealLog4cxx();
+    }
+};
 
+TEST_F(LoggerProbeLog4cxxTest, MissingConfigurationsMeanEmptyLoggers) {
     EXPECT_EQ(
         "debugger: Could not determine the location of QvUserLib.\n"
         "empty\n"
@@ -705,18 +695,14 @@ TEST_F(LoggerProbeTest, MissingConfigurationsMeanEmptyLoggers) {
         Run({"new", "a", "new", "b"}).out);
 }
 
-TEST_F(LoggerProbeTest, FilesThatCannotBeSeenMeanEmptyLoggers) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, FilesThatCannotBeSeenMeanEmptyLoggers) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("debugger: Failed to set environment. returning.\nempty\n",
               Run({"hide-files", "new", "a"}).out);
 }
 
-TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSet) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, LoggersWorkThoughThePathCannotBeSet) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("ready\nPATH=" + SystemPath() + "\n",
@@ -724,9 +710,7 @@ TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSet) {
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
 }
 
-TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSetBack) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, LoggersWorkThoughThePathCannotBeSetBack) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("ready\nPATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n",
@@ -734,9 +718,7 @@ TEST_F(LoggerProbeTest, LoggersWorkThoughThePathCannotBeSetBack) {
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
 }
 
-TEST_F(LoggerProbeTest, ConfigurationThatTheCLibraryDoesNotKnowIsUsed) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, ConfigurationThatTheCLibraryDoesNotKnowIsUsed) {
     Configure(ConfigTo(log_));
     variable_.Set("");
 
@@ -747,9 +729,7 @@ TEST_F(LoggerProbeTest, ConfigurationThatTheCLibraryDoesNotKnowIsUsed) {
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
 }
 
-TEST_F(LoggerProbeTest, WideProgramKeepsEveryCharacterOfItsPath) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, WideProgramKeepsEveryCharacterOfItsPath) {
     Configure(ConfigTo(log_));
     const ProcessPath path(ProcessPath::Get().value() + L";" + kForeignDirectory);
 
@@ -764,17 +744,13 @@ TEST_F(LoggerProbeTest, WideProgramKeepsEveryCharacterOfItsPath) {
     EXPECT_EQ(before + "ready\n" + before, out);
 }
 
-TEST_F(LoggerProbeTest, Log4cxxIsFoundThoughTheHostRestrictsTheSearch) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, Log4cxxIsFoundThoughTheHostRestrictsTheSearch) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("restricted\nready\n", Run({"restrict-search", "new", "a"}).out);
 }
 
-TEST_F(LoggerProbeTest, Log4cxxOfTheHostIsNotUsed) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, Log4cxxOfTheHostIsNotUsed) {
     Configure(ConfigTo(log_));
     CopyHere("FakeLog4cxx.dll", "log4cxx.dll");
 
@@ -798,36 +774,28 @@ TEST_F(LoggerProbeTest, DamagedLog4cxxShowsNoDialog) {
               Run({"show-loading", "new", "a", "dialogs"}).out);
 }
 
-TEST_F(LoggerProbeTest, DefaultConfigurationLiesBesideTheLibrary) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, DefaultConfigurationLiesBesideTheLibrary) {
     WriteBytes(directory_.File("log4cxx\\default.logcfg"), ConfigTo(log_));
 
     EXPECT_THAT(Run({"new", "a", "log", "0", "20000", "text"}).out, EndsWith("ready\n"));
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
 }
 
-TEST_F(LoggerProbeTest, BufferedMessagesAreWrittenWhenTheProcessExits) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, BufferedMessagesAreWrittenWhenTheProcessExits) {
     Configure(BufferedConfigTo(log_));
 
     EXPECT_EQ("ready\n", Run({"new", "a", "many", "0", "500"}).out);
     EXPECT_EQ(500u, ReadLines(log_).size());
 }
 
-TEST_F(LoggerProbeTest, StaticLoggerOfTheProgramUnloadsAtExit) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, StaticLoggerOfTheProgramUnloadsAtExit) {
     Configure(BufferedConfigTo(log_));
 
     EXPECT_EQ("ready\n", Run({"static", "a"}).out);
     EXPECT_THAT(ReadLines(log_), ElementsAre("FATAL|a|static logger"));
 }
 
-TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesTheEndOfTheProcess) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, StaticLoggerOfADllSurvivesTheEndOfTheProcess) {
     CopyHere("LoggerProbeDll.dll", "LoggerProbeDll.dll");
     Configure(BufferedConfigTo(log_));
 
@@ -835,9 +803,7 @@ TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesTheEndOfTheProcess) {
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|probe.dll|dll started"));
 }
 
-TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesItsUnloading) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, StaticLoggerOfADllSurvivesItsUnloading) {
     CopyHere("LoggerProbeDll.dll", "LoggerProbeDll.dll");
     Configure(BufferedConfigTo(log_));
 
@@ -849,9 +815,7 @@ TEST_F(LoggerProbeTest, StaticLoggerOfADllSurvivesItsUnloading) {
                                              "INFO|probe.dll|dll ended", "INFO|a|probe after"));
 }
 
-TEST_F(LoggerProbeTest, Log4cxxThatIsNoLongerInItsPlaceStaysLoaded) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, Log4cxxThatIsNoLongerInItsPlaceStaysLoaded) {
     Configure(ConfigTo(log_));
     const std::string place = directory_.File("log4cxx\\x64\\Release\\log4cxx.dll");
 
@@ -860,9 +824,7 @@ TEST_F(LoggerProbeTest, Log4cxxThatIsNoLongerInItsPlaceStaysLoaded) {
     EXPECT_TRUE(::MoveFileA((place + ".old").c_str(), place.c_str()));
 }
 
-TEST_F(LoggerProbeTest, BrokenConfigurationLeavesLoggersThatAreNotEmpty) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, BrokenConfigurationLeavesLoggersThatAreNotEmpty) {
     Configure(
         "log4j.rootLogger=ALL, F\n"
         "log4j.appender.F=org.apache.log4j.rolling.RollingFileAppender\n"
@@ -874,17 +836,13 @@ TEST_F(LoggerProbeTest, BrokenConfigurationLeavesLoggersThatAreNotEmpty) {
     EXPECT_THAT(outcome.err, HasSubstr("Illegal state"));
 }
 
-TEST_F(LoggerProbeTest, DirectoryInPlaceOfAConfigurationLeavesLoggersThatAreNotEmpty) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, DirectoryInPlaceOfAConfigurationLeavesLoggersThatAreNotEmpty) {
     variable_.Set(directory_.Path());
 
     EXPECT_EQ("ready\n", Run({"new", "a"}).out);
 }
 
-TEST_F(LoggerProbeTest, UnreadableConfigurationLeavesLoggersThatAreNotEmpty) {
-    REQUIRE_LOG4CXX();
-    CopyRealLog4cxx();
+TEST_F(LoggerProbeLog4cxxTest, UnreadableConfigurationLeavesLoggersThatAreNotEmpty) {
     Configure(ConfigTo(log_));
     const Handle onlyReader(::CreateFileA(config_.c_str(), GENERIC_READ, /*dwShareMode=*/0, nullptr,
                                           OPEN_EXISTING, 0, nullptr));
@@ -1036,3 +994,4 @@ TEST_F(LoggerExceptionTest, LoggerThatOutlivesTheCountDoesNothing) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -14,14 +14,9 @@
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::HasCode;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::VirtualSlot;
-using QvUserLib::Code;
-using QvUserLib::MD5;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -136,25 +131,26 @@ TEST(MD5Test, EmptyPiecesChangeNothing) {
     EXPECT_EQ(kDigestOfAbc, HexDigest(digest));
 }
 
+void ExpectDigestsAbc(MD5& aDigest) {
+    ASSERT_THAT(aDigest.Init(), IsBareCode(Code::Success));
+    Update(aDigest, "abc");
+    aDigest.Final();
+    EXPECT_EQ(kDigestOfAbc, HexDigest(aDigest));
+}
+
 TEST(MD5Test, InitDiscardsWhatWasBegun) {
     MD5 digest;
     ASSERT_THAT(digest.Init(), HasCode(Code::Success));
     Update(digest, "something else");
-    ASSERT_THAT(digest.Init(), IsBareCode(Code::Success));
-    Update(digest, "abc");
-    digest.Final();
 
-    EXPECT_EQ(kDigestOfAbc, HexDigest(digest));
+    ExpectDigestsAbc(digest);
 }
 
 TEST(MD5Test, OneObjectDigestsOneInputAfterAnother) {
     MD5 digest;
-    for (int round = 0; round < 2; ++round) {
-        ASSERT_THAT(digest.Init(), HasCode(Code::Success));
-        Update(digest, "abc");
-        digest.Final();
-        EXPECT_EQ(kDigestOfAbc, HexDigest(digest));
-    }
+
+    ExpectDigestsAbc(digest);
+    ExpectDigestsAbc(digest);
 }
 
 TEST(MD5Test, ObjectsDigestInTurnsWithoutMeeting) {
@@ -277,3 +273,4 @@ TEST(MD5Test, KeepsTheRecordThatTheSystemFills) {
 }
 
 }  // namespace
+}  // namespace QvTests

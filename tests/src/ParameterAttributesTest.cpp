@@ -10,30 +10,13 @@
 
 #include "QvUserLib/Parameter.h"
 #include "SampleParameters.h"
+#include "SlotCalls.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::AddTo;
-using QvTests::EnumParameter;
-using QvTests::ErrorWatch;
-using QvTests::GroupParameter;
-using QvTests::IntegerParameter;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::MissingParameter;
-using QvTests::OneOfEachType;
-using QvTests::StringParameter;
-using QvTests::UntypedParameter;
-using QvTests::WatchedParameter;
-using QvUserLib::Code;
-using QvUserLib::Parameter;
-using QvUserLib::ParameterRepository;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::ElementsAre;
 
-constexpr char kMissing[] = "The specified parameter doesn't exist";
-constexpr char kReadOnly[] = "Parameter is read-only";
 constexpr char kNotEnumeration[] = "Parameter is not an enumeration type";
 constexpr char kNotString[] = "Parameter is not a string type";
 
@@ -286,21 +269,13 @@ TEST(ParameterAttributesTest, GroupTakesLaterMembersAsTheyAre) {
     EXPECT_FALSE(member->IsHidden());
 }
 
-class WatchedRepository : public ParameterRepository {
-public:
-    explicit WatchedRepository(bool& aDestroyed)
-        : ParameterRepository("Watched", 60), destroyed_(aDestroyed) {}
-    ~WatchedRepository() override { destroyed_ = true; }
-
-private:
-    bool& destroyed_;
-};
+using WatchedRepository = Watched<ParameterRepository>;
 
 TEST(ParameterAttributesTest, GroupDestroysItsMembers) {
-    bool setDestroyed = false;
+    int setDestroyed = 0;
     bool memberDestroyed = false;
     {
-        auto* const members = new WatchedRepository(setDestroyed);
+        auto* const members = new WatchedRepository(setDestroyed, "Watched", 60);
         AddTo(*members, new WatchedParameter([&] { memberDestroyed = true; }));
         UntypedParameter group;
         group.InitRepository(members);
@@ -321,19 +296,19 @@ TEST(ParameterAttributesTest, MarksReachTheMembersAlsoAfterTheTypeChanged) {
 }
 
 TEST(ParameterAttributesTest, MembersAreDestroyedAlsoAfterTheTypeChanged) {
-    bool destroyed = false;
+    int destroyed = 0;
     {
         UntypedParameter group;
-        group.InitRepository(new WatchedRepository(destroyed));
+        group.InitRepository(new WatchedRepository(destroyed, "Watched", 60));
         group.InitString("text");
     }
     EXPECT_TRUE(destroyed);
 }
 
 TEST(ParameterAttributesTest, AnotherSetOfMembersReplacesTheFirst) {
-    bool destroyed = false;
+    int destroyed = 0;
     UntypedParameter group;
-    group.InitRepository(new WatchedRepository(destroyed));
+    group.InitRepository(new WatchedRepository(destroyed, "Watched", 60));
     auto* const second = new ParameterRepository("Second", 61);
 
     group.InitRepository(second);
@@ -637,12 +612,34 @@ TEST(ParameterAttributesTest, EntriesStayWhenTheTypeChanges) {
 using Ip = std::array<unsigned char, 4>;
 using Mac = std::array<unsigned char, 6>;
 
-Result GetIp(Parameter& aParameter, Ip& aIp) {
+Result Get(Parameter& aParameter, Ip& aIp) {
     return aParameter.GetIp(aIp[0], aIp[1], aIp[2], aIp[3]);
 }
 
-Result GetMac(Parameter& aParameter, Mac& aMac) {
+Result Get(Parameter& aParameter, Mac& aMac) {
     return aParameter.GetMac(aMac[0], aMac[1], aMac[2], aMac[3], aMac[4], aMac[5]);
+}
+
+template <typename Address>
+void ExpectReadAs(const Address& aExpected, const char* aText) {
+    SCOPED_TRACE(aText);
+    StringParameter parameter(aText);
+    Address address = {};
+    EXPECT_THAT(Get(parameter, address), IsBareCode(Code::Success));
+    EXPECT_EQ(aExpected, address);
+}
+
+template <typename Address>
+void ExpectRefusedWithoutAMessage(const char* aText) {
+    SCOPED_TRACE(aText);
+    const ErrorWatch watch;
+    StringParameter parameter(aText);
+    Address before;
+    before.fill(9);
+    Address address = before;
+    EXPECT_THAT(Get(parameter, address), IsBareCode(Code::NotSupported));
+    EXPECT_EQ(before, address);
+    EXPECT_TRUE(watch.IsQuiet());
 }
 
 TEST(ParameterAttributesTest, IpIsStoredInDecimal) {
@@ -661,37 +658,21 @@ TEST(ParameterAttributesTest, IpIsReadBack) {
     ASSERT_THAT(parameter.SetIp(192, 168, 0, 1), IsBareCode(0));
     Ip ip = {};
 
-    EXPECT_THAT(GetIp(parameter, ip), IsBareCode(Code::Success));
+    EXPECT_THAT(Get(parameter, ip), IsBareCode(Code::Success));
     EXPECT_EQ((Ip{192, 168, 0, 1}), ip);
 }
 
 TEST(ParameterAttributesTest, IpIsReadInEveryNotation) {
-    struct {
-        const char* text;
-        Ip ip;
-    } const cases[] = {{"0x10.0xFF.0x0.1", {16, 255, 0, 1}},
-                       {"010.0.017.1", {8, 0, 15, 1}},
-                       {"256.257.511.-1", {0, 1, 255, 255}},
-                       {"1.2.3.4.5", {1, 2, 3, 4}},
-                       {" 1. 2. 3. 4 end", {1, 2, 3, 4}}};
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.text);
-        StringParameter parameter(each.text);
-        Ip ip = {};
-        EXPECT_THAT(GetIp(parameter, ip), IsBareCode(Code::Success));
-        EXPECT_EQ(each.ip, ip);
-    }
+    ExpectReadAs(Ip{16, 255, 0, 1}, "0x10.0xFF.0x0.1");
+    ExpectReadAs(Ip{8, 0, 15, 1}, "010.0.017.1");
+    ExpectReadAs(Ip{0, 1, 255, 255}, "256.257.511.-1");
+    ExpectReadAs(Ip{1, 2, 3, 4}, "1.2.3.4.5");
+    ExpectReadAs(Ip{1, 2, 3, 4}, " 1. 2. 3. 4 end");
 }
 
 TEST(ParameterAttributesTest, TextThatIsNoIpIsRefusedWithoutAMessage) {
     for (const char* const text : {"", "1.2.3", "1.2.3.", "1,2,3,4", "a.b.c.d", "1.2.x.4"}) {
-        SCOPED_TRACE(text);
-        const ErrorWatch watch;
-        StringParameter parameter(text);
-        Ip ip = {9, 9, 9, 9};
-        EXPECT_THAT(GetIp(parameter, ip), IsBareCode(Code::NotSupported));
-        EXPECT_EQ((Ip{9, 9, 9, 9}), ip);
-        EXPECT_TRUE(watch.IsQuiet());
+        ExpectRefusedWithoutAMessage<Ip>(text);
     }
 }
 
@@ -710,36 +691,20 @@ TEST(ParameterAttributesTest, StoredMacDoesNotReadBack) {
     ASSERT_THAT(parameter.SetMac(1, 2, 3, 4, 5, 6), IsBareCode(0));
     Mac mac = {};
 
-    EXPECT_THAT(GetMac(parameter, mac), IsBareCode(0x23));
+    EXPECT_THAT(Get(parameter, mac), IsBareCode(0x23));
     EXPECT_TRUE(watch.IsQuiet());
 }
 
 TEST(ParameterAttributesTest, MacIsReadWithHyphens) {
-    struct {
-        const char* text;
-        Mac mac;
-    } const cases[] = {{"00-1A-ff-0b-10-09", {0x00, 0x1A, 0xFF, 0x0B, 0x10, 0x09}},
-                       {"1-2-3-4-5-6-7", {1, 2, 3, 4, 5, 6}},
-                       {"100-1ff-0x20-fffffff0-0-a", {0x00, 0xFF, 0x20, 0xF0, 0, 0x0A}}};
-    for (const auto& each : cases) {
-        SCOPED_TRACE(each.text);
-        StringParameter parameter(each.text);
-        Mac mac = {};
-        EXPECT_THAT(GetMac(parameter, mac), IsBareCode(Code::Success));
-        EXPECT_EQ(each.mac, mac);
-    }
+    ExpectReadAs(Mac{0x00, 0x1A, 0xFF, 0x0B, 0x10, 0x09}, "00-1A-ff-0b-10-09");
+    ExpectReadAs(Mac{1, 2, 3, 4, 5, 6}, "1-2-3-4-5-6-7");
+    ExpectReadAs(Mac{0x00, 0xFF, 0x20, 0xF0, 0, 0x0A}, "100-1ff-0x20-fffffff0-0-a");
 }
 
 TEST(ParameterAttributesTest, TextThatIsNoMacIsRefusedWithoutAMessage) {
     for (const char* const text :
          {"", "1-2-3-4-5", "1-2-3-4-5-", "1:2:3:4:5:6", "1.2.3.4.5.6", "g-1-2-3-4-5"}) {
-        SCOPED_TRACE(text);
-        const ErrorWatch watch;
-        StringParameter parameter(text);
-        Mac mac = {9, 9, 9, 9, 9, 9};
-        EXPECT_THAT(GetMac(parameter, mac), IsBareCode(Code::NotSupported));
-        EXPECT_EQ((Mac{9, 9, 9, 9, 9, 9}), mac);
-        EXPECT_TRUE(watch.IsQuiet());
+        ExpectRefusedWithoutAMessage<Mac>(text);
     }
 }
 
@@ -750,8 +715,8 @@ TEST(ParameterAttributesTest, AddressesOfOtherTypesAreNotRead) {
     Mac mac = {};
     for (const std::size_t index : {0, 1, 2, 4, 5, 6}) {
         SCOPED_TRACE(index);
-        EXPECT_THAT(GetIp(*one.all[index], ip), IsBareCode(Code::NotSupported));
-        EXPECT_THAT(GetMac(*one.all[index], mac), IsBareCode(Code::NotSupported));
+        EXPECT_THAT(Get(*one.all[index], ip), IsBareCode(Code::NotSupported));
+        EXPECT_THAT(Get(*one.all[index], mac), IsBareCode(Code::NotSupported));
     }
     EXPECT_TRUE(watch.IsQuiet());
 }
@@ -847,3 +812,4 @@ TEST(ParameterAttributesTest, GroupCountsNewMembersAnewAfterEachOne) {
 }
 
 }  // namespace
+}  // namespace QvTests

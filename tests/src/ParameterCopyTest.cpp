@@ -17,45 +17,25 @@
 #include "QvUserLib/Parameter.h"
 #include "SampleParameters.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::AddTo;
-using QvTests::BoolParameter;
-using QvTests::DoubleParameter;
-using QvTests::EnumParameter;
-using QvTests::ErrorWatch;
-using QvTests::FailingAllocations;
-using QvTests::GroupParameter;
-using QvTests::IntegerParameter;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrorsWithoutLines;
-using QvTests::MissingParameter;
-using QvTests::OneOfEachType;
-using QvTests::StringParameter;
-using QvTests::UntypedParameter;
-using QvTests::WatchedParameter;
-using QvUserLib::Code;
-using QvUserLib::Parameter;
-using QvUserLib::ParameterRepository;
-using QvUserLib::String;
 using testing::ElementsAre;
 
-constexpr char kMissing[] = "The specified parameter doesn't exist";
-constexpr char kReadOnly[] = "Parameter is read-only";
-constexpr char kOutOfRange[] = "Value does not fit in the range";
-constexpr long long kNoInt = 4294967295LL;
+void SetNewValues(OneOfEachType& aParameters) {
+    ASSERT_THAT(aParameters.enumeration.SetInt(1), IsBareCode(0));
+    ASSERT_THAT(aParameters.real.SetDouble(1.75), IsBareCode(0));
+    ASSERT_THAT(aParameters.integer.SetInt(7), IsBareCode(0));
+    ASSERT_THAT(aParameters.string.SetString("new"), IsBareCode(0));
+    ASSERT_THAT(aParameters.boolean.SetBool(false), IsBareCode(0));
+}
 
 // SetParameter
 
 TEST(ParameterCopyTest, SetParameterTakesTheValueByType) {
     OneOfEachType from;
     OneOfEachType to;
-    ASSERT_THAT(from.enumeration.SetInt(1), IsBareCode(0));
-    ASSERT_THAT(from.real.SetDouble(1.75), IsBareCode(0));
-    ASSERT_THAT(from.integer.SetInt(7), IsBareCode(0));
-    ASSERT_THAT(from.string.SetString("new"), IsBareCode(0));
-    ASSERT_THAT(from.boolean.SetBool(false), IsBareCode(0));
+    SetNewValues(from);
     for (const std::size_t index : {0, 1, 2, 3, 4}) {
         SCOPED_TRACE(index);
         EXPECT_THAT(to.all[index]->SetParameter(from.all[index]), IsBareCode(Code::Success));
@@ -178,11 +158,7 @@ TEST(ParameterCopyTest, SetParameterLeavesTheSourceAsItIs) {
 TEST(ParameterCopyTest, AssignmentTakesTheValueByType) {
     OneOfEachType from;
     OneOfEachType to;
-    ASSERT_THAT(from.enumeration.SetInt(1), IsBareCode(0));
-    ASSERT_THAT(from.real.SetDouble(1.75), IsBareCode(0));
-    ASSERT_THAT(from.integer.SetInt(7), IsBareCode(0));
-    ASSERT_THAT(from.string.SetString("new"), IsBareCode(0));
-    ASSERT_THAT(from.boolean.SetBool(false), IsBareCode(0));
+    SetNewValues(from);
 
     for (std::size_t index = 0; index < 7; ++index) *to.all[index] = *from.all[index];
 
@@ -627,11 +603,7 @@ TEST(ParameterCopyTest, EnumerationCopyHasTheRangeOfItsEntries) {
 TEST(ParameterCopyTest, ReadOnlyCopiesHoldWhatTheirInitialisationGives) {
     OneOfEachType one;
     ASSERT_THAT(one.enumeration.SetDefaultInt(1), IsBareCode(0));
-    ASSERT_THAT(one.enumeration.SetInt(1), IsBareCode(0));
-    ASSERT_THAT(one.integer.SetInt(7), IsBareCode(0));
-    ASSERT_THAT(one.string.SetString("new"), IsBareCode(0));
-    ASSERT_THAT(one.real.SetDouble(1.75), IsBareCode(0));
-    ASSERT_THAT(one.boolean.SetBool(false), IsBareCode(0));
+    SetNewValues(one);
     for (Parameter* const parameter : one.all) {
         ASSERT_THAT(parameter->SetReadOnly(true), IsBareCode(0));
     }
@@ -646,11 +618,7 @@ TEST(ParameterCopyTest, ReadOnlyCopiesHoldWhatTheirInitialisationGives) {
 
 TEST(ParameterCopyTest, ReadOnlyCopiesTakeTheMarkAsItIs) {
     OneOfEachType one;
-    ASSERT_THAT(one.enumeration.SetInt(1), IsBareCode(0));
-    ASSERT_THAT(one.real.SetDouble(1.75), IsBareCode(0));
-    ASSERT_THAT(one.integer.SetInt(7), IsBareCode(0));
-    ASSERT_THAT(one.string.SetString("new"), IsBareCode(0));
-    ASSERT_THAT(one.boolean.SetBool(false), IsBareCode(0));
+    SetNewValues(one);
     for (const std::size_t index : {0, 1, 2, 3, 4}) {
         SCOPED_TRACE(index);
         ASSERT_THAT(one.all[index]->SetReadOnly(true), IsBareCode(0));
@@ -835,3 +803,4 @@ TEST(ParameterCopyTest, DefaultOutsideTheEntriesIsNotCopied) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -20,29 +20,9 @@
 #include "SlotCalls.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::AddTo;
-using QvTests::AllocationCounter;
-using QvTests::BoolParameter;
-using QvTests::CallSlot;
-using QvTests::DoubleParameter;
-using QvTests::EnumParameter;
-using QvTests::ErrorWatch;
-using QvTests::FailingAllocations;
-using QvTests::GroupParameter;
-using QvTests::IntegerParameter;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrors;
-using QvTests::StringParameter;
-using QvTests::UntypedParameter;
-using QvTests::WatchedParameter;
-using QvUserLib::Code;
-using QvUserLib::Parameter;
-using QvUserLib::ParameterRepository;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
@@ -946,22 +926,14 @@ TEST_F(DerivedRepositoryTest, RemovalsStandInTheLastSlots) {
                 ElementsAre("RemoveByID", "HasByID", "RemoveByName", "HasByName"));
 }
 
-class WatchedRepository : public ParameterRepository {
-public:
-    explicit WatchedRepository(bool& aDestroyed)
-        : ParameterRepository("Watched", 60), destroyed_(aDestroyed) {}
-    ~WatchedRepository() override { destroyed_ = true; }
-
-private:
-    bool& destroyed_;
-};
-
 TEST(ParameterRepositoryTableTest, DestructorIsTheFirstVirtualFunction) {
-    bool destroyed = false;
+    int destroyed = 0;
 
-    CallSlot<void>(static_cast<ParameterRepository*>(new WatchedRepository(destroyed)), 1);
+    CallSlot<void>(static_cast<ParameterRepository*>(
+                       new Watched<ParameterRepository>(destroyed, "Watched", 60)),
+                   1);
 
-    EXPECT_TRUE(destroyed);
+    EXPECT_EQ(1, destroyed);
 }
 
 // The fixed binary interface: a pointer to the virtual table, then the fields in this order.
@@ -1019,8 +991,6 @@ TEST_F(ParameterRepositoryTest, LookUpByNameTakesNoMemory) {
 
 // Names in other code pages
 
-using QvTests::CodePageTest;
-
 TEST_P(CodePageTest, NameIsFoundInBothForms) {
     ParameterRepository repository("Settings", 5);
     AddTo(repository, new IntegerParameter(0, 0, 10, "Plain", 1));
@@ -1067,7 +1037,8 @@ TEST_P(CodePageTest, NameThatChangesInUtf16IsFoundAsTheParameterHoldsIt) {
     EXPECT_THAT(repository.RemoveByName(parameter->GetName()), IsBareCode(Code::Success));
 }
 
-INSTANTIATE_TEST_SUITE_P(ParameterRepositoryTest, CodePageTest,
-                         testing::ValuesIn(QvTests::kSampleCodePages), QvTests::NameOfCodePage);
+INSTANTIATE_TEST_SUITE_P(ParameterRepositoryTest, CodePageTest, testing::ValuesIn(kSampleCodePages),
+                         NameOfCodePage);
 
 }  // namespace
+}  // namespace QvTests

@@ -16,36 +16,12 @@
 #include "SampleParameters.h"
 #include "SlotCalls.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::BoolParameter;
-using QvTests::CallSlot;
-using QvTests::DoubleParameter;
-using QvTests::EnumParameter;
-using QvTests::ErrorWatch;
-using QvTests::GroupParameter;
-using QvTests::HasCode;
-using QvTests::IntegerParameter;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrors;
-using QvTests::LoggedErrorsWithoutLines;
-using QvTests::MissingParameter;
-using QvTests::OneOfEachType;
-using QvTests::StringParameter;
-using QvTests::UntypedParameter;
-using QvTests::WatchedParameter;
-using QvUserLib::Code;
-using QvUserLib::Parameter;
-using QvUserLib::Result;
-using QvUserLib::String;
 using testing::ElementsAre;
 
-constexpr char kMissing[] = "The specified parameter doesn't exist";
-constexpr char kReadOnly[] = "Parameter is read-only";
 constexpr char kNotInteger[] = "Parameter is not an integer type";
-constexpr char kOutOfRange[] = "Value does not fit in the range";
-constexpr long long kNoInt = 4294967295LL;
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Whether the parameter's type code is among these digits.
@@ -825,8 +801,8 @@ TEST(ParameterTest, BooleanDefaultKeepsTheDefaultText) {
 
     ASSERT_THAT(parameter.SetDefaultBool(false), IsBareCode(0));
 
-    EXPECT_EQ(0, parameter.GetDefaultInt());
     EXPECT_EQ(String("TRUE"), parameter.GetDefaultString());
+    EXPECT_EQ(0, parameter.GetDefaultInt());
     ASSERT_THAT(parameter.SetDefaultBool(true), IsBareCode(0));
     EXPECT_EQ(1, parameter.GetDefaultInt());
 }
@@ -1357,3 +1333,4 @@ INSTANTIATE_TEST_SUITE_P(ParameterTest, RefusedChangeTest, testing::ValuesIn(kCh
                          [](const auto& aInfo) { return std::string(aInfo.param.name); });
 
 }  // namespace
+}  // namespace QvTests

@@ -16,14 +16,8 @@
 #include "SlotCalls.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
-
-using QvTests::CallSlot;
-using QvTests::Event;
-using QvUserLib::Gate;
-using QvUserLib::GateGuard;
-using QvUserLib::Progress;
-using QvUserLib::String;
 
 // How long an operation that must wait is watched.
 constexpr std::chrono::milliseconds kWatch(50);
@@ -161,19 +155,13 @@ TEST_F(ProgressTest, SmallerTotalLeavesTheStepsDone) {
     EXPECT_EQ(5u, progress_.GetStepCompleted());
 }
 
-TEST_F(ProgressTest, StepsBeyondASmallerTotalAreCutWhenTheyAreSetNext) {
+TEST_F(ProgressTest, StepsBeyondASmallerTotalAreCutByTheNextChange) {
     SetSteps(5, 2);
-
     progress_.SetStepCompleted(5);
-
     EXPECT_EQ(2u, progress_.GetStepCompleted());
-}
 
-TEST_F(ProgressTest, StepsBeyondASmallerTotalAreCutByTheNextIncrement) {
     SetSteps(5, 2);
-
     progress_.StepIncrement();
-
     EXPECT_EQ(2u, progress_.GetStepCompleted());
 }
 
@@ -339,32 +327,7 @@ TEST_F(ProgressTest, IsNotCopied) {
     EXPECT_FALSE(std::is_copy_assignable<Progress>::value);
 }
 
-class CountedProgress : public Progress {
-public:
-    explicit CountedProgress(int& aDestroyed) : destroyed_(aDestroyed) {}
-    ~CountedProgress() override { ++destroyed_; }
-
-private:
-    int& destroyed_;
-};
-
-TEST_F(ProgressTest, DestructorComesFirstInTheVirtualTable) {
-    int destroyed = 0;
-    auto* const progress = new CountedProgress(destroyed);
-
-    CallSlot<void>(progress, 1);
-
-    EXPECT_EQ(1, destroyed);
-}
-
-TEST_F(ProgressTest, DeletionThroughTheBaseDestroysTheDerivedObject) {
-    int destroyed = 0;
-    Progress* const progress = new CountedProgress(destroyed);
-
-    delete progress;
-
-    EXPECT_EQ(1, destroyed);
-}
+TEST_F(ProgressTest, DestructorIsVirtualAndFirst) { ExpectDestructorIsVirtualAndFirst<Progress>(); }
 
 TEST_F(ProgressTest, HoldsTheLockTheStatusAndThreeCounters) {
     constexpr std::size_t kPointer = sizeof(void*);
@@ -373,3 +336,4 @@ TEST_F(ProgressTest, HoldsTheLockTheStatusAndThreeCounters) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -7,30 +7,12 @@
 #include <memory>
 #include <string>
 
+#include "KernelObjects.h"
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
-
-using QvTests::VirtualSlot;
-using QvUserLib::SingleInstance;
-
-// A kernel object's handle, closed in the end.
-class Handle {
-public:
-    explicit Handle(HANDLE aHandle) : handle_(aHandle) {}
-    ~Handle() {
-        if (handle_ != nullptr) ::CloseHandle(handle_);
-    }
-
-    Handle(const Handle&) = delete;
-    Handle& operator=(const Handle&) = delete;
-
-    HANDLE Get() const { return handle_; }
-
-private:
-    HANDLE handle_;
-};
 
 // The probe program, run with some arguments.
 class Probe {
@@ -191,3 +173,4 @@ TEST_F(SingleInstanceTest, KeepsAHandleAndTheErrorOfItsCreation) {
 }
 
 }  // namespace
+}  // namespace QvTests

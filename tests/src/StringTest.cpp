@@ -17,10 +17,8 @@
 #include "TestSupport.h"
 #include "WindowsApi.h"
 
+namespace QvTests {
 namespace {
-
-using QvTests::VirtualSlot;
-using QvUserLib::String;
 
 constexpr unsigned long kNone = 0;
 constexpr unsigned long kAscii = 1;
@@ -367,8 +365,8 @@ int WINAPI NoteToAnsi(UINT aCodePage, DWORD aFlags, const wchar_t* aText, int aL
 }
 
 TEST(StringTest, ConversionReadsNothingBehindTheText) {
-    const QvTests::ImportPatch toWide("MultiByteToWideChar", &NoteToWide);
-    const QvTests::ImportPatch toAnsi("WideCharToMultiByte", &NoteToAnsi);
+    const ImportPatch toWide("MultiByteToWideChar", &NoteToWide);
+    const ImportPatch toAnsi("WideCharToMultiByte", &NoteToAnsi);
     std::string text = LongText(5000);
     text[0] = '\xE4';  // The library converts pure ASCII without the system.
     theLongestSource = 0;
@@ -653,7 +651,7 @@ errno_t GetGrowingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSize,
 
 TEST(StringTest, ExpansionTakesAValueThatGrowsMeanwhile) {
     const EnvironmentVariable variable("QV_STRING_TEST_A", "short");
-    const QvTests::ImportPatch patch("getenv_s", &GetGrowingVariable);
+    const ImportPatch patch("getenv_s", &GetGrowingVariable);
     ASSERT_TRUE(patch.IsActive());
 
     EXPECT_EQ(LongText(100), String("%QV_STRING_TEST_A%").ExpandEnvironmentVariables());
@@ -667,7 +665,7 @@ errno_t GetEmptyVariable(std::size_t* aSize, char* aOut, std::size_t, const char
 }
 
 TEST(StringTest, ExpansionTakesAnEmptyValue) {
-    const QvTests::ImportPatch patch("getenv_s", &GetEmptyVariable);
+    const ImportPatch patch("getenv_s", &GetEmptyVariable);
     ASSERT_TRUE(patch.IsActive());
 
     EXPECT_EQ("<>", String("<%QV_STRING_TEST_A%>").ExpandEnvironmentVariables());
@@ -685,7 +683,7 @@ errno_t GetVanishingVariable(std::size_t* aSize, char* aOut, std::size_t aOutSiz
 
 TEST(StringTest, ExpansionLeavesAVariableThatVanishesMeanwhile) {
     const EnvironmentVariable variable("QV_STRING_TEST_A", "value");
-    const QvTests::ImportPatch patch("getenv_s", &GetVanishingVariable);
+    const ImportPatch patch("getenv_s", &GetVanishingVariable);
     ASSERT_TRUE(patch.IsActive());
 
     EXPECT_EQ("%QV_STRING_TEST_A%", String("%QV_STRING_TEST_A%").ExpandEnvironmentVariables());
@@ -769,7 +767,7 @@ int WINAPI EndWithTwoZeros(UINT, DWORD, const char*, int, wchar_t* aOut, int) {
 }
 
 TEST(StringTest, ConversionEndsAtTheFirstZeroOfItsResult) {
-    const QvTests::ImportPatch toWide("MultiByteToWideChar", &EndWithTwoZeros);
+    const ImportPatch toWide("MultiByteToWideChar", &EndWithTwoZeros);
     const String text("ab\x81");
 
     EXPECT_STREQ(L"ab", text.GetUnicode());
@@ -778,8 +776,6 @@ TEST(StringTest, ConversionEndsAtTheFirstZeroOfItsResult) {
 }
 
 // Other code pages
-
-using QvTests::CodePageTest;
 
 // A text that is much too long for a conversion. It begins with some characters of one unit.
 template <typename Text>
@@ -843,9 +839,9 @@ TEST_P(CodePageTest, LongUnicodeFormEndsWithAWholeCharacter) {
 
         const std::wstring units = String(whole.c_str()).GetUnicode();
 
+        EXPECT_TRUE(units == ToWide(page.number, whole).substr(0, units.size()));
         EXPECT_GE(kMaxConverted, units.size());
         EXPECT_LE(kMaxConverted - 1, units.size());
-        EXPECT_TRUE(units == ToWide(page.number, whole).substr(0, units.size()));
         EXPECT_FALSE(IS_HIGH_SURROGATE(units.back()));
     }
 }
@@ -880,7 +876,8 @@ TEST_P(CodePageTest, IncompleteCharacterBehindALongTextIsCut) {
     EXPECT_TRUE(std::wstring(kMaxConverted, L'x') == String(text.c_str()).GetUnicode());
 }
 
-INSTANTIATE_TEST_SUITE_P(StringTest, CodePageTest, testing::ValuesIn(QvTests::kSampleCodePages),
-                         QvTests::NameOfCodePage);
+INSTANTIATE_TEST_SUITE_P(StringTest, CodePageTest, testing::ValuesIn(kSampleCodePages),
+                         NameOfCodePage);
 
 }  // namespace
+}  // namespace QvTests

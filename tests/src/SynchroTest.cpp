@@ -20,19 +20,9 @@
 #include "SlotCalls.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::CallSlot;
-using QvTests::ErrorWatch;
-using QvTests::Handle;
-using QvTests::HandleLedger;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrors;
-using QvUserLib::Code;
-using QvUserLib::Result;
-using QvUserLib::Synchro;
 using testing::ElementsAre;
 
 constexpr char kNoHandle[] =
@@ -354,3 +344,4 @@ TEST(SynchroTest, DerivedClassMayReplaceTheWaits) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -17,10 +17,9 @@
 
 #include <shlobj.h>
 
+namespace QvTests {
 namespace {
 
-using QvTests::FileExists;
-using QvTests::ImportPatch;
 using QvUserLib::GetDateTime;
 using QvUserLib::GetNumberOfCPU;
 using QvUserLib::GetPath;
@@ -294,3 +293,4 @@ TEST(GetNumberOfCPUTest, IsTheSystemsNumberOfProcessors) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -28,22 +28,9 @@
 #include "SlotCalls.h"
 #include "TestSupport.h"
 
+namespace QvTests {
 namespace {
 
-using QvTests::AllocationCounter;
-using QvTests::CallSlot;
-using QvTests::ErrorWatch;
-using QvTests::Event;
-using QvTests::Handle;
-using QvTests::HandleLedger;
-using QvTests::ImportPatch;
-using QvTests::IsBareCode;
-using QvTests::LastErrorText;
-using QvTests::LoggedErrors;
-using QvUserLib::Code;
-using QvUserLib::Result;
-using QvUserLib::Synchro;
-using QvUserLib::Thread;
 using testing::ElementsAre;
 
 constexpr unsigned int kUnknownLevel = 9;
@@ -276,7 +263,7 @@ TEST(ThreadTest, IdentifierIsRightFromTheFirstStatementOfTheWork) {
     EXPECT_EQ(worksId, worker.GetThreadID());
 }
 
-TEST(ThreadTest, WorkThatThrowsAtOnceHasItsExitCodeWhateverTheRuntimeReports) {
+TEST(ThreadTest, WorkThatThrowsAtOnceHasItsExitCode) {
     const LateRuntime runtime;
     ASSERT_TRUE(runtime.IsActive());
     Worker worker([](Worker&) -> Result { throw 1; });
@@ -683,28 +670,27 @@ TEST(ThreadTest, ExitCodeIsNotToBeHadFromWorkDoneWithoutAThread) {
     EXPECT_EQ("Thread is still running!", LastErrorText());
 }
 
+void ExpectNoExitCode(const Worker& aWorker, const char* aMessage) {
+    EXPECT_THAT(aWorker.GetExitCode(), IsBareCode(Code::NotAllowed));
+    EXPECT_EQ(aMessage, LastErrorText());
+}
+
 TEST(ThreadTest, ExitCodeAsksWhetherItIsRunningThroughTheVirtualQuestion) {
-    class EverRunning : public Worker {
-    public:
+    struct EverRunning : Worker {
         EverRunning() : Worker(&Succeed) {}
         bool IsRunning() const override { return true; }
     };
-    const EverRunning worker;
 
-    EXPECT_THAT(worker.GetExitCode(), IsBareCode(Code::NotAllowed));
-    EXPECT_EQ("Thread is still running!", LastErrorText());
+    ExpectNoExitCode(EverRunning(), "Thread is still running!");
 }
 
 TEST(ThreadTest, ExitCodeGoesByTheRecordedIdentifierWhateverTheVirtualOneSays) {
-    class Identified : public Worker {
-    public:
+    struct Identified : Worker {
         Identified() : Worker(&Succeed) {}
         unsigned long GetThreadID() const override { return 7; }
     };
-    const Identified worker;
 
-    EXPECT_THAT(worker.GetExitCode(), IsBareCode(Code::NotAllowed));
-    EXPECT_EQ("Could not obtain thread exit code!", LastErrorText());
+    ExpectNoExitCode(Identified(), "Could not obtain thread exit code!");
 }
 
 TEST(ThreadTest, ExitCodeOfAHandleThatIsNoThreadIsNotToBeHad) {
@@ -1228,3 +1214,4 @@ TEST(ThreadTest, OperationsFollowTheDestructorInTheVirtualTable) {
 }
 
 }  // namespace
+}  // namespace QvTests

@@ -103,11 +103,11 @@ private:
 
     inline static FakeSetupApi* active_ = nullptr;
 
-    ULONG_PTR lastSet_ = 0;
     ImportPatch open_{"SetupDiGetClassDevsA", &Open};
     ImportPatch enumerate_{"SetupDiEnumDeviceInterfaces", &Enumerate};
     ImportPatch getDetail_{"SetupDiGetDeviceInterfaceDetailA", &GetDetail};
     ImportPatch destroy_{"SetupDiDestroyDeviceInfoList", &Destroy};
+    ULONG_PTR lastSet_ = 0;
 };
 
 }  // namespace QvTests

@@ -27,6 +27,12 @@ inline void PrintTo(const String& aText, std::ostream* aOut) {
 
 namespace QvTests {
 
+/// The messages of the most common failures, and the integer of a parameter that has none.
+inline constexpr char kMissing[] = "The specified parameter doesn't exist";
+inline constexpr char kReadOnly[] = "Parameter is read-only";
+inline constexpr char kOutOfRange[] = "Value does not fit in the range";
+inline constexpr long long kNoInt = 4294967295LL;
+
 class IntegerParameter : public QvUserLib::Parameter {
 public:
     IntegerParameter(long long aValue, long long aMin, long long aMax, const char* aName = "Gain",

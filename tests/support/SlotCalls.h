@@ -24,6 +24,34 @@ Return CallSlot(void* aObject, std::size_t aNumber, Arguments... aArguments) {
     return reinterpret_cast<Function>(VirtualSlot(aObject, aNumber))(aObject, aArguments...);
 }
 
+/// An object of a derived class that counts its destructions.
+template <typename Base>
+class Watched : public Base {
+public:
+    template <typename... Arguments>
+    explicit Watched(int& aDestroyed, const Arguments&... aArguments)
+        : Base(aArguments...), destroyed_(aDestroyed) {}
+    Watched(const Watched&) = delete;
+    Watched& operator=(const Watched&) = delete;
+    ~Watched() override { ++destroyed_; }
+
+private:
+    int& destroyed_;
+};
+
+/// Checks that the destructor is the first virtual function, and that a deletion through the base
+/// class destroys the derived object.
+template <typename Base>
+void ExpectDestructorIsVirtualAndFirst() {
+    int destroyed = 0;
+    CallSlot<void>(static_cast<Base*>(new Watched<Base>(destroyed)), 1);
+    EXPECT_EQ(1, destroyed);
+
+    Base* const object = new Watched<Base>(destroyed);
+    delete object;
+    EXPECT_EQ(2, destroyed);
+}
+
 }  // namespace QvTests
 
 #endif

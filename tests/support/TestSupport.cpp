@@ -11,7 +11,9 @@
 
 namespace QvTests {
 
-TemporaryDirectory::TemporaryDirectory() {
+namespace {
+
+std::string MakeTemporaryDirectory() {
     char folder[MAX_PATH] = {};
     char name[MAX_PATH] = {};
     ::GetTempPathA(MAX_PATH, folder);
@@ -19,8 +21,12 @@ TemporaryDirectory::TemporaryDirectory() {
     ::GetTempFileNameA(folder, "qvt", 0, name);
     ::DeleteFileA(name);
     if (!::CreateDirectoryA(name, nullptr)) ADD_FAILURE() << "cannot make " << name;
-    path_ = name;
+    return name;
 }
+
+}  // namespace
+
+TemporaryDirectory::TemporaryDirectory() : path_(MakeTemporaryDirectory()) {}
 
 TemporaryDirectory::~TemporaryDirectory() {
     WIN32_FIND_DATAA entry;

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "LibraryNames.h"
 #include "QvUserLib/BaseTypes.h"
 #include "QvUserLib/ErrorLog.h"
 #include "QvUserLib/String.h"
@@ -66,13 +67,12 @@ public:
     ~TemporaryDirectory();
 
     TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
 
     const std::string& Path() const { return path_; }
     std::string File(const std::string& aName) const { return path_ + "\\" + aName; }
 
 private:
-    std::string path_;
+    const std::string path_;
 };
 
 /// The exact bytes of a file; fails the test when there is none.

@@ -14,16 +14,10 @@ namespace {
 using QvPathEntry::WithEntry;
 using QvPathEntry::WithoutEntry;
 
-TEST(PathListTest, EntryIsAddedAtTheEnd) {
+TEST(PathListTest, EntryIsAddedAtTheEndBehindOneSeparator) {
     EXPECT_EQ(L"C:\\a;%SystemRoot%;C:\\q\\bin", WithEntry(L"C:\\a;%SystemRoot%", L"C:\\q\\bin"));
-}
-
-TEST(PathListTest, EmptyListGetsTheEntryAlone) {
-    EXPECT_EQ(L"C:\\q\\bin", WithEntry(L"", L"C:\\q\\bin"));
-}
-
-TEST(PathListTest, ListThatEndsWithASeparatorGetsNoSecondOne) {
     EXPECT_EQ(L"C:\\a;C:\\q\\bin", WithEntry(L"C:\\a;", L"C:\\q\\bin"));
+    EXPECT_EQ(L"C:\\q\\bin", WithEntry(L"", L"C:\\q\\bin"));
 }
 
 TEST(PathListTest, EntryThatIsThereInAnotherSpellingIsNotAddedAgain) {
