@@ -66,7 +66,7 @@ void RunOnEightThreads(Work aWork) {
     std::vector<std::thread> threads;
     for (int i = 0; i < kThreads; ++i) {
         threads.emplace_back([&] {
-            // All start together: the work is over faster than a thread is made.
+            // All start together, because the work takes less time than the start of a thread.
             --waiting;
             while (waiting > 0) std::this_thread::yield();
             aWork();

@@ -130,7 +130,7 @@ TEST_F(SampleParametersTest, DriverRefusesAllRecordsForOneOutOfRange) {
     EXPECT_EQ(0, DriversInt(QV_SAMPLE_ID_MARKER));
 }
 
-TEST_F(SampleParametersTest, FailedApplyClearsTheMarksAndRefreshTellsTheTruth) {
+TEST_F(SampleParametersTest, FailedApplyClearsTheMarksAndRefreshReadsTheDriversValues) {
     ASSERT_THAT(Get(QV_SAMPLE_ID_TEMPERATURE)->ChangeInt(99), HasCode(Code::Success));
     ASSERT_EQ(1U, parameters_.GetChangeCount());
 

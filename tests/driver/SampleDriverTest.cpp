@@ -202,7 +202,7 @@ TEST_F(SampleDriverTest, RequestCompletesSomeReadsOfOthersAndLeavesTheRestToTheD
     EXPECT_THAT(readers.Statuses(), testing::Each(kSuccess));
 }
 
-TEST_F(SampleDriverTest, ReadsCompleteInOrderOnWhicheverThread) {
+TEST_F(SampleDriverTest, ReadsCompleteInOrderOnAnyThread) {
     Readers readers(1000);
     ASSERT_EQ(kSuccess, Set(QV_SAMPLE_ID_FAULT_HOLD, 1));
     for (int i = 0; i < 100; ++i) readers.SendNext();

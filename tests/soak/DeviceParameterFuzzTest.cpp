@@ -24,7 +24,7 @@ namespace {
 
 using testing::AnyOf;
 
-// The block at work, for whoever has to look into a crash.
+// The current block, to find it after a crash.
 struct {
     unsigned long seed;
     unsigned long number;

@@ -168,11 +168,11 @@ TEST_F(ErrorLogLoadTest, MemoryHoldsTheLastErrorsInOrder) {
 
 // Files and disks that refuse
 
-// How the log copes: it says so, and keeps the errors in memory.
+// The log reports the failure, and keeps the errors in memory.
 class RefusedLogTest : public testing::Test {
 protected:
     void ExpectErrorsAreKept() {
-        (void)Report(log_, 1, 2);  // Whether the file takes it is another matter.
+        (void)Report(log_, 1, 2);  // The write may fail.
         String text;
         EXPECT_THAT(log_.GetLastError(text), IsBareCode(CodeOf(1, 2)));
         EXPECT_EQ(Message(1, 2), text.GetAscii());
@@ -213,7 +213,7 @@ TEST_F(RefusedLogTest, PathBeyondTheSystemsLimitIsRefused) {
     ExpectOpenIsRefused(directory_.File(std::string(5000, 'e')));
 }
 
-TEST_F(RefusedLogTest, FileThatAnotherHoldsForItselfIsLeftAsItIs) {
+TEST_F(RefusedLogTest, FileThatAnotherHasLockedIsLeftAsItIs) {
     WriteBytes(path_, "earlier\n");
     Handle holder(::CreateFileA(path_.c_str(), GENERIC_READ | GENERIC_WRITE, /*dwShareMode=*/0,
                                 nullptr, OPEN_EXISTING, 0, nullptr));
@@ -266,7 +266,7 @@ TEST_F(RefusedLogTest, BackupThatCannotBeReplacedStaysAndTheLogStartsAnew) {
     EXPECT_EQ(2u, ReadLines(path_).size());
 }
 
-TEST_F(RefusedLogTest, LogStartsAnewThoughAnotherHoldsTheBackup) {
+TEST_F(RefusedLogTest, LogStartsAnewAlthoughAnotherHoldsTheBackup) {
     WriteBytes(path_, "earlier\n");
     const Handle holder(::CreateFileA((path_ + ".bak").c_str(), GENERIC_READ | GENERIC_WRITE,
                                       /*dwShareMode=*/0, nullptr, CREATE_NEW, 0, nullptr));

@@ -106,7 +106,7 @@ TEST_F(TwoProcessesTest, OneClosesWhileTheOtherStreams) {
 
 class TwoProcessesLoopBackTest : public SampleLoopBackTest {};
 
-// The reads of the dead take nothing from those of the living.
+// The reads of the ended process take no packets from the others.
 TEST_F(TwoProcessesLoopBackTest, OneIsKilledWithRequestsPending) {
     char received[16] = {};
     unsigned long size = 0;

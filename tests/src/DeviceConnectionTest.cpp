@@ -692,7 +692,7 @@ TEST(AnsweringConnectionTest, WaitedControlGoesThroughTheOverriddenRawForm) {
     char output[8];
     DeviceConnection& base = connection;
 
-    // No device is open: that is the raw form's affair.
+    // No device is open: the raw form checks that.
     EXPECT_THAT(base.IoControl(0x222008, input, 4, output, 8, 0UL), IsBareCode(Code::Success));
 
     EXPECT_EQ(1, connection.calls);
@@ -1022,7 +1022,7 @@ BOOL WINAPI FailingTransfer(HANDLE, void*, DWORD, DWORD*, OVERLAPPED*) {
     return FALSE;
 }
 
-TEST_F(PipeConnectionTest, PendingIsToldByTheLowBitsOfTheError) {
+TEST_F(PipeConnectionTest, LowBitsOfTheErrorTellWhetherItIsPending) {
     const ImportPatch read("ReadFile", &FailingTransfer<0x1003E5>);
     const ImportPatch write("WriteFile", &FailingTransfer<0x1003E5>);
 

@@ -417,7 +417,7 @@ private:
 class ReleasedHandleTest : public DeviceRequestQueueTest,
                            public testing::WithParamInterface<bool> {};
 
-TEST_P(ReleasedHandleTest, DestructionWaitsThoughTheHandleWasReleased) {
+TEST_P(ReleasedHandleTest, DestructionWaitsAlthoughTheHandleWasReleased) {
     std::unique_ptr<DeviceRequestQueue> queue = NewQueue(4);
     ASSERT_THAT(Read(*queue, 0), IsBareCode(Code::Pending));
     ASSERT_THAT(Read(*queue, 1), IsBareCode(Code::Pending));

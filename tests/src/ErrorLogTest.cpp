@@ -858,7 +858,7 @@ TEST_F(ErrorLogTest, ErrorWithFileIsRecordedWithItsMessageOnly) {
     EXPECT_EQ("28: message", LastError());
 }
 
-TEST_F(ErrorLogTest, ErrorThatCannotBeWrittenIsRecordedAllTheSame) {
+TEST_F(ErrorLogTest, ErrorThatCannotBeWrittenIsStillRecorded) {
     OpenReadOnly();
 
     EXPECT_THAT(Report(0x1C, "message"), IsBareCode(Code::ShortWrite));
@@ -930,7 +930,7 @@ TEST_F(ErrorLogTest, LastErrorPassesOverPropagationMarks) {
     EXPECT_EQ("2: error 2", LastError());
 }
 
-TEST_F(ErrorLogTest, OldestPropagationMarkIsTheAnswerWhenThereIsNothingElse) {
+TEST_F(ErrorLogTest, OldestPropagationMarkIsReturnedWhenThereIsNothingElse) {
     Worker other;
     other.Run([this] { ReportRange(10, 11); });
     (void)Report(3, kPropagation);  // No file is open.

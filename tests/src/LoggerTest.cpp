@@ -702,7 +702,7 @@ TEST_F(LoggerProbeLog4cxxTest, FilesThatCannotBeSeenMeanEmptyLoggers) {
               Run({"hide-files", "new", "a"}).out);
 }
 
-TEST_F(LoggerProbeLog4cxxTest, LoggersWorkThoughThePathCannotBeSet) {
+TEST_F(LoggerProbeLog4cxxTest, LoggersWorkAlthoughThePathCannotBeSet) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("ready\nPATH=" + SystemPath() + "\n",
@@ -710,7 +710,7 @@ TEST_F(LoggerProbeLog4cxxTest, LoggersWorkThoughThePathCannotBeSet) {
     EXPECT_THAT(ReadLines(log_), ElementsAre("INFO|a|probe text"));
 }
 
-TEST_F(LoggerProbeLog4cxxTest, LoggersWorkThoughThePathCannotBeSetBack) {
+TEST_F(LoggerProbeLog4cxxTest, LoggersWorkAlthoughThePathCannotBeRestored) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("ready\nPATH=" + directory_.File("log4cxx\\x64\\Release") + ";" + SystemPath() + "\n",
@@ -744,7 +744,7 @@ TEST_F(LoggerProbeLog4cxxTest, WideProgramKeepsEveryCharacterOfItsPath) {
     EXPECT_EQ(before + "ready\n" + before, out);
 }
 
-TEST_F(LoggerProbeLog4cxxTest, Log4cxxIsFoundThoughTheHostRestrictsTheSearch) {
+TEST_F(LoggerProbeLog4cxxTest, Log4cxxIsFoundAlthoughTheHostRestrictsTheSearch) {
     Configure(ConfigTo(log_));
 
     EXPECT_EQ("restricted\nready\n", Run({"restrict-search", "new", "a"}).out);

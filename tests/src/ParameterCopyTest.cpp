@@ -124,7 +124,7 @@ TEST(ParameterCopyTest, SetParameterCopiesNothingToGroupsAndUntypedOnes) {
     EXPECT_TRUE(watch.IsQuiet());
 }
 
-TEST(ParameterCopyTest, SetParameterOfReadOnlyOnesIsRefusedWhateverTheType) {
+TEST(ParameterCopyTest, SetParameterOfReadOnlyOnesIsRefusedForEveryType) {
     OneOfEachType one;
     for (Parameter* const parameter : one.all) {
         SCOPED_TRACE(parameter->GetName().GetAscii());
@@ -516,7 +516,7 @@ TEST(ParameterCopyTest, ValueThatTheCopyRefusesLeavesTheMovedMark) {
     EXPECT_EQ(kOutOfRange, LastErrorText());
 }
 
-TEST(ParameterCopyTest, DoubleOutsideItsRangeIsCopiedAllTheSame) {
+TEST(ParameterCopyTest, DoubleOutsideItsRangeIsStillCopied) {
     constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
     const DoubleParameter beyond(5.0, 1.0, 2.0);
     const DoubleParameter nan(kNaN, 1.0, 2.0);
@@ -659,7 +659,7 @@ TEST(ParameterCopyTest, CopyOutlivesItsSource) {
     EXPECT_EQ(String("default"), copy.GetString());
 }
 
-TEST(ParameterCopyTest, CopyThatThereIsNoMemoryForLeavesTheMark) {
+TEST(ParameterCopyTest, CopyWithoutMemoryLeavesTheMark) {
     constexpr int kEntries = 200;
     EnumParameter source({"Off"});
     for (int entry = 1; entry < kEntries; ++entry) {

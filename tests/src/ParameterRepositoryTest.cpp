@@ -758,7 +758,7 @@ protected:
     OverridingRepository repository;
 };
 
-TEST_F(DerivedRepositoryTest, AddAsksTheOverriddenTests) {
+TEST_F(DerivedRepositoryTest, AddCallsTheOverriddenChecks) {
     IntegerParameter parameter(3, 0, 10, "C", 12);
     repository.hasAll = true;
 
@@ -768,7 +768,7 @@ TEST_F(DerivedRepositoryTest, AddAsksTheOverriddenTests) {
     EXPECT_THAT(repository.reached, ElementsAre("HasByName"));
 }
 
-TEST_F(DerivedRepositoryTest, AddAsksForNameThenIdentifierThenCount) {
+TEST_F(DerivedRepositoryTest, AddChecksNameThenIdentifierThenCount) {
     AddTo<Parameter>(repository, new IntegerParameter(3, 0, 10, "C", 12));
 
     EXPECT_THAT(repository.reached, ElementsAre("Add", "HasByName", "HasByID", "GetCount"));
@@ -792,7 +792,7 @@ TEST_F(DerivedRepositoryTest, RemovalByIdentifierUsesTheOverriddenSteps) {
     EXPECT_EQ(1u, repository.removedIndex);
 }
 
-TEST_F(DerivedRepositoryTest, RemovalByIdentifierBelievesTheOverriddenTest) {
+TEST_F(DerivedRepositoryTest, RemovalByIdentifierTrustsTheOverriddenCheck) {
     EXPECT_THAT(repository.RemoveByID(10), IsBareCode(Code::NotFound));
 
     EXPECT_THAT(repository.reached, ElementsAre("RemoveByID", "HasByID"));
@@ -810,13 +810,13 @@ TEST_F(DerivedRepositoryTest, RemovalByNameUsesTheOverriddenSteps) {
     EXPECT_EQ(0u, repository.removedIndex);
 }
 
-TEST_F(DerivedRepositoryTest, RemovalByNameBelievesTheOverriddenTest) {
+TEST_F(DerivedRepositoryTest, RemovalByNameTrustsTheOverriddenCheck) {
     EXPECT_THAT(repository.RemoveByName("A"), IsBareCode(Code::NotFound));
 
     EXPECT_THAT(repository.reached, ElementsAre("RemoveByName", "HasByName"));
 }
 
-TEST_F(DerivedRepositoryTest, CopyAsksTheOverriddenReadersOfItsSource) {
+TEST_F(DerivedRepositoryTest, CopyCallsTheOverriddenReadersOfItsSource) {
     const ParameterRepository copy(repository);
 
     EXPECT_EQ(String("Virtual"), copy.GetName());
@@ -848,7 +848,7 @@ TEST_F(DerivedRepositoryTest, CopyIsAPlainRepository) {
     EXPECT_THAT(NamesIn(copy), ElementsAre("B"));
 }
 
-TEST_F(DerivedRepositoryTest, AssignmentAsksTheOverriddenReadersOfBothSides) {
+TEST_F(DerivedRepositoryTest, AssignmentCallsTheOverriddenReadersOfBothSides) {
     ParameterRepository plain("Plain", 1);
     AddTo(plain, new IntegerParameter(7, 0, 10, "A", 10));
 
@@ -865,7 +865,7 @@ TEST_F(DerivedRepositoryTest, AssignmentAsksTheOverriddenReadersOfBothSides) {
     EXPECT_EQ(8, repository.ParameterRepository::GetByID(11)->GetInt());
 }
 
-TEST_F(DerivedRepositoryTest, CopyOfAValueAsksTheOverriddenLookUps) {
+TEST_F(DerivedRepositoryTest, CopyOfAValueCallsTheOverriddenLookUps) {
     OverridingRepository source;
     AddTo(source, new IntegerParameter(7, 0, 10, "A", 10));
     source.reached.clear();

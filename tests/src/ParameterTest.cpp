@@ -301,7 +301,7 @@ TEST(ParameterTest, NumbersAreZeroAtFirst) {
     EXPECT_EQ(0.0, FieldsOf(parameter).doubleDefault);
 }
 
-TEST(ParameterTest, SettingABooleanStoresItsTextWhateverTheType) {
+TEST(ParameterTest, SettingABooleanStoresItsTextForEveryType) {
     IntegerParameter parameter(5, 0, 10);
 
     ASSERT_THAT(parameter.SetBool(true), IsBareCode(0));
@@ -705,7 +705,7 @@ TEST(ParameterTest, DefaultsAreStoredWithinTheRange) {
     }
 }
 
-TEST(ParameterTest, BooleanDefaultIsStoredWhateverTheRange) {
+TEST(ParameterTest, BooleanDefaultIsStoredOutsideTheRange) {
     BoolParameter parameter(false);
     ASSERT_THAT(parameter.SetRange(5LL, 9LL), IsBareCode(0));
 
@@ -1088,7 +1088,7 @@ TEST(ParameterTest, StringChangeComparesTheEightBitForms) {
     EXPECT_STREQ(L"\u6587", parameter.GetString().GetUnicode());
 }
 
-TEST(ParameterTest, StringTakesItsOwnText) {
+TEST(ParameterTest, StringCanBeSetToItsOwnText) {
     StringParameter parameter("text");
 
     EXPECT_THAT(parameter.SetString(parameter.GetString()), IsBareCode(Code::Success));

@@ -127,7 +127,7 @@ TEST_F(SingleInstanceTest, EarlierSystemErrorIsNotTakenForAnotherInstance) {
     EXPECT_EQ(0, first.IsAnyOtherInstance());
 }
 
-TEST_F(SingleInstanceTest, NameThatCannotBeHadReadsAsNoOtherInstance) {
+TEST_F(SingleInstanceTest, NameThatCannotBeCreatedReadsAsNoOtherInstance) {
     const Handle event(::CreateEventA(nullptr, TRUE, FALSE, name_.c_str()));
     ASSERT_NE(nullptr, event.Get());
 

@@ -528,7 +528,7 @@ TEST(StringTest, OrderIsThatOfUnsignedBytes) {
     }
 }
 
-TEST(StringTest, EqualTextsCompareEqualInWhateverForm) {
+TEST(StringTest, EqualTextsCompareEqualInEitherForm) {
     const struct {
         String left;
         String right;
@@ -807,7 +807,7 @@ TEST_P(CodePageTest, LengthIsThatOfTheFormThatIsCurrent) {
     EXPECT_EQ(page.bytes.size(), wide.GetLength());
 }
 
-TEST_P(CodePageTest, TextsCompareByTheirBytesInWhateverForm) {
+TEST_P(CodePageTest, TextsCompareByTheirBytesInEitherForm) {
     const String ascii(page.bytes.c_str());
     const String wide(page.units.c_str());
     const String longer((page.units + L"x").c_str());

@@ -118,7 +118,7 @@ TEST(SynchroTest, WaitWithoutAHandleIsRefused) {
     }
 }
 
-TEST(SynchroTest, WaitWithoutAHandleAsksNothingOfTheSystem) {
+TEST(SynchroTest, WaitWithoutAHandleMakesNoSystemCall) {
     const ScriptedWait system(WAIT_OBJECT_0);
     for (const Form& form : BothForms()) {
         SCOPED_TRACE(form.name);
@@ -223,7 +223,7 @@ TEST(SynchroTest, WaitThatTheSystemRefusesCountsAsSuccess) {
     }
 }
 
-TEST(SynchroTest, EveryOtherAnswerOfTheSystemCountsAsSuccess) {
+TEST(SynchroTest, EveryOtherResultOfTheSystemCountsAsSuccess) {
     for (const DWORD answer : {DWORD{1}, DWORD{63}, DWORD{0x81}, DWORD{WAIT_IO_COMPLETION},
                                DWORD{257}, DWORD{259}, DWORD{WAIT_FAILED}}) {
         SCOPED_TRACE(answer);

@@ -127,7 +127,7 @@ TEST_F(GetPathTest, CreatesTheSpecialFolderWhenItIsMissing) {
     EXPECT_TRUE(FileExists(folder));
 }
 
-TEST_F(GetPathTest, AsksForThePresentPlaceOfTheCallersFolder) {
+TEST_F(GetPathTest, AsksForTheCurrentFolderOfTheCaller) {
     static constexpr char kPlace[] = "C:\\folder";
     static struct {
         HWND owner;

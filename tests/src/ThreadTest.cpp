@@ -173,7 +173,7 @@ TEST(ThreadTest, SetPriorityBeforeTheStartOnlyRecords) {
     }
 }
 
-TEST(ThreadTest, ExitCodeBeforeTheStartIsNotToBeHad) {
+TEST(ThreadTest, ThereIsNoExitCodeBeforeTheStart) {
     const Worker worker(&Succeed);
 
     EXPECT_THAT(worker.GetExitCode(), IsBareCode(Code::NotAllowed));
@@ -399,7 +399,7 @@ TEST(ThreadTest, WaitWithALimitTimesOutWhileItWorks) {
     EXPECT_EQ("Wait returned because of a time-out", LastErrorText());
 }
 
-TEST(ThreadTest, ExitCodeIsNotToBeHadWhileItWorks) {
+TEST(ThreadTest, ThereIsNoExitCodeWhileItWorks) {
     const BusyWorker worker;
 
     EXPECT_THAT(worker.GetExitCode(), IsBareCode(Code::NotAllowed));
@@ -425,7 +425,7 @@ TEST(ThreadTest, StopMayBeAskedForAgain) {
     EXPECT_TRUE(worker.IsStopping());
 }
 
-TEST(ThreadTest, StopAsksForLifeThroughTheVirtualWait) {
+TEST(ThreadTest, StopChecksTheThreadWithTheVirtualWait) {
     class Polled : public BusyWorker {
     public:
         Result WaitUntilSignaled(unsigned long aTimeout) override {
@@ -441,7 +441,7 @@ TEST(ThreadTest, StopAsksForLifeThroughTheVirtualWait) {
     EXPECT_THAT(worker.timeouts, ElementsAre(0u));
 }
 
-TEST(ThreadTest, StopIsRefusedWhenTheWaitAnswersAnythingButATimeOut) {
+TEST(ThreadTest, StopIsRefusedUnlessTheWaitTimesOut) {
     class Polled : public BusyWorker {
     public:
         Result WaitUntilSignaled(unsigned long) override { return Result(answer); }
@@ -525,7 +525,7 @@ TEST(ThreadTest, StopAfterTheEndIsRefused) {
     EXPECT_TRUE(watch.IsQuiet());
 }
 
-TEST(ThreadTest, ExitCodeAfterANormalEndIsNotToBeHad) {
+TEST(ThreadTest, ThereIsNoExitCodeAfterANormalEnd) {
     Worker worker([](Worker&) { return Result(5); });
     worker.Run();
 
@@ -583,7 +583,7 @@ const std::vector<Throw>& AllThrows() {
     return throws;
 }
 
-TEST(ThreadTest, WhateverTheWorkThrowsEndsItAsASystemFailure) {
+TEST(ThreadTest, AnyExceptionEndsTheWorkAsASystemFailure) {
     for (const Throw& thrown : AllThrows()) {
         SCOPED_TRACE(thrown.name);
         Worker worker(thrown.work);
@@ -663,7 +663,7 @@ TEST(ThreadTest, ExitCodeOfAThreadWithoutIdentifierIsPassedOnWhole) {
     EXPECT_THAT(worker.GetExitCode(), IsBareCode(kExitCode));
 }
 
-TEST(ThreadTest, ExitCodeIsNotToBeHadFromWorkDoneWithoutAThread) {
+TEST(ThreadTest, WorkWithoutAThreadHasNoExitCode) {
     Worker worker([](Worker& aSelf) { return aSelf.GetExitCode(); });
 
     EXPECT_THAT(worker.ThreadFunction(), IsBareCode(Code::NotAllowed));
@@ -675,7 +675,7 @@ void ExpectNoExitCode(const Worker& aWorker, const char* aMessage) {
     EXPECT_EQ(aMessage, LastErrorText());
 }
 
-TEST(ThreadTest, ExitCodeAsksWhetherItIsRunningThroughTheVirtualQuestion) {
+TEST(ThreadTest, ExitCodeCallsTheVirtualIsRunning) {
     struct EverRunning : Worker {
         EverRunning() : Worker(&Succeed) {}
         bool IsRunning() const override { return true; }
@@ -684,7 +684,7 @@ TEST(ThreadTest, ExitCodeAsksWhetherItIsRunningThroughTheVirtualQuestion) {
     ExpectNoExitCode(EverRunning(), "Thread is still running!");
 }
 
-TEST(ThreadTest, ExitCodeGoesByTheRecordedIdentifierWhateverTheVirtualOneSays) {
+TEST(ThreadTest, ExitCodeUsesTheRecordedIdentifierNotTheVirtualOne) {
     struct Identified : Worker {
         Identified() : Worker(&Succeed) {}
         unsigned long GetThreadID() const override { return 7; }
@@ -693,7 +693,7 @@ TEST(ThreadTest, ExitCodeGoesByTheRecordedIdentifierWhateverTheVirtualOneSays) {
     ExpectNoExitCode(Identified(), "Could not obtain thread exit code!");
 }
 
-TEST(ThreadTest, ExitCodeOfAHandleThatIsNoThreadIsNotToBeHad) {
+TEST(ThreadTest, HandleThatIsNoThreadHasNoExitCode) {
     Worker worker(&Succeed);
     worker.Set(::CreateEventA(nullptr, TRUE, /*bInitialState=*/TRUE, nullptr));
 
@@ -1012,7 +1012,7 @@ TEST(ThreadTest, NameOfAThreadThatWasNeverStartedGoesWithoutAnIdentifier) {
     EXPECT_EQ(0u, raise.Calls()[0].record.thread);
 }
 
-TEST(ThreadTest, NamingGoesNoFurtherThanTheLibraryAndLeavesNoHandler) {
+TEST(ThreadTest, NamingExceptionStaysInTheLibraryAndLeavesNoHandler) {
     Worker worker(&Succeed);
     const NamingWitness witness;
 

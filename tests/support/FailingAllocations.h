@@ -67,7 +67,7 @@ private:
     std::size_t max_;
     int spared_;
     int count_ = 0;
-    // Which of these the library uses is its own affair.
+    // The library may use any of these.
     ImportPatch malloc_{"malloc", &Malloc};
     ImportPatch calloc_{"calloc", &Calloc};
     ImportPatch realloc_{"realloc", &Realloc};

@@ -96,7 +96,7 @@ public:
     bool Chance(unsigned int aTimes) { return Below(aTimes) == 0; }
 
 private:
-    // A number, with a liking for the ends of ranges.
+    // A number, often one at the end of a range.
     std::uint32_t Number() {
         constexpr std::uint32_t kEnds[] = {
             0, 1, 2, 0x7FFFFFFE, 0x7FFFFFFF, 0x80000000, 0x80000001, 0xFFFFFFFE, 0xFFFFFFFF};
