@@ -1,8 +1,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Compiles every public header on its own, and all of them in reverse order, in each language level
-# that clients may use, with all warnings as errors. Headers must not pull in <windows.h>.
+# Compiles every public header on its own in the oldest language level, and all of them in reverse
+# order in each level that clients may use, with all warnings as errors. Headers must not pull in
+# <windows.h>.
 
 # Each is the umbrella header of a library: it includes whatever is public, and a test makes sure that
 # none is missing there.
@@ -42,8 +43,8 @@ set(no_windows
 "
 )
 
-# qv_add_header_sources(OUTPUT HEADER…): makes sources that include each of the headers alone, and one
-# that includes all in reverse, and sets OUTPUT to their names.
+# qv_add_header_sources(OUTPUT HEADER…): makes sources that include each of the headers alone, named
+# in OUTPUT_alone, and one that includes all in reverse, named in OUTPUT_reversed.
 function(qv_add_header_sources output)
     set(sources)
     set(all)
@@ -58,11 +59,12 @@ function(qv_add_header_sources output)
     endforeach()
     set(source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/${output}InReverse.cpp)
     file(GENERATE OUTPUT ${source} CONTENT "${all}\n${no_windows}")
-    set(${output} ${sources} ${source} PARENT_SCOPE)
+    set(${output}_alone ${sources} PARENT_SCOPE)
+    set(${output}_reversed ${source} PARENT_SCOPE)
 endfunction()
 
-qv_add_header_sources(library_sources ${base_headers} ${user_headers})
-qv_add_header_sources(kit_sources ${kit_headers})
+qv_add_header_sources(library ${base_headers} ${user_headers})
+qv_add_header_sources(kit ${kit_headers})
 
 # Drivers are C.
 set(c_source ${CMAKE_CURRENT_BINARY_DIR}/public-headers/DeviceParameterRecord.c)
@@ -100,10 +102,12 @@ else()
     set(c_standards 99 11)
 endif()
 foreach(standard ${cxx_standards})
-    qv_add_header_check(QvUserLib C++ ${standard} ${library_sources})
+    qv_add_header_check(QvUserLib C++ ${standard} ${library_alone} ${library_reversed})
+    set(library_alone)
 endforeach()
 foreach(standard 17 20)
-    qv_add_header_check(QvKit C++ ${standard} ${kit_sources})
+    qv_add_header_check(QvKit C++ ${standard} ${kit_alone} ${kit_reversed})
+    set(kit_alone)
 endforeach()
 foreach(standard ${c_standards})
     qv_add_header_check(QvUserLib C ${standard} ${c_source})

@@ -29,7 +29,7 @@ function(qv_add_guarded_objects dll name)
     )
     # A block may end at any byte, and so begins at any that its size admits.
     qv_configure_target(${static} "QvUserLib static objects of ${dll}")
-    target_compile_options(${static} PRIVATE -fno-delete-null-pointer-checks -faligned-new=8)
+    target_compile_options(${static} PRIVATE -O2 -fno-delete-null-pointer-checks -faligned-new=8)
     if(QV_SANITIZE_UNDEFINED)
         target_compile_options(${static} PRIVATE -fno-sanitize=alignment)
     endif()
