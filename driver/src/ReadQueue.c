@@ -6,8 +6,9 @@
 //
 // The thread that takes a read out of its list completes it. Two threads may want to, and the
 // exchange of the cancel routine decides: when the system has cleared the routine, the read belongs
-// to that routine and stays in its list for it. A served read without a delay has no cancel routine
-// any more. One with a delay keeps it until it completes.
+// to that routine and stays in its list for it, or alone when its handle is closed meanwhile. A
+// served read without a delay has no cancel routine any more. One with a delay keeps it until it
+// completes.
 //
 // A read that finds no other before it and something for it takes a short cut past both lists: it
 // is completed in the dispatch routine and was never pending.
@@ -197,8 +198,9 @@ LONGLONG NextServedTime(const QV_READ_QUEUE* queue) {
     return NotesOfRead(ReadOfEntry(queue->served.Flink))->due;
 }
 
-// Moves the reads of one open handle, or all when `file` is null, from a list to `taken`, except
-// for those that are being cancelled or completed. The lock is held.
+// Moves the reads of one handle, or all when `file` is null, from a list to `taken`. Served reads
+// without a delay stay. Reads that are being cancelled leave the list, too: a stream that begins
+// afterwards must neither serve them nor count what they held. The lock is held.
 static void TakeReads(QV_READ_QUEUE* queue, LIST_ENTRY* reads, const FILE_OBJECT* file,
                       LIST_ENTRY* taken) {
     LIST_ENTRY* entry;
@@ -207,35 +209,40 @@ static void TakeReads(QV_READ_QUEUE* queue, LIST_ENTRY* reads, const FILE_OBJECT
         IRP* irp = ReadOfEntry(entry);
         next = entry->Flink;
         if (file != NULL && IoGetCurrentIrpStackLocation(irp)->FileObject != file) continue;
-        if (IoSetCancelRoutine(irp, NULL) == NULL) continue;
+        if (reads == &queue->served && !NotesOfRead(irp)->isDelayed) continue;
         queue->calls->takeBack(queue->owner, irp);
         RemoveEntryList(entry);
-        InsertTailList(taken, entry);
+        if (IoSetCancelRoutine(irp, NULL) != NULL) {
+            InsertTailList(taken, entry);
+        } else {
+            // The cancel routine is about to remove it from its list once more.
+            InitializeListHead(entry);
+        }
     }
 }
 
-void EndReadsOfHandle(QV_READ_QUEUE* queue, const FILE_OBJECT* file, NTSTATUS status) {
-    LIST_ENTRY taken;
-    KIRQL irql;
+void TakeReadsOfHandle(QV_READ_QUEUE* queue, const FILE_OBJECT* file, LIST_ENTRY* taken) {
+    InitializeListHead(taken);
+    TakeReads(queue, &queue->served, file, taken);
+    TakeReads(queue, &queue->waiting, file, taken);
+}
 
-    InitializeListHead(&taken);
-    KeAcquireSpinLock(queue->lock, &irql);
-    TakeReads(queue, &queue->served, file, &taken);
-    TakeReads(queue, &queue->waiting, file, &taken);
-    KeReleaseSpinLock(queue->lock, irql);
-
-    while (!IsListEmpty(&taken)) {
-        IRP* irp = ReadOfEntry(RemoveHeadList(&taken));
+void EndTakenReads(QV_READ_QUEUE* queue, LIST_ENTRY* taken, NTSTATUS status) {
+    while (!IsListEmpty(taken)) {
+        IRP* irp = ReadOfEntry(RemoveHeadList(taken));
         CompleteIrp(irp, status, 0);
         IoReleaseRemoveLock(queue->removeLock, irp);
     }
 }
 
 void CloseReadQueue(QV_READ_QUEUE* queue, NTSTATUS status) {
+    LIST_ENTRY taken;
     KIRQL irql;
+
     KeAcquireSpinLock(queue->lock, &irql);
     queue->isClosed = TRUE;
+    TakeReadsOfHandle(queue, /*file=*/NULL, &taken);
     KeReleaseSpinLock(queue->lock, irql);
 
-    EndReadsOfHandle(queue, NULL, status);
+    EndTakenReads(queue, &taken, status);
 }

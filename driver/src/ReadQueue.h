@@ -54,8 +54,13 @@ void OpenReadQueue(QV_READ_QUEUE* queue);
 // held.
 void CloseReadQueue(QV_READ_QUEUE* queue, NTSTATUS status);
 
-// Ends the pending reads of one open handle, out of turn. IRQL <= DISPATCH_LEVEL, no lock held.
-void EndReadsOfHandle(QV_READ_QUEUE* queue, const FILE_OBJECT* file, NTSTATUS status);
+// Moves the pending reads of one handle, or all when `file` is null, to `taken`, out of turn, for
+// `EndTakenReads`. What they were given is taken back. Only served reads without a delay go on to
+// their completion. The lock is held.
+void TakeReadsOfHandle(QV_READ_QUEUE* queue, const FILE_OBJECT* file, LIST_ENTRY* taken);
+
+// Ends reads that were taken. IRQL <= DISPATCH_LEVEL, no lock held.
+void EndTakenReads(QV_READ_QUEUE* queue, LIST_ENTRY* taken, NTSTATUS status);
 
 QV_READ* NotesOfRead(IRP* irp);
 ULONG ReadLength(IRP* irp);

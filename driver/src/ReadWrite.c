@@ -19,26 +19,24 @@ static void CompleteReads(QV_DEVICE* device) {
 }
 
 // Serves a read at once, or lets it wait until there is something for it. Returns as `QueueRead`
-// does for a read that was not served at once.
+// does for a read that was not served at once. The lock is held.
 static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp, BOOLEAN* isServedAtOnce) {
-    KIRQL irql;
-    NTSTATUS status;
-
-    KeAcquireSpinLock(&device->lock, &irql);
     // Looked at again under the lock: a read must not slip into the list after a stop has emptied
     // it for good.
-    status = DeviceReadiness(device);
-    if (NT_SUCCESS(status)) {
-        // What was due before this read is not for it.
-        SettleReads(device);
-        BeginReading(&device->stream, IoGetCurrentIrpStackLocation(irp)->FileObject);
-        *isServedAtOnce = ServeReadAtOnce(device, irp);
-        if (!*isServedAtOnce) {
-            status = QueueRead(&device->reads, irp);
-            SettleReads(device);
-        }
+    NTSTATUS status = DeviceReadiness(device);
+    if (!NT_SUCCESS(status)) return status;
+
+    // What was due before this read is not for it.
+    SettleReads(device);
+    // Nor must it slip in when another thread has closed its handle.
+    if (!BeginReading(&device->stream, IoGetCurrentIrpStackLocation(irp)->FileObject)) {
+        return STATUS_FILE_CLOSED;
     }
-    KeReleaseSpinLock(&device->lock, irql);
+    *isServedAtOnce = ServeReadAtOnce(device, irp);
+    if (*isServedAtOnce) return STATUS_SUCCESS;
+
+    status = QueueRead(&device->reads, irp);
+    SettleReads(device);
     return status;
 }
 
@@ -46,6 +44,7 @@ static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp, BOOLEAN* isServedAtOnce)
 NTSTATUS NTAPI QvSampleRead(DEVICE_OBJECT* deviceObject, IRP* irp) {
     QV_DEVICE* device = deviceObject->DeviceExtension;
     BOOLEAN isServedAtOnce = FALSE;
+    KIRQL irql;
     NTSTATUS status = EnterDevice(device, irp);
     if (!NT_SUCCESS(status)) return CompleteIrp(irp, status, 0);
 
@@ -57,7 +56,9 @@ NTSTATUS NTAPI QvSampleRead(DEVICE_OBJECT* deviceObject, IRP* irp) {
         // Another driver sent it without opening the device; a stream belongs to open handles.
         status = STATUS_INVALID_HANDLE;
     } else {
+        KeAcquireSpinLock(&device->lock, &irql);
         status = AcceptRead(device, irp, &isServedAtOnce);
+        KeReleaseSpinLock(&device->lock, irql);
     }
 
     if (isServedAtOnce) {
@@ -136,12 +137,16 @@ NTSTATUS ChangeParameters(QV_DEVICE* device, const QV_PARAMETER_RECORD* records,
 }
 
 void LeaveStream(QV_DEVICE* device, FILE_OBJECT* file) {
+    LIST_ENTRY taken;
     KIRQL irql;
-    EndReadsOfHandle(&device->reads, file, STATUS_CANCELLED);
 
+    // Under one lock: a stream never begins while a read of an earlier one is waiting.
     KeAcquireSpinLock(&device->lock, &irql);
+    TakeReadsOfHandle(&device->reads, file, &taken);
     EndReading(&device->stream, file);
     KeReleaseSpinLock(&device->lock, irql);
+
+    EndTakenReads(&device->reads, &taken, STATUS_CANCELLED);
 }
 
 // The clock has been woken: a packet has become due, a delayed read is to complete, or a request

@@ -24,23 +24,29 @@ void SetPacketRate(QV_STREAM* stream, ULONG rate) {
     FollowRate(stream);
 }
 
-void BeginReading(QV_STREAM* stream, FILE_OBJECT* file) {
-    if (file->FsContext != NULL) return;
-
-    file->FsContext = stream;
-    if (stream->readers++ > 0) return;
-
+// The only place that starts the numbers anew.
+static void BeginStream(QV_STREAM* stream) {
     stream->sequence = 0;
     stream->dropped = 0;
     stream->toSystemTime = SystemTime() - CurrentTime();
+}
+
+// A handle's file object keeps two marks, which are null at first: `FsContext` when the handle
+// counts as a reader, `FsContext2` when it has been closed.
+BOOLEAN BeginReading(QV_STREAM* stream, FILE_OBJECT* file) {
+    if (file->FsContext2 != NULL) return FALSE;
+    if (file->FsContext != NULL) return TRUE;
+
+    file->FsContext = stream;
+    if (stream->readers++ == 0) BeginStream(stream);
     FollowRate(stream);
+    return TRUE;
 }
 
 void EndReading(QV_STREAM* stream, FILE_OBJECT* file) {
-    if (file->FsContext == NULL) return;
-
+    if (file->FsContext != NULL) --stream->readers;
     file->FsContext = NULL;
-    --stream->readers;
+    file->FsContext2 = stream;
     FollowRate(stream);
 }
 

@@ -10,7 +10,8 @@
 
 #include "Kernel.h"
 
-// A stream lasts while a handle is open that has read.
+// A stream lasts while a handle is open that has read. Handles say when they begin and end to read;
+// nothing else begins a stream or ends it.
 typedef struct QV_STREAM {
     ULONG readers;           // How many such handles there are.
     ULONGLONG sequence;      // Of the next packet.
@@ -22,10 +23,13 @@ typedef struct QV_STREAM {
     ULONGLONG counted;       // How many of those were given to a read, or dropped.
 } QV_STREAM;
 
-// Notes that a handle reads. The first such handle begins the stream.
-void BeginReading(QV_STREAM* stream, FILE_OBJECT* file);
+// Notes that a handle reads. The first such handle begins the stream. Returns false, and notes
+// nothing, when the handle has been closed.
+BOOLEAN BeginReading(QV_STREAM* stream, FILE_OBJECT* file);
 
-// Notes that a handle is closed. The last one that has read ends the stream. May be called again.
+// Notes that a handle is closed, whether it has read or not. The last one that has read ends the
+// stream. May be called again. None of the handle's reads may be waiting, or may take its packet
+// back, any more: they would do so in the next stream.
 void EndReading(QV_STREAM* stream, FILE_OBJECT* file);
 
 // Sets how many packets become due in a second. Packets are counted anew if the rate is another one

@@ -5,6 +5,7 @@
 // and the end of a device.
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstring>
@@ -185,6 +186,37 @@ TEST_F(SampleStreamTest, HandlesShareAStreamThatTheLastOneEnds) {
     ASSERT_THAT(connection_.Close(), HasCode(Code::Success));
     ASSERT_THAT(connection_.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), HasCode(Code::Success));
     EXPECT_EQ(0U, ReadHeader().sequence);
+}
+
+TEST_F(SampleStreamTest, EveryNumberComesOnceWhileOtherHandlesComeAndGo) {
+    const auto readEight = [](DeviceConnection& aConnection, std::vector<std::uint64_t>& aNumbers) {
+        PendingReads reads;
+        for (int read = 0; read < 8; ++read) {
+            reads.push_back(std::make_unique<PendingRead>(aConnection, kLargest));
+        }
+        for (const auto& read : reads) {
+            EXPECT_EQ(Code::Success, read->Finish());
+            aNumbers.push_back(read->buffer.Header().sequence);
+        }
+    };
+    std::vector<std::uint64_t> numbers = {ReadHeader().sequence};
+    std::vector<std::uint64_t> others;
+    std::atomic<bool> isOver = false;
+    std::thread other([&] {
+        while (!isOver) {
+            DeviceConnection connection;
+            EXPECT_THAT(connection.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), HasCode(Code::Success));
+            readEight(connection, others);
+        }
+    });
+    for (int round = 0; round < 200; ++round) readEight(connection_, numbers);
+    isOver = true;
+    other.join();
+
+    EXPECT_TRUE(std::is_sorted(numbers.begin(), numbers.end()));
+    numbers.insert(numbers.end(), others.begin(), others.end());
+    std::sort(numbers.begin(), numbers.end());
+    for (std::size_t index = 0; index < numbers.size(); ++index) ASSERT_EQ(index, numbers[index]);
 }
 
 // One read at a time cannot take a packet every 10 us.

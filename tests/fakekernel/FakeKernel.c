@@ -31,12 +31,16 @@ static DRIVER_EXTENSION driverExtension;
 static DEVICE_OBJECT lowerDevice;
 static DEVICE_OBJECT* device;
 
+struct FakeFile {
+    FILE_OBJECT file;
+};
+
 // An IRP with room for the driver's location in the stack and for the one below.
 typedef struct FakeIrp {
     IRP irp;
     IO_STACK_LOCATION stack[2];
-    FILE_OBJECT file;
     FakeRequest* request;
+    DRIVER_CANCEL* cancel;  // While it is being cancelled.
 } FakeIrp;
 
 // Time
@@ -197,7 +201,7 @@ static LONG_PTR NTAPI Dereference(void* object) {
     return 0;
 }
 
-// The remove lock, and the cancel lock, which nobody takes: no request is cancelled
+// The remove lock, and the cancel lock, which nobody takes
 
 static void NTAPI InitializeRemoveLock(IO_REMOVE_LOCK* lock, ULONG tag, ULONG minutes,
                                        ULONG highWater, ULONG size) {
@@ -307,6 +311,7 @@ static void FASTCALL CompleteRequest(IRP* irp, CCHAR boost) {
     (void)boost;
     request->status = irp->IoStatus.Status;
     request->bytes = irp->IoStatus.Information;
+    request->irp = NULL;
     free(whole);
     if (request->completed != NULL) request->completed(request);
 }
@@ -332,15 +337,14 @@ long FakeKernelSend(FakeRequest* request) {
     IO_STACK_LOCATION* stack = &whole->stack[1];
     IRP* irp = &whole->irp;
     whole->request = request;
-    // Otherwise the driver begins a stream, and looks at a time that only the kernel can see.
-    whole->file.FsContext = &whole->file;
+    request->irp = whole;
     irp->StackCount = RTL_NUMBER_OF(whole->stack);
     irp->CurrentLocation = irp->StackCount;
     irp->Tail.Overlay.CurrentStackLocation = stack;
     irp->AssociatedIrp.SystemBuffer = request->buffer;
     stack->MajorFunction = request->major;
     stack->MinorFunction = request->minor;
-    stack->FileObject = &whole->file;
+    stack->FileObject = request->file != NULL ? &request->file->file : NULL;
     if (request->major == IRP_MJ_DEVICE_CONTROL) {
         stack->Parameters.DeviceIoControl.IoControlCode = request->code;
         stack->Parameters.DeviceIoControl.InputBufferLength = request->inputBytes;
@@ -349,6 +353,20 @@ long FakeKernelSend(FakeRequest* request) {
         stack->Parameters.Read.Length = request->outputBytes;
     }
     return driver.MajorFunction[request->major](device, irp);
+}
+
+FakeFile* FakeKernelNewFile(void) { return calloc(1, sizeof(FakeFile)); }
+
+void FakeKernelFreeFile(FakeFile* file) { free(file); }
+
+void FakeKernelBeginCancel(FakeRequest* request) {
+    IRP* irp = &request->irp->irp;
+    irp->Cancel = TRUE;
+    request->irp->cancel = IoSetCancelRoutine(irp, NULL);
+}
+
+void FakeKernelEndCancel(FakeRequest* request) {
+    if (request->irp->cancel != NULL) request->irp->cancel(device, &request->irp->irp);
 }
 
 long FakeKernelAddDevice(void* driverEntry) {

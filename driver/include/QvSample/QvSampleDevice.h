@@ -87,6 +87,7 @@
  * | read: shorter than a packet, in mode Packets          | STATUS_BUFFER_TOO_SMALL      |   122 |
  * | read: FaultFailReads                                  | the value of FaultStatus     |       |
  * | read: cancelled, its handle closed, the device stopped | STATUS_CANCELLED            |   995 |
+ * | read: another thread has closed the handle meanwhile  | STATUS_FILE_CLOSED           |     6 |
  * | read: pending when the device was removed             | STATUS_DEVICE_REMOVED        |  1617 |
  * | anything: the device is not started                   | STATUS_DEVICE_NOT_READY      |    21 |
  * | anything: the device is being removed                 | STATUS_DELETE_PENDING        |   303 |
