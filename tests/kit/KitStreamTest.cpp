@@ -7,11 +7,13 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <deque>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <thread>
@@ -584,6 +586,20 @@ TEST_F(KitStreamReaderTest, WithoutAStartThereIsNothingToStop) {
     }
 
     EXPECT_FALSE(stop_.IsRequested());
+}
+
+int RefuseAThread(void*, const void*, void*, void*) { return EAGAIN; }
+
+TEST_F(KitStreamReaderTest, WithoutAThreadForItATransferDoesNotStart) {
+    StreamReader reader(*channel_, kFormat, Settings(), stop_);
+    const ImportPatch patch("pthread_create", &RefuseAThread, "libstdc++-6.dll");
+    if (!patch.IsActive()) GTEST_SKIP() << "another C++ library starts threads in another way";
+
+    const std::optional<QvKit::Error> error = ErrorOf([&reader] { reader.Start(); });
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(ErrorKind::SystemFailed, error->GetKind());
+    EXPECT_THAT(error->what(), StartsWith("cannot start the transfer: "));
 }
 
 TEST_F(KitStreamReaderTest, EndsWhenItsTimeIsOver) {
