@@ -43,6 +43,7 @@ typedef struct QV_DEVICE {
     BOOLEAN removePending;  // Removal was asked for, and may still be called off.
     QV_PARAMETERS parameters;
     QV_READ_QUEUE reads;
+    LIST_ENTRY lateReads;  // Of IRPs that ignore cancelling, linked by Tail.Overlay.ListEntry.
     QV_LOOPBACK loopback;
     QV_STREAM stream;
     QV_CLOCK clock;

@@ -108,6 +108,8 @@ static const QV_PARAMETER kParameters[] = {
              "How many of the next packets are cut to half", "", 0, 1000000, 0, QV_FAULT)},
     {ENUMERATION(QV_SAMPLE_ID_FAULT_HOLD, L"FaultHold", "Whether reads wait whatever there is",
                  L"Off\0On\0", 1, 0, QV_FAULT)},
+    {INTEGER(QV_SAMPLE_ID_FAULT_IGNORE_CANCEL, L"FaultIgnoreCancel",
+             "How long reads wait and ignore cancelling", "ms", 0, 10000, 0, QV_FAULT)},
 };
 
 C_ASSERT(RTL_NUMBER_OF(kParameters) == QV_SAMPLE_PARAMETER_COUNT);

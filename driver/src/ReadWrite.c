@@ -8,7 +8,9 @@
 
 #include "ReadWrite.h"
 
+#include "CurrentTime.h"
 #include "Irp.h"
+#include "LateReads.h"
 #include "Serving.h"
 
 // Completes the reads that were served, and leaves to the clock what is not to be done here. IRQL
@@ -24,7 +26,9 @@ static NTSTATUS AcceptRead(QV_DEVICE* device, IRP* irp, BOOLEAN* isServedAtOnce)
     // Looked at again under the lock: a read must not slip into the list after a stop has emptied
     // it for good.
     NTSTATUS status = DeviceReadiness(device);
+    const ULONG lateness = ParameterNumber(&device->parameters, QV_SAMPLE_ID_FAULT_IGNORE_CANCEL);
     if (!NT_SUCCESS(status)) return status;
+    if (lateness > 0) return QueueLateRead(device, irp, (LONGLONG)lateness * (QV_SECOND / 1000));
 
     // What was due before this read is not for it.
     SettleReads(device);
@@ -159,13 +163,18 @@ static void WorkOnTime(void* owner) {
     SettleReads(device);
     KeReleaseSpinLock(&device->lock, irql);
     CompleteServedReads(&device->reads);
+    CompleteLateReads(device);
 }
 
-static LONGLONG NextWorkTime(void* owner) { return NextReadTime(owner); }
+static LONGLONG NextWorkTime(void* owner) {
+    const LONGLONG late = NextLateReadTime(owner);
+    return min(late, NextReadTime(owner));
+}
 
 void InitializeReadWrite(QV_DEVICE* device) {
     static const QV_CLOCK_CALLS kClockCalls = {.work = WorkOnTime, .nextTime = NextWorkTime};
     InitializeReadQueue(&device->reads, &device->lock, &device->removeLock, &kServingCalls, device);
+    InitializeListHead(&device->lateReads);
     InitializeClock(&device->clock, &device->lock, &kClockCalls, device);
 }
 
@@ -200,6 +209,7 @@ void StopReadWrite(QV_DEVICE* device, NTSTATUS status) {
 
     // In this order: the clock completes what is left in the closed queue before it ends.
     CloseReadQueue(&device->reads, status);
+    EndLateReads(device, status);
     StopClock(&device->clock);
 
     KeAcquireSpinLock(&device->lock, &irql);

@@ -166,6 +166,8 @@ private:
         QV_PARAMETER_RECORD record = own_[random_.Below(own_.size())];
         record.value = random_.Chance(2) ? random_.Below(70) : aOther.value;
         record.content = aOther.content;
+        // It would keep this program waiting, which cancels all that it sends.
+        if (record.id == QV_SAMPLE_ID_FAULT_IGNORE_CANCEL) record.value %= 2;
         return record;
     }
 

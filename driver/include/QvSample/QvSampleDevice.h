@@ -65,6 +65,10 @@
  *   cancelled, its packet counts as dropped, and its bytes of the loop-back are lost.
  * - FaultHold: while it is On, reads are not served at all and can only be cancelled. Packets that
  *   become due are dropped. With Off reads are served again.
+ * - FaultIgnoreCancel: every read completes that much later, and before that neither cancelling nor
+ *   closing its handle ends it. It is apart from all other reads, their order and their faults, and
+ *   uses no packet: its whole buffer is filled with `QV_SAMPLE_LATE_BYTE`. A new value is for reads
+ *   that are sent afterwards. Only the end of the device ends these reads earlier.
  *
  * ## Refusals
  *
@@ -122,7 +126,7 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 #define QV_SAMPLE_HARDWARE_ID L"ROOT\\QVSAMPLE"
 
 /** How many records `IOCTL_PARAMETERS_GET` returns, in the order of the identifiers below. */
-#define QV_SAMPLE_PARAMETER_COUNT 20u
+#define QV_SAMPLE_PARAMETER_COUNT 21u
 
 /** Integer, in us: the time between two samples. */
 #define QV_SAMPLE_ID_SAMPLING_INTERVAL 1u
@@ -166,11 +170,16 @@ static const GUID GUID_DEVCLASS_QVSAMPLE = {
 #define QV_SAMPLE_ID_FAULT_SHORT_READS 0x203u
 /** Enumeration, hidden: Off, or On for reads that wait whatever there is. */
 #define QV_SAMPLE_ID_FAULT_HOLD 0x204u
+/** Integer, in ms, hidden: how long reads wait, even when they are cancelled. */
+#define QV_SAMPLE_ID_FAULT_IGNORE_CANCEL 0x205u
 
 /** A value of StreamMode: reads return packets. */
 #define QV_SAMPLE_MODE_PACKETS 0u
 /** A value of StreamMode: reads return what was written. */
 #define QV_SAMPLE_MODE_LOOP_BACK 1u
+
+/** What the buffer of a read is full of that FaultIgnoreCancel has made late. */
+#define QV_SAMPLE_LATE_BYTE 0xC5u
 
 /** The longest label. */
 #define QV_SAMPLE_LABEL_UNITS 64u
