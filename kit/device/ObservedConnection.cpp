@@ -4,6 +4,7 @@
 #include "ObservedConnection.h"
 
 #include "LibraryCall.h"
+#include "QvKit/BoundedConnection.h"
 
 namespace QvKit {
 
@@ -23,10 +24,10 @@ Error ParametersError(const ObservedConnection* aConnection, const std::string& 
                       const Result& aResult) {
     const std::optional<std::string> reason =
         aConnection != nullptr ? aConnection->GetReason() : std::nullopt;
-    if (!reason) return LibraryError(ErrorKind::DeviceFailed, aWhat, aResult);
+    if (!reason) return LibraryError(KindOfFailure(aResult), aWhat, aResult);
 
     const unsigned long code = aResult.GetCode();
-    return Error(ErrorKind::DeviceFailed,
+    return Error(KindOfFailure(aResult),
                  aWhat + ": " + *reason + " (" + SystemErrorText(code) + ")", code, *reason);
 }
 

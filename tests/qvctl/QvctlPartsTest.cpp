@@ -209,6 +209,7 @@ TEST(QvctlErrorTest, EveryKindHasItsExitCodeAndItsName) {
         {ErrorKind::DeviceInUse, 1, "failed"},  {ErrorKind::DeviceGone, 1, "failed"},
         {ErrorKind::DeviceFailed, 1, "failed"}, {ErrorKind::SystemFailed, 1, "failed"},
         {ErrorKind::Refused, 1, "refused"},     {ErrorKind::Cancelled, 130, "interrupted"},
+        {ErrorKind::TimedOut, 4, "timed-out"},  {ErrorKind::Closed, 1, "failed"},
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.name);

@@ -9,6 +9,7 @@
 #ifndef QVKIT_QVKIT_H
 #define QVKIT_QVKIT_H
 
+#include "QvKit/BoundedConnection.h"
 #include "QvKit/Change.h"
 #include "QvKit/Channel.h"
 #include "QvKit/Clock.h"

@@ -23,6 +23,8 @@ const char* NameOf(ErrorKind aKind) {
             return "interrupted";
         case ErrorKind::Refused:
             return "refused";
+        case ErrorKind::TimedOut:
+            return "timed-out";
         default:
             return "failed";
     }
@@ -49,6 +51,8 @@ ExitCode ExitCodeOf(ErrorKind aKind) {
             return ExitCode::NoSuchDevice;
         case ErrorKind::Cancelled:
             return ExitCode::Interrupted;
+        case ErrorKind::TimedOut:
+            return ExitCode::TimedOut;
         default:
             return ExitCode::Failed;
     }
