@@ -2,7 +2,7 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# The long run: hostile drivers and programs, vanishing devices, logs under load, two processes, and
+# The long run: hostile drivers and programs, requests that are cut short, vanishing devices, logs under load, two processes, and
 # every call failing in turn, in rounds for N seconds (1800 unless stated). The first round is the
 # largest: in 1800 s, devices vanish for 600 s, 1,000,000 parameter blocks are used on the guarded
 # heap and as many without it, and the driver gets 200,000 requests. A shorter run has fewer of each.
@@ -37,6 +37,7 @@ share() {
     echo $((seconds >= $2 ? $1 : $1 * seconds / $2 + 1))
 }
 export QVTEST_SEED QVTEST_FUZZ_BLOCKS QVTEST_REQUESTS QVTEST_VANISH_SECONDS QVTEST_LOG_ERRORS
+export QVTEST_BOUNDED_REQUESTS
 guarded_blocks=$(share 1000000 1800)
 QVTEST_FUZZ_BLOCKS=$(share 1000000 900)
 QVTEST_REQUESTS=$(share 200000 900)
@@ -44,6 +45,9 @@ QVTEST_REQUESTS=$(share 200000 900)
 ((QVTEST_REQUESTS >= 20000)) || QVTEST_REQUESTS=20000
 QVTEST_VANISH_SECONDS=$((seconds / 3 + 1))
 QVTEST_LOG_ERRORS=$(share 100000 300)
+QVTEST_BOUNDED_REQUESTS=$(share 100000 1800)
+# Fewer requests would not end in each way.
+((QVTEST_BOUNDED_REQUESTS >= 2000)) || QVTEST_BOUNDED_REQUESTS=2000
 
 start=$SECONDS
 round=0
@@ -120,6 +124,7 @@ while ((round == 0 || SECONDS - start < seconds)); do
     part DeviceParameterFuzzTest
     guarded_part "$guarded_blocks"
     part HostileRequestsTest
+    part BoundedRequestsTest
     part VanishingDevicesTest
     part ErrorLogLoadTest
     part TwoProcessesTest
