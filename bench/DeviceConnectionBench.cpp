@@ -3,6 +3,7 @@
 
 #include "Comparison.h"
 #include "QvBaseLib/DeviceParameterRecord.h"
+#include "QvKit/BoundedConnection.h"
 #include "QvUserLib/DeviceConnection.h"
 #include "SampleConnection.h"
 #include "TemporaryFile.h"
@@ -160,6 +161,56 @@ void BareLoopBack(benchmark::State& aState) {
     });
 }
 
+// An iteration is one request without data that has to end in time, beside an overlapped one whose
+// event is kept.
+
+void OursBoundedIoControl(benchmark::State& aState) {
+    const SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
+    QvKit::BoundedConnection bounded(QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(0));
+    Repeat(aState, [&] {
+        unsigned long size = 0;
+        Must(bounded.IoControl(IOCTL_PARAMETERS_GET_SIZE, nullptr, 0, nullptr, 0, &size, nullptr));
+    });
+}
+
+void BareOverlappedIoControl(benchmark::State& aState) {
+    const SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
+    WaitedOverlapped request;
+    Repeat(aState, [&] {
+        DWORD size = 0;
+        const BOOL done = ::DeviceIoControl(device.Handle(), IOCTL_PARAMETERS_GET_SIZE, nullptr, 0,
+                                            nullptr, 0, &size, request.Get());
+        Must(request.Finish(device.Handle(), done, size) > 0, "no size");
+    });
+}
+
+// An iteration writes one packet to the driver's loop-back and reads it back.
+
+void OursBoundedLoopBack(benchmark::State& aState) {
+    const SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
+    QvKit::BoundedConnection bounded(QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(0));
+    char packet[kPacketSize] = {};
+    unsigned long moved = 0;
+    Repeat(aState, [&] {
+        Must(bounded.Write(packet, kPacketSize, &moved, nullptr));
+        Must(bounded.Read(packet, kPacketSize, &moved, nullptr));
+    });
+}
+
+void BareOverlappedLoopBack(benchmark::State& aState) {
+    const SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
+    const HANDLE handle = device.Handle();
+    WaitedOverlapped request;
+    char packet[kPacketSize] = {};
+    Repeat(aState, [&] {
+        DWORD moved = 0;
+        BOOL done = ::WriteFile(handle, packet, kPacketSize, &moved, request.Get());
+        Must(request.Finish(handle, done, moved) == kPacketSize, "a short write");
+        done = ::ReadFile(handle, packet, kPacketSize, &moved, request.Get());
+        Must(request.Finish(handle, done, moved) == kPacketSize, "a short read");
+    });
+}
+
 }  // namespace
 
 void AddDeviceConnectionRows(Table& aTable) {
@@ -170,6 +221,13 @@ void AddDeviceConnectionRows(Table& aTable) {
     aTable.Add({"Waited Read, file", kOverlapped, OursFileRead, BareFileRead, kGoal});
     aTable.Add({"Waited Write, file", kOverlapped, OursFileWrite, BareFileWrite, kGoal});
     aTable.Add({"Waited Write and Read, driver", kOverlapped, OursLoopBack, BareLoopBack, kGoal});
+
+    constexpr double kBoundedGoal = 1.05;
+    constexpr char kKept[] = "overlapped call with an event that is kept";
+    aTable.Add(
+        {"Bounded IoControl", kKept, OursBoundedIoControl, BareOverlappedIoControl, kBoundedGoal});
+    aTable.Add({"Bounded Write and Read, driver", kKept, OursBoundedLoopBack,
+                BareOverlappedLoopBack, kBoundedGoal});
 }
 
 }  // namespace QvBench
