@@ -3,10 +3,14 @@
 
 #include "QvKit/Error.h"
 
+#include <cstdio>
 #include <utility>
 
 #include "QvKit/Text.h"
 #include "WindowsApi.h"
+
+// After windows.h, which it needs.
+#include <setupapi.h>
 
 namespace QvKit {
 namespace {
@@ -45,9 +49,13 @@ Error SystemError(ErrorKind aKind, const std::string& aWhat, unsigned long aCode
 }
 
 std::string SystemText(unsigned long aCode) {
+    // The system knows the errors of device installation by another code.
+    const bool isOfSetup = (aCode & (APPLICATION_ERROR_MASK | ERROR_SEVERITY_ERROR)) ==
+                           (APPLICATION_ERROR_MASK | ERROR_SEVERITY_ERROR);
+    const auto known = isOfSetup ? static_cast<unsigned long>(HRESULT_FROM_SETUPAPI(aCode)) : aCode;
     wchar_t buffer[512];
     const unsigned long length =
-        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, aCode,
+        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, known,
                          0, buffer, ARRAYSIZE(buffer), nullptr);
     std::wstring text(buffer, length);
     while (!text.empty() && (text.back() <= L' ' || text.back() == L'.')) text.pop_back();
@@ -56,7 +64,10 @@ std::string SystemText(unsigned long aCode) {
 
 std::string SystemErrorText(unsigned long aCode) {
     const std::string text = SystemText(aCode);
-    return "error " + std::to_string(aCode) + (text.empty() ? "" : ": " + text);
+    char number[16];
+    // Codes with a severity are known in hexadecimal.
+    std::snprintf(number, sizeof number, aCode < 0x80000000 ? "%lu" : "0x%08lx", aCode);
+    return std::string("error ") + number + (text.empty() ? "" : ": " + text);
 }
 
 }  // namespace QvKit

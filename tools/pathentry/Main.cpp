@@ -9,20 +9,13 @@
 #include <vector>
 
 #include "PathList.h"
-#include "UniqueHandle.h"
+#include "UniqueRegistryKey.h"
 #include "common/CommandLineArguments.h"
 
 namespace QvPathEntry {
 namespace {
 
 constexpr wchar_t kVariable[] = L"Path";
-
-struct RegistryKeyPolicy {
-    using Type = HKEY;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aKey) { return aKey != nullptr; }
-    static void Close(Type aKey) { ::RegCloseKey(aKey); }
-};
 
 // The machine's environment variables.
 class EnvironmentKey {
@@ -59,7 +52,7 @@ public:
     }
 
 private:
-    QvBaseLib::UniqueHandle<RegistryKeyPolicy> key_;
+    QvBaseLib::UniqueRegistryKey key_;
     LSTATUS error_;
 };
 

@@ -16,6 +16,8 @@
 #include "QvKit/Device.h"
 #include "QvKit/DeviceList.h"
 #include "QvKit/DeviceParameters.h"
+#include "QvKit/DriverInstallation.h"
+#include "QvKit/DriverPackage.h"
 #include "QvKit/Error.h"
 #include "QvKit/FileSender.h"
 #include "QvKit/IntervalStatistics.h"

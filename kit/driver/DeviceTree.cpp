@@ -1,0 +1,311 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "DeviceTree.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <map>
+#include <vector>
+
+#include "DriverService.h"
+#include "ProblemCodes.h"
+#include "QvKit/DriverInstallation.h"
+#include "QvKit/Text.h"
+#include "UniqueDeviceSet.h"
+#include "UniqueRegistryKey.h"
+#include "WideTexts.h"
+
+// After windows.h, which they need.
+#include <cfgmgr32.h>
+#include <devpropdef.h>
+#include <objbase.h>
+
+namespace QvKit {
+namespace {
+
+using QvBaseLib::UniqueDeviceSet;
+
+constexpr wchar_t kRootEnumerator[] = L"ROOT";
+constexpr wchar_t kInterfaceClasses[] = L"SYSTEM\\CurrentControlSet\\Control\\DeviceClasses";
+
+// DEVPKEY_Device_DriverInfPath, which mingw-w64's headers only declare.
+constexpr DEVPROPKEY kDriverInfPath = {
+    {0xa8b865dd, 0x2e3d, 0x4094, {0xad, 0x97, 0xe5, 0x93, 0xa7, 0x0c, 0x75, 0xd6}}, 5};
+
+void Check(BOOL aDone, const char* aWhat) {
+    const unsigned long code = ::GetLastError();
+    if (!aDone) throw InstallationError(aWhat, code);
+}
+
+UniqueDeviceSet Own(HDEVINFO aSet) {
+    Check(aSet != INVALID_HANDLE_VALUE, "the system cannot list its devices");
+    return UniqueDeviceSet(aSet);
+}
+
+template <typename Data>
+Data EmptyData() {
+    Data data = {};
+    data.cbSize = sizeof(data);
+    return data;
+}
+
+GUID ParseClassId(const std::string& aText) {
+    GUID classId;
+    if (::IIDFromString(FromUtf8(aText).c_str(), &classId) != S_OK) {
+        throw Error(ErrorKind::WrongUse, "the INF's ClassGuid '" + aText + "' is no GUID");
+    }
+    return classId;
+}
+
+std::wstring InstanceId(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    wchar_t id[MAX_DEVICE_ID_LEN] = {};
+    Check(::SetupDiGetDeviceInstanceIdW(aSet, &aDevice, id, MAX_DEVICE_ID_LEN, nullptr),
+          "cannot read a device's instance id");
+    return id;
+}
+
+// A text, or several with a zero after each; empty when the device has none.
+std::vector<std::wstring> TextsOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, DWORD aProperty) {
+    wchar_t buffer[1024] = {};
+    // Two zeros stay behind the texts.
+    constexpr DWORD kSize = sizeof buffer - 2 * sizeof(wchar_t);
+    std::vector<std::wstring> texts;
+    if (!::SetupDiGetDeviceRegistryPropertyW(aSet, &aDevice, aProperty, nullptr,
+                                             reinterpret_cast<BYTE*>(buffer), kSize, nullptr)) {
+        return texts;
+    }
+    for (const wchar_t* text = buffer; *text != L'\0'; text += texts.back().size() + 1)
+        texts.emplace_back(text);
+    return texts;
+}
+
+std::wstring ServiceOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    const std::vector<std::wstring> texts = TextsOf(aSet, aDevice, SPDRP_SERVICE);
+    return texts.empty() ? std::wstring() : texts[0];
+}
+
+std::wstring InterfacePath(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface,
+                           SP_DEVINFO_DATA& aOwner) {
+    DWORD size = 0;
+    ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, nullptr, 0, &size, nullptr);
+    std::vector<std::byte> buffer(
+        std::max<std::size_t>(size, sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W)));
+    auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
+    detail->cbSize = sizeof(*detail);
+    Check(::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, detail,
+                                             static_cast<DWORD>(buffer.size()), nullptr, &aOwner),
+          "cannot read a device's interface path");
+    return detail->DevicePath;
+}
+
+// The interface classes of this machine.
+std::vector<GUID> InterfaceClasses() {
+    HKEY opened = nullptr;
+    const LSTATUS code =
+        ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kInterfaceClasses, 0, KEY_READ, &opened);
+    const QvBaseLib::UniqueRegistryKey key(opened);
+    std::vector<GUID> classes;
+    if (code != ERROR_SUCCESS) return classes;
+    wchar_t name[64];
+    DWORD size = ARRAYSIZE(name);
+    for (DWORD i = 0; ::RegEnumKeyExW(key.Get(), i, name, &size, nullptr, nullptr, nullptr,
+                                      nullptr) == ERROR_SUCCESS;
+         ++i, size = ARRAYSIZE(name)) {
+        GUID one;
+        if (::IIDFromString(name, &one) == S_OK) classes.push_back(one);
+    }
+    return classes;
+}
+
+// By instance ids in capitals.
+using Interfaces = std::map<std::wstring, std::vector<std::string>>;
+
+std::wstring Capitals(std::wstring aText) {
+    ::CharUpperBuffW(aText.data(), static_cast<DWORD>(aText.size()));
+    return aText;
+}
+
+// The paths of the interfaces that are switched on.
+Interfaces ActiveInterfaces() {
+    Interfaces interfaces;
+    for (const GUID& one : InterfaceClasses()) {
+        const UniqueDeviceSet set = Own(
+            ::SetupDiGetClassDevsW(&one, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
+        auto data = EmptyData<SP_DEVICE_INTERFACE_DATA>();
+        for (DWORD i = 0; ::SetupDiEnumDeviceInterfaces(set.Get(), nullptr, &one, i, &data); ++i) {
+            if ((data.Flags & SPINT_ACTIVE) == 0) continue;
+            auto owner = EmptyData<SP_DEVINFO_DATA>();
+            const std::string path = ToUtf8(InterfacePath(set.Get(), data, owner));
+            interfaces[Capitals(InstanceId(set.Get(), owner))].push_back(path);
+        }
+    }
+    return interfaces;
+}
+
+using UseDevice = std::function<void(HDEVINFO, SP_DEVINFO_DATA&)>;
+
+// @param aEnumerator  Null for the devices of all.
+void ForEachDevice(const wchar_t* aEnumerator, const UseDevice& aUse) {
+    const UniqueDeviceSet set =
+        Own(::SetupDiGetClassDevsW(nullptr, aEnumerator, nullptr, DIGCF_ALLCLASSES));
+    auto data = EmptyData<SP_DEVINFO_DATA>();
+    for (DWORD i = 0; ::SetupDiEnumDeviceInfo(set.Get(), i, &data); ++i) aUse(set.Get(), data);
+}
+
+void UseOneDevice(const std::string& aInstanceId, const UseDevice& aUse) {
+    const UniqueDeviceSet set = Own(::SetupDiCreateDeviceInfoList(nullptr, nullptr));
+    auto data = EmptyData<SP_DEVINFO_DATA>();
+    const BOOL isThere = ::SetupDiOpenDeviceInfoW(set.Get(), FromUtf8(aInstanceId).c_str(), nullptr,
+                                                  /*OpenFlags=*/0, &data);
+    const unsigned long code = ::GetLastError();
+    if (!isThere) {
+        throw SystemError(ErrorKind::NoSuchDevice, "there is no device '" + aInstanceId + "'",
+                          code);
+    }
+    aUse(set.Get(), data);
+}
+
+struct NodeStatus {
+    bool isStarted = false;
+    unsigned long problem = 0;
+};
+
+NodeStatus StatusOf(const SP_DEVINFO_DATA& aDevice) {
+    ULONG status = 0;
+    ULONG problem = 0;
+    if (::CM_Get_DevNode_Status(&status, &problem, aDevice.DevInst, 0) != CR_SUCCESS) return {};
+    return {(status & DN_STARTED) != 0, (status & DN_HAS_PROBLEM) != 0 ? problem : 0};
+}
+
+// What is wrong with the driver of a device that has not started.
+std::string ExplainDriver(const std::wstring& aService) {
+    if (aService.empty()) return "no driver is installed for it";
+    const std::string name = "'" + ToUtf8(aService) + "'";
+    const std::optional<DriverService> service = FindDriverService(aService);
+    if (!service) return "its driver's service " + name + " is missing";
+    std::error_code error;
+    if (!std::filesystem::exists(service->file, error))
+        return "its driver's file '" + ToUtf8(service->file.wstring()) + "' is missing";
+    if (service->isRunning) return "its driver " + name + " runs, but the device has no interface";
+    return "its driver " + name + " is not loaded" +
+           (service->exitCode == 0 ? "" : " (" + SystemErrorText(service->exitCode) + ")");
+}
+
+std::string ExplainProblem(unsigned long aProblem, const std::wstring& aService) {
+    if (aProblem == 0) return ExplainDriver(aService);
+    return ProblemText(aProblem) + (aService.empty() ? "" : "; " + ExplainDriver(aService));
+}
+
+bool HasHardwareId(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, const std::wstring& aId) {
+    const std::vector<std::wstring> ids = TextsOf(aSet, aDevice, SPDRP_HARDWAREID);
+    return std::any_of(ids.begin(), ids.end(),
+                       [&](const std::wstring& aOther) { return IsSameText(aOther, aId); });
+}
+
+// Drivers that were installed later have an INF named oemNN.inf. Wine does not tell the name.
+bool IsPartOfWindows(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    wchar_t inf[MAX_PATH] = {};
+    DEVPROPTYPE type = 0;
+    const BOOL isKnown =
+        ::SetupDiGetDevicePropertyW(aSet, &aDevice, &kDriverInfPath, &type,
+                                    reinterpret_cast<BYTE*>(inf), sizeof inf, nullptr, 0);
+    return isKnown && !StartsWith(inf, L"oem");
+}
+
+bool NeedsRestart(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    auto parameters = EmptyData<SP_DEVINSTALL_PARAMS_W>();
+    if (!::SetupDiGetDeviceInstallParamsW(aSet, &aDevice, &parameters)) return false;
+    return (parameters.Flags & (DI_NEEDREBOOT | DI_NEEDRESTART)) != 0;
+}
+
+}  // namespace
+
+Error InstallationError(const std::string& aWhat, unsigned long aCode) {
+    const std::string advice = AdviceFor(aCode);
+    const std::string reason = SystemErrorText(aCode) + (advice.empty() ? "" : "; " + advice);
+    return Error(ErrorKind::SystemFailed, aWhat + ": " + reason, aCode, reason);
+}
+
+std::vector<RootDevice> ListRootDevices(const std::string& aHardwareId) {
+    const Interfaces interfaces = ActiveInterfaces();
+    const std::wstring hardwareId = FromUtf8(aHardwareId);
+    std::vector<RootDevice> devices;
+    ForEachDevice(kRootEnumerator, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+        if (!hardwareId.empty() && !HasHardwareId(aSet, aDevice, hardwareId)) return;
+        const std::wstring id = InstanceId(aSet, aDevice);
+        const std::wstring service = ServiceOf(aSet, aDevice);
+        const NodeStatus status = StatusOf(aDevice);
+        RootDevice device;
+        device.instanceId = ToUtf8(id);
+        device.service = ToUtf8(service);
+        const auto found = interfaces.find(Capitals(id));
+        if (found != interfaces.end()) device.interfaces = found->second;
+        // Wine does not tell which devices are started.
+        device.isStarted = status.isStarted || !device.interfaces.empty();
+        if (!device.isStarted) device.problem = ExplainProblem(status.problem, service);
+        devices.push_back(device);
+    });
+    std::sort(devices.begin(), devices.end(),
+              [](const RootDevice& aLeft, const RootDevice& aRight) {
+                  return aLeft.instanceId < aRight.instanceId;
+              });
+    return devices;
+}
+
+std::string RegisterDevice(const DriverPackage& aPackage) {
+    const GUID classId = ParseClassId(aPackage.classId);
+    std::wstring hardwareIds = FromUtf8(aPackage.hardwareId);
+    // The hardware id without its enumerator names the device, followed by the next free number.
+    const std::wstring name = hardwareIds.substr(hardwareIds.rfind(L'\\') + 1);
+    // The list ends with an empty text.
+    hardwareIds.append(2, L'\0');
+
+    const UniqueDeviceSet set = Own(::SetupDiCreateDeviceInfoList(&classId, nullptr));
+    auto data = EmptyData<SP_DEVINFO_DATA>();
+    Check(::SetupDiCreateDeviceInfoW(set.Get(), name.c_str(), &classId,
+                                     FromUtf8(aPackage.className).c_str(), nullptr,
+                                     DICD_GENERATE_ID, &data),
+          "cannot create a device");
+    Check(::SetupDiSetDeviceRegistryPropertyW(
+              set.Get(), &data, SPDRP_HARDWAREID, reinterpret_cast<const BYTE*>(hardwareIds.data()),
+              static_cast<DWORD>(hardwareIds.size() * sizeof(wchar_t))),
+          "cannot set a device's hardware id");
+    Check(::SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set.Get(), &data),
+          "cannot register a device");
+    return ToUtf8(InstanceId(set.Get(), data));
+}
+
+void CheckRemovable(const std::string& aInstanceId) {
+    UseOneDevice(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+        if (!StartsWith(InstanceId(aSet, aDevice), L"ROOT\\")) {
+            throw Error(ErrorKind::WrongUse, "'" + aInstanceId + "' is no root-enumerated device");
+        }
+        if (IsPartOfWindows(aSet, aDevice)) {
+            throw Error(ErrorKind::WrongUse,
+                        "the driver of '" + aInstanceId + "' is a part of Windows");
+        }
+    });
+}
+
+RemovedDevice RemoveDevice(const std::string& aInstanceId) {
+    RemovedDevice removed = {};
+    UseOneDevice(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+        removed.service = ToUtf8(ServiceOf(aSet, aDevice));
+        Check(::SetupDiCallClassInstaller(DIF_REMOVE, aSet, &aDevice), "cannot remove the device");
+        removed.needsRestart = NeedsRestart(aSet, aDevice);
+    });
+    return removed;
+}
+
+bool IsServiceInUse(const std::string& aService) {
+    const std::wstring service = FromUtf8(aService);
+    bool isInUse = false;
+    ForEachDevice(nullptr, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+        isInUse = isInUse || IsSameText(ServiceOf(aSet, aDevice), service);
+    });
+    return isInUse;
+}
+
+}  // namespace QvKit
