@@ -6,10 +6,7 @@
 #ifndef QVTESTS_THIRDDEVICE_H
 #define QVTESTS_THIRDDEVICE_H
 
-#include <string>
-#include <vector>
-
-#include "ProgramRun.h"
+#include "SampleSetup.h"
 #include "TestSupport.h"
 
 namespace QvTests {
@@ -23,17 +20,16 @@ public:
     ThirdDevice(const ThirdDevice&) = delete;
     ThirdDevice& operator=(const ThirdDevice&) = delete;
 
-    void Add() { isThere_ = RunSetup({"install", "--devices", "3"}); }
+    void Add() { isThere_ = HasWorked(InstallSampleDevices(3)); }
     void Remove() {
         isThere_ = false;
-        (void)RunSetup({"remove", "--device", "2"});  // It has failed the test.
+        (void)HasWorked(RemoveSampleDevice("2"));  // It has failed the test.
     }
 
 private:
-    static bool RunSetup(const std::vector<std::string>& aArguments) {
-        const Outcome outcome = RunProgram(L"QvSampleSetup.exe", aArguments);
-        EXPECT_EQ(0u, outcome.exitCode) << outcome.out << outcome.err;
-        return outcome.exitCode == 0;
+    static bool HasWorked(const Outcome& aSetup) {
+        EXPECT_EQ(0u, aSetup.exitCode) << aSetup.out << aSetup.err;
+        return aSetup.exitCode == 0;
     }
 
     bool isThere_ = false;

@@ -39,10 +39,13 @@ struct OptionTexts {
 };
 
 void AddSharedOptions(CLI::App& aCommand, OptionTexts& aTexts) {
-    aCommand
-        .add_option("--device", aTexts.device,
-                    "The device: its number in the list (by default\n0), or its path")
-        ->option_text("N|PATH");
+    // A verb may have one of its own.
+    if (aCommand.get_option_no_throw("--device") == nullptr) {
+        aCommand
+            .add_option("--device", aTexts.device,
+                        "The device: its number in the list (by default\n0), or its path")
+            ->option_text("N|PATH");
+    }
     aCommand
         .add_option("--interface", aTexts.interfaceClass,
                     "The interface class of the devices; the\nsample driver's by default")

@@ -34,8 +34,13 @@ std::string KindOf(const OptionDescription& aOption) {
     return Join(aOption.GetChoices(), " ");
 }
 
-std::string KindOfArguments(const VerbDescription& aVerb) {
+std::string KindOfFirst(const VerbDescription& aVerb) {
     return aVerb.arguments.empty() ? std::string() : KindOf(aVerb.arguments.front());
+}
+
+// The last argument may be repeated.
+std::string KindOfFurther(const VerbDescription& aVerb) {
+    return aVerb.arguments.empty() ? std::string() : KindOf(aVerb.arguments.back());
 }
 
 Texts FirstWords(const ProgramDescription& aProgram) {
@@ -95,15 +100,17 @@ _qvctl_offer() {
 
 _qvctl() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
-    local verb=${COMP_WORDS[1]-} options= arguments=
+    local verb=${COMP_WORDS[1]-} options= first= further=
     COMPREPLY=()
 )script";
 
 constexpr char kBashTail[] =
     R"script(    if [[ "$current" == -* ]]; then
         _qvctl_offer "$options"
+    elif ((COMP_CWORD == 2)); then
+        _qvctl_offer "$first"
     else
-        _qvctl_offer "$arguments"
+        _qvctl_offer "$further"
     fi
 }
 complete -F _qvctl qvctl qvctl.exe
@@ -123,7 +130,8 @@ Register-ArgumentCompleter -Native -CommandName qvctl, qvctl.exe -ScriptBlock {
         if (-not $verb) { return }
         if ($verb.Values.ContainsKey($before[-1])) { $kind = $verb.Values[$before[-1]] }
         elseif ($word.StartsWith('-')) { $kind = $verb.Options -join ' ' }
-        else { $kind = $verb.Arguments }
+        elseif ($before.Count -eq 2) { $kind = $verb.First }
+        else { $kind = $verb.Further }
     }
     $offered = switch ($kind) {
         'file' { return }
@@ -158,8 +166,8 @@ std::string BashCompletion(const ProgramDescription& aProgram) {
                       KindOf(option) + "\"; return ;;\n";
         }
         verbs += "        " + verb.name + ")\n            options=\"" +
-                 Join(NamesOf(verb.options), " ") + "\"\n            arguments=\"" +
-                 KindOfArguments(verb) + "\" ;;\n";
+                 Join(NamesOf(verb.options), " ") + "\"\n            first=\"" + KindOfFirst(verb) +
+                 "\" further=\"" + KindOfFurther(verb) + "\" ;;\n";
     }
     return text + "    case \"$verb $previous\" in\n" + values + "    esac\n" +
            "    case \"$verb\" in\n" + verbs + "    esac\n" + kBashTail;
@@ -178,8 +186,9 @@ std::string PowerShellCompletion(const ProgramDescription& aProgram) {
         }
         text += "    " + Quoted(verb.name) +
                 " = @{\n        Options = " + QuotedList(NamesOf(verb.options)) +
-                "\n        Arguments = " + Quoted(KindOfArguments(verb)) +
-                "\n        Values = @{ " + Join(values, "; ") + " }\n    }\n";
+                "\n        First = " + Quoted(KindOfFirst(verb)) +
+                "\n        Further = " + Quoted(KindOfFurther(verb)) + "\n        Values = @{ " +
+                Join(values, "; ") + " }\n    }\n";
     }
     return text + "}\n" + kPowerShellTail;
 }

@@ -24,12 +24,15 @@ bool OptionDescription::IsFile() const {
 }
 
 bool ProgramDescription::IsShared(const OptionDescription& aOption) const {
-    const auto hasIt = [&](const VerbDescription& aVerb) {
-        return std::any_of(
+    const auto optionOf = [&](const VerbDescription& aVerb) {
+        const auto found = std::find_if(
             aVerb.options.begin(), aVerb.options.end(),
             [&](const OptionDescription& aOther) { return aOther.name == aOption.name; });
+        return found == aVerb.options.end() ? nullptr : &*found;
     };
-    return std::all_of(verbs.begin(), verbs.end(), hasIt);
+    const OptionDescription* const first = optionOf(verbs.front());
+    return first != nullptr && first->summary == aOption.summary &&
+           std::all_of(verbs.begin(), verbs.end(), optionOf);
 }
 
 }  // namespace Qvctl

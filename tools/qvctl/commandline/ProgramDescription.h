@@ -38,7 +38,7 @@ struct ProgramDescription {
     std::vector<OptionDescription> options;
     std::vector<VerbDescription> verbs;
 
-    // Whether every verb has this option.
+    // Whether every verb has this option. A verb may have one of its own by the same name.
     bool IsShared(const OptionDescription& aOption) const;
 };
 

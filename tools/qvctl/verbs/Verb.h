@@ -42,6 +42,7 @@ public:
 // Each is defined in the source of its verb.
 std::unique_ptr<Verb> MakeCompletionVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
+std::unique_ptr<Verb> MakeDriverVerb();
 std::unique_ptr<Verb> MakeGetVerb();
 std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeManualVerb();

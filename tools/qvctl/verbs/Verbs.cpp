@@ -21,6 +21,7 @@ constexpr struct {
     {"stream", "Read packets and account for each of them", MakeStreamVerb},
     {"write", "Send a file to the device", MakeWriteVerb},
     {"md5", "Print or check MD5 digests of files", MakeMd5Verb},
+    {"driver", "Install a driver, list its devices, remove them", MakeDriverVerb},
     {"doctor", "Check what usually goes wrong", MakeDoctorVerb},
     {"version", "Print the versions of tool and libraries", MakeVersionVerb},
     {"completion", "Print a completion script for a shell", MakeCompletionVerb},
