@@ -42,7 +42,7 @@ foreach(name QvBaseLib QvUserLib QvKit)
     install(FILES ${PROJECT_BINARY_DIR}/package/${name}.pc DESTINATION lib/pkgconfig)
 endforeach()
 
-# The sample driver as a start for a new driver: a separate project, with the finished INF.
+# The sample driver as a start for a new driver: a separate project.
 install(
     DIRECTORY ${PROJECT_SOURCE_DIR}/driver
     DESTINATION share/QvUserLib
@@ -53,11 +53,6 @@ install(FILES ${PROJECT_SOURCE_DIR}/cmake/QvVersionResource.cmake
               ${PROJECT_SOURCE_DIR}/cmake/VersionInfo.rc.in
         DESTINATION share/QvUserLib/driver/cmake
 )
-if(QV_BUILD_DRIVER)
-    install(FILES ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/QvSampleDriver.inf
-            DESTINATION share/QvUserLib/driver
-    )
-endif()
 install(
     DIRECTORY ${PROJECT_SOURCE_DIR}/examples
     DESTINATION share/QvUserLib
@@ -95,6 +90,7 @@ set(qv_pages
     docs/writing-a-driver.md
     driver/README.md
     examples/README.md
+    packaging/README.md
 )
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 set(qv_page_tool ${PROJECT_SOURCE_DIR}/cmake/install_pages.py)

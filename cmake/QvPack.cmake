@@ -15,6 +15,16 @@ set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 
+# Read first: at the top of a package, but not of a prefix that others install into as well.
+foreach(file CHANGELOG.md LICENSE)
+    configure_file(${PROJECT_SOURCE_DIR}/${file} ${PROJECT_BINARY_DIR}/package/top/${file} COPYONLY)
+endforeach()
+configure_file(
+    ${PROJECT_BINARY_DIR}/package/pages/README.md ${PROJECT_BINARY_DIR}/package/top/README.md
+    COPYONLY
+)
+set(CPACK_INSTALLED_DIRECTORIES ${PROJECT_BINARY_DIR}/package/top .)
+
 set(CPACK_GENERATOR ZIP)
 find_program(QV_MAKENSIS makensis)
 if(QV_MAKENSIS)

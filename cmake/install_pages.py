@@ -22,6 +22,8 @@ PLACES = (
     ("base/include/", "include/"),
     ("kit/include/", "include/"),
     ("docs/", "share/doc/QvUserLib/docs/"),
+    # Beside bin, include and share.
+    ("packaging/README.md", "README.md"),
 )
 
 

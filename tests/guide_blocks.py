@@ -22,7 +22,7 @@ the block into.
 Usage: guide_blocks.py generate ROOT OUTPUT PAGE…     writes programs, expectations and a list
        guide_blocks.py excerpts ROOT PAGE…            checks excerpts and named scripts
        guide_blocks.py console ROOT PAGE NUMBER BIN [EMULATOR…]
-       guide_blocks.py follow ROOT PAGE DIRECTORY     does in the directory what the page says
+       guide_blocks.py follow DIRECTORY PAGE…         does in the directory what the pages say
 """
 
 import dataclasses
@@ -225,17 +225,17 @@ def run_console(root, page, number, programs, emulator):
 
 
 def script_of(blocks):
-    """Everything that is typed, in one shell; what a block prints goes to a file of its number."""
-    commands = ["set -euo pipefail"]
+    """Everything that is typed, in one shell; what a block prints goes to a file of its name."""
+    commands = ["set -euo pipefail", "start=$PWD"]
     for block in blocks:
         if block.is_followed():
-            commands.append("{\n" + block.text + f"}} >{block.number}.out")
+            commands.append("{\n" + block.text + f'}} >"$start/{block.name}.out"')
     return "\n".join(commands) + "\n"
 
 
-def follow(root, page, directory):
-    """Answers whether all commands succeed and print what the page shows."""
-    blocks = blocks_of(root, page)
+def follow(directory, pages):
+    """Answers whether all commands succeed and print what the pages show."""
+    blocks = [block for page in pages for block in blocks_of(pathlib.Path("/"), page)]
     for block in blocks:
         if block.file():
             write(directory / block.file(), block.text)
@@ -252,13 +252,13 @@ def follow(root, page, directory):
         print((directory / "followed.log").read_text(encoding="utf-8", errors="replace"))
         for output in sorted(directory.glob("*.out")):
             print(f"{output.name}:\n{output.read_text(encoding='utf-8', errors='replace')}")
-        print(f"{page}: a command fails with {code}")
+        print(f"a command fails with {code}")
         return False
     wrong = False
     for block in blocks:
         if not block.is_followed() or not block.output:
             continue
-        seen = (directory / f"{block.number}.out").read_text(encoding="utf-8")
+        seen = (directory / f"{block.name}.out").read_text(encoding="utf-8")
         # The build's own messages come first.
         if not seen.endswith(block.output):
             wrong = True
@@ -276,7 +276,8 @@ def main():
     if verb == "excerpts":
         return 1 if check_excerpts(root, rest) else 0
     if verb == "follow":
-        return 0 if follow(root, rest[0], pathlib.Path(rest[1])) else 1
+        directory = root
+        return 0 if follow(directory, rest) else 1
     page, number, programs, *emulator = rest
     return 0 if run_console(root, page, int(number), pathlib.Path(programs), emulator) else 1
 

@@ -2,13 +2,14 @@
 # SPDX-License-Identifier: MIT
 #
 # A new user has the zip file, an empty directory, and the guide that is in the zip: everything that
-# the guide says is done there, to a running client and a started driver in a Wine prefix of its own.
+# the guide says is done there, to a running client and a driver of the user's own, in a Wine prefix
+# of its own.
 # ZIP names the zip file; without it one is made of what was built.
 
 include(${CMAKE_CURRENT_LIST_DIR}/Common.cmake)
 
 set(user ${WORK}/user)
-set(page share/doc/QvUserLib/docs/getting-started.md)
+set(pages getting-started.md writing-a-driver.md)
 file(REMOVE_RECURSE ${user} ${WORK}/read)
 file(MAKE_DIRECTORY ${user} ${WORK}/read)
 
@@ -17,11 +18,18 @@ if(NOT ZIP)
     file(GLOB ZIP ${WORK}/read/QvUserLib-*-win64.zip)
 endif()
 file(COPY ${ZIP} DESTINATION ${user})
-file(ARCHIVE_EXTRACT INPUT ${ZIP} DESTINATION ${WORK}/read PATTERNS */${page})
-file(GLOB read ${WORK}/read/*/${page})
+file(ARCHIVE_EXTRACT INPUT ${ZIP} DESTINATION ${WORK}/read)
+file(GLOB read ${WORK}/read/*-win64)
+foreach(file README.md CHANGELOG.md LICENSE)
+    if(NOT EXISTS ${read}/${file})
+        message(FATAL_ERROR "not at the top of the zip file: ${file}")
+    endif()
+endforeach()
+run(${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/../../scripts/check_docs.py --links-only ${read}/README.md)
+list(TRANSFORM pages PREPEND ${read}/share/doc/QvUserLib/docs/)
 
 execute_process(
-    COMMAND ${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/../guide_blocks.py follow / ${read} ${user}
+    COMMAND ${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/../guide_blocks.py follow ${user} ${pages}
     OUTPUT_VARIABLE output
     ERROR_VARIABLE output
     RESULT_VARIABLE code
