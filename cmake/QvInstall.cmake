@@ -8,7 +8,7 @@ include(CMakePackageConfigHelpers)
 
 # Everything that must be built before it is installed.
 add_custom_target(delivered)
-add_dependencies(delivered QvBaseLib QvUserLib QvKit QvSampleSetup qvctl QvPathEntry)
+add_dependencies(delivered QvBaseLib QvUserLib QvKit qvctl QvPathEntry)
 foreach(target QvSampleDriver QvRuntimeDlls)
     if(TARGET ${target})
         add_dependencies(delivered ${target})

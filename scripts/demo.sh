@@ -31,7 +31,7 @@ expect_refusal() {
     echo "(exit code $code)"
 }
 
-scripts/build.sh mingw qvctl QvSampleDriver QvSampleSetup
+scripts/build.sh mingw qvctl QvSampleDriver
 
 use_wine "$PWD/build/mingw"
 trap stop_wine EXIT
@@ -39,7 +39,7 @@ stop_wine
 step "Starting Wine in build/mingw/wine"
 start_wine
 step "Installing the sample kernel driver with two devices"
-wine build/mingw/bin/QvSampleSetup.exe install --devices 2 </dev/null
+qvctl driver install build/mingw/bin/QvSampleDriver.inf --devices 2
 
 step "The devices that are present"
 qvctl list

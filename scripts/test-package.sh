@@ -105,11 +105,11 @@ expect_text "QvUserLib" reg query "$programs" /v DisplayName
 
 step "Using what was installed"
 expect_text "qvctl " cmd /c qvctl --version
-windows "$place\\bin\\QvSampleSetup.exe" install --devices 1 >/dev/null
+expect_text "  started  " cmd /c qvctl driver install "$place\\bin\\QvSampleDriver.inf"
 expect_text '0  \\?\root#qvsample' cmd /c qvctl list
 expect_text "Gain: 6 dB -> 12 dB" cmd /c qvctl set Gain=12
 expect_text "ok       parameters" cmd /c qvctl doctor
-windows "$place\\bin\\QvSampleSetup.exe" remove >/dev/null
+expect_text "Removed ROOT" cmd /c qvctl driver remove --id 'ROOT\QVSAMPLE'
 
 step "Uninstalling"
 touch "$installed/a file of the user"

@@ -68,5 +68,6 @@ start_wine_with_devices() {
     stop_wine
     start_wine
     step "Installing the sample driver, devices: $2"
-    run_quietly "$1/setup.log" wine "$1/bin/QvSampleSetup.exe" install --devices "$2"
+    run_quietly "$1/setup.log" wine "$1/bin/qvctl.exe" driver install "$1/bin/QvSampleDriver.inf" \
+        --devices "$2"
 }

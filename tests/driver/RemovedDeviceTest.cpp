@@ -5,22 +5,18 @@
 
 #include <string>
 
-#include "ProgramRun.h"
 #include "QvBaseLib/DeviceParameterRecord.h"
 #include "SampleDevice.h"
+#include "SampleSetup.h"
 
 namespace QvTests {
 namespace {
-
-Outcome RunSetup(const std::vector<std::string>& aArguments) {
-    return RunProgram(L"QvSampleSetup.exe", aArguments);
-}
 
 // Opens a third device and loads its parameters; the tests remove it.
 class RemovedDeviceTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        const Outcome installed = RunSetup({"install", "--devices", "3"});
+        const Outcome installed = InstallSampleDevices(3);
         ASSERT_EQ(0u, installed.exitCode) << installed.err;
         const std::size_t path = installed.out.find("\\\\?\\", installed.out.find("\n2  "));
         ASSERT_NE(std::string::npos, path) << installed.out;
@@ -34,7 +30,7 @@ protected:
     }
 
     void Remove() {
-        const Outcome removed = RunSetup({"remove", "--device", "2"});
+        const Outcome removed = RemoveSampleDevice("2");
         ASSERT_EQ(0u, removed.exitCode) << removed.err;
         isRemoved_ = true;
     }

@@ -22,6 +22,7 @@
 #include "QvUserLib/DeviceEnumerator.h"
 #include "QvUserLib/DeviceRequestQueue.h"
 #include "SampleDevice.h"
+#include "SampleSetup.h"
 
 namespace QvTests {
 namespace {
@@ -781,7 +782,7 @@ class SampleRemovalTest : public SampleStreamTest {
 protected:
     void SetUp() override {
         const std::set<std::string> before = Links();
-        ASSERT_EQ(0U, Setup("install --devices " + std::to_string(before.size() + 1)));
+        ASSERT_EQ(0U, InstallSampleDevices(before.size() + 1).exitCode);
         for (const std::string& link : Links()) {
             if (before.count(link) == 0) link_ = link;
         }
@@ -810,30 +811,7 @@ protected:
     void Remove() {
         std::string id = link_.substr(4, link_.rfind('#') - 4);
         std::replace(id.begin(), id.end(), '#', '\\');
-        EXPECT_EQ(0U, Setup("remove --device " + id));
-    }
-
-    // Runs the setup program, which lies beside the test. Returns its exit code.
-    static DWORD Setup(const std::string& aArguments) {
-        char path[MAX_PATH] = {};
-        ::GetModuleFileNameA(nullptr, path, MAX_PATH);
-        std::string command(path);
-        command.resize(command.rfind('\\') + 1);
-        command = '"' + command + "QvSampleSetup.exe\" " + aArguments;
-
-        STARTUPINFOA startup = {};
-        startup.cb = sizeof startup;
-        PROCESS_INFORMATION process = {};
-        if (!::CreateProcessA(nullptr, command.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr,
-                              &startup, &process)) {
-            return ::GetLastError();
-        }
-        const Handle thread(process.hThread);
-        const Handle owner(process.hProcess);
-        DWORD exitCode = 0;
-        ::WaitForSingleObject(owner.Get(), INFINITE);
-        ::GetExitCodeProcess(owner.Get(), &exitCode);
-        return exitCode;
+        EXPECT_EQ(0U, RemoveSampleDevice(id).exitCode);
     }
 
     std::string link_;

@@ -14,7 +14,6 @@ foreach(
     bin/QvUserLib64.dll
     bin/QvBaseLib64.dll
     bin/qvctl.exe
-    bin/QvSampleSetup.exe
     bin/log4cxx/default.logcfg
     lib/libQvUserLib64.dll.a
     lib/libQvBaseLib64.dll.a

@@ -96,7 +96,7 @@ TEST(JudgeTest, WithoutTheSampleDriverItsSetupIsAdvised) {
 
     EXPECT_EQ(Verdict::Problem, check.verdict);
     EXPECT_EQ("no device has had the interface {class}", check.found);
-    EXPECT_THAT(check.advice, HasSubstr("QvSampleSetup install"));
+    EXPECT_THAT(check.advice, HasSubstr("qvctl driver install"));
 }
 
 TEST(JudgeTest, WithoutAnotherDriverTheSampleIsNotAdvised) {
@@ -104,7 +104,7 @@ TEST(JudgeTest, WithoutAnotherDriverTheSampleIsNotAdvised) {
     findings.devices.clear();
     findings.registered = 0;
 
-    EXPECT_THAT(Find(findings, "driver").advice, Not(HasSubstr("QvSampleSetup")));
+    EXPECT_THAT(Find(findings, "driver").advice, Not(HasSubstr("driver install")));
 }
 
 TEST(JudgeTest, KnownDeviceThatIsNotStartedIsAProblemOfTheDevices) {

@@ -184,8 +184,8 @@ TEST(QvctlArgumentsTest, AnInterfaceThatIsNoGuidIsRefused) {
 
 TEST(QvctlErrorTest, WithoutSampleDevicesTheMessageTellsHowToInstallTheDriver) {
     EXPECT_THAT(Qvctl::NoDevicePresent(Qvctl::SampleInterface()).what(),
-                EndsWith("is present; install the sample driver with \"QvSampleSetup install "
-                         "--devices 2\""));
+                EndsWith("is present; install the sample driver with \"qvctl driver install "
+                         "QvSampleDriver.inf\""));
     EXPECT_THAT(Qvctl::NoDevicePresent(GUID()).what(), EndsWith("is present"));
 }
 

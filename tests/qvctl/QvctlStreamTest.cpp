@@ -15,6 +15,7 @@
 #include "SampleDevice.h"
 #include "SamplePackets.h"
 #include "TestSupport.h"
+#include "ThirdDevice.h"
 #include "ToolProcess.h"
 
 namespace {
@@ -285,35 +286,11 @@ TEST_F(QvctlStreamTest, ASecondStreamIsToldThatTheDeviceIsInUse) {
     EXPECT_EQ(0u, first.Wait().exitCode);
 }
 
-// A third device, for as long as the object lives at most.
-class ThirdDevice {
-public:
-    ThirdDevice() {
-        EXPECT_EQ(
-            0u, QvTests::RunProgram(L"QvSampleSetup.exe", {"install", "--devices", "3"}).exitCode);
-    }
-    ~ThirdDevice() { Remove(); }
-
-    ThirdDevice(const ThirdDevice&) = delete;
-    ThirdDevice& operator=(const ThirdDevice&) = delete;
-
-    void Remove() {
-        if (isThere_) {
-            EXPECT_EQ(
-                0u,
-                QvTests::RunProgram(L"QvSampleSetup.exe", {"remove", "--device", "2"}).exitCode);
-        }
-        isThere_ = false;
-    }
-
-private:
-    bool isThere_ = true;
-};
-
 TEST_F(QvctlStreamTest, ADeviceThatIsRemovedEndsAllThatGoesOn) {
     const TemporaryDirectory directory;
     const std::string file = directory.File("packets");
-    ThirdDevice device;
+    QvTests::ThirdDevice device;
+    device.Add();
     ToolProcess stream({"stream", "--device", "2", "--out", file, "--json", "--verbose"});
     ToolProcess watch({"watch", "Gain", "--device", "2", "--every", "20", "--verbose"});
     stream.AwaitError(kStreaming);

@@ -45,7 +45,7 @@ Error NoDevicePresent(const GUID& aInterface) {
     std::string message =
         "no device with the interface " + InterfaceText(aInterface) + " is present";
     if (::IsEqualGUID(aInterface, SampleInterface())) {
-        message += "; install the sample driver with \"QvSampleSetup install --devices 2\"";
+        message += "; install the sample driver with \"qvctl driver install QvSampleDriver.inf\"";
     }
     return Error(ErrorKind::NoSuchDevice, message);
 }

@@ -31,12 +31,11 @@ Check JudgeDriver(const Findings& aFindings) {
                          " are known: " + std::to_string(aFindings.registered),
                      std::string()};
     }
-    return Check{"driver", Verdict::Problem,
-                 "no device has had the interface " + aFindings.interfaceClass,
-                 aFindings.isSample
-                     ? "install the sample driver with \"QvSampleSetup install --devices 2\", as "
-                       "administrator"
-                     : "install the device's driver, or give another class with --interface"};
+    return Check{
+        "driver", Verdict::Problem, "no device has had the interface " + aFindings.interfaceClass,
+        aFindings.isSample ? "install the sample driver with \"qvctl driver install "
+                             "QvSampleDriver.inf\", as administrator"
+                           : "install the device's driver, or give another class with --interface"};
 }
 
 Check JudgeDevices(const Findings& aFindings) {

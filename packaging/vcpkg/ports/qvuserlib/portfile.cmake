@@ -15,7 +15,7 @@ vcpkg_cmake_configure(
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(CONFIG_PATH lib/cmake/QvUserLib)
 vcpkg_fixup_pkgconfig()
-vcpkg_copy_tools(TOOL_NAMES qvctl QvSampleSetup AUTO_CLEAN)
+vcpkg_copy_tools(TOOL_NAMES qvctl AUTO_CLEAN)
 # For the installer only.
 file(REMOVE ${CURRENT_PACKAGES_DIR}/bin/QvPathEntry.exe ${CURRENT_PACKAGES_DIR}/debug/bin/QvPathEntry.exe)
 file(REMOVE_RECURSE ${CURRENT_PACKAGES_DIR}/debug/include ${CURRENT_PACKAGES_DIR}/debug/share)
