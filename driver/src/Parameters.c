@@ -16,7 +16,6 @@ typedef struct QV_PARAMETER {
     // What programs get, except for the value. A text that is too long for its field does not
     // compile.
     QV_PARAMETER_RECORD record;
-    ULONG maximumUnits;   // Of a string's text.
     QV_REFRESH* refresh;  // Null when only programs change the value.
 } QV_PARAMETER;
 
@@ -51,8 +50,8 @@ typedef struct QV_PARAMETER {
                .id = (anId),                                               \
                .name = aName,                                              \
                .description = aDescription,                                \
-               .content.string.defaultText = aDefault},                    \
-    .maximumUnits = (aMaximumUnits)
+               .maximum = (aMaximumUnits),                                 \
+               .content.string.defaultText = aDefault}
 
 // NOLINTEND(bugprone-macro-parentheses)
 
@@ -224,7 +223,7 @@ static BOOLEAN IsWellFormed(const WCHAR* text, ULONG length) {
 // Null texts cannot occur: a record's texts are inside the record.
 static NTSTATUS CheckText(const QV_PARAMETER* parameter, const WCHAR* text) {
     const ULONG length = TextLength(text, QV_PARAMETER_TEXT_UNITS);
-    if (length > parameter->maximumUnits) return STATUS_NAME_TOO_LONG;
+    if (length > parameter->record.maximum) return STATUS_NAME_TOO_LONG;
     if (!IsWellFormed(text, length)) return STATUS_UNMAPPABLE_CHARACTER;
     return STATUS_SUCCESS;
 }

@@ -186,13 +186,7 @@ private:
 
 std::unique_ptr<Channel> OpenChannel(const DeviceAddress& aDevice, milliseconds aCancelLimit) {
     OpenedDevice opened = OpenDevice(aDevice);
-    if (!opened.handle.IsValid()) {
-        throw aDevice.isListed
-            ? SystemError(ErrorKind::DeviceFailed, "cannot open '" + aDevice.path + "'",
-                          opened.error)
-            : SystemError(ErrorKind::NoSuchDevice, "there is no device '" + aDevice.path + "'",
-                          opened.error);
-    }
+    if (!opened.handle.IsValid()) throw ExplainOpening(aDevice, opened.error);
     return std::make_unique<HandleChannel>(std::move(opened.handle), aCancelLimit);
 }
 

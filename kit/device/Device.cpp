@@ -7,6 +7,7 @@
 
 #include "LibraryCall.h"
 #include "ObservedConnection.h"
+#include "OpenDevice.h"
 #include "QvUserLib/DeviceParameterRepository.h"
 
 namespace QvKit {
@@ -24,12 +25,13 @@ struct Device::State {
 Device::Device(DeviceAddress aAddress) : state_(std::make_unique<State>(std::move(aAddress))) {
     const DeviceAddress& address = state_->address;
     const QvUserLib::Result opened = state_->connection.Connect(address.link.c_str());
-    if (opened.IsFailure()) {
-        throw address.isListed
-            ? LibraryError(ErrorKind::DeviceFailed, "cannot open '" + address.path + "'", opened)
-            : LibraryError(ErrorKind::NoSuchDevice, "there is no device '" + address.path + "'",
-                           opened);
-    }
+    if (opened.IsSuccess()) return;
+
+    // The library does not keep the system's error. Opening the device again shows it, unless the
+    // device opens by now.
+    const OpenedDevice again = OpenDevice(address);
+    if (!again.handle.IsValid()) throw ExplainOpening(address, again.error);
+    throw LibraryError(ErrorKind::DeviceFailed, "cannot open '" + address.path + "'", opened);
 }
 
 Device::~Device() = default;
@@ -38,10 +40,11 @@ const DeviceAddress& Device::GetAddress() const { return state_->address; }
 
 DeviceParameters& Device::LoadParameters() {
     const QvUserLib::Result loaded = state_->repository.Connect(&state_->connection);
-    if (loaded.IsFailure()) {
-        throw ParametersError(&state_->connection, "cannot load the device's parameters", loaded);
-    }
-    return state_->parameters;
+    if (loaded.IsSuccess()) return state_->parameters;
+
+    const Error error =
+        ParametersError(&state_->connection, "cannot load the device's parameters", loaded);
+    throw IsFile(state_->address) ? NotADevice(state_->address, loaded.GetCode()) : error;
 }
 
 }  // namespace QvKit

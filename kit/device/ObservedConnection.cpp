@@ -3,12 +3,33 @@
 
 #include "ObservedConnection.h"
 
+#include <cstddef>
+
 #include "LibraryCall.h"
+#include "QvBaseLib/DeviceParameter.h"
 #include "QvKit/BoundedConnection.h"
 
 namespace QvKit {
 
 using QvUserLib::Result;
+
+namespace {
+
+Snapshot::TextLimits ReadTextLimits(const void* aRecords, std::size_t aSize) {
+    const auto* const records = static_cast<const QvBaseLib::DeviceParameter*>(aRecords);
+    Snapshot::TextLimits limits;
+    for (std::size_t index = 0; index < aSize / sizeof *records; ++index) {
+        const QvBaseLib::DeviceParameter& record = records[index];
+        const unsigned long limit = record.GetMax();
+        const bool isLimit = limit > 0 && limit <= QV_PARAMETER_TEXT_UNITS;
+        if (record.GetType() == QvBaseLib::DeviceParameter::String && isLimit) {
+            limits[record.GetId()] = limit;
+        }
+    }
+    return limits;
+}
+
+}  // namespace
 
 Result ObservedConnection::IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize,
                                      void* aOut, unsigned int aOutSize, unsigned long* aInfo,
@@ -16,7 +37,11 @@ Result ObservedConnection::IoControl(unsigned long aCode, const void* aIn, unsig
     const Result result =
         DeviceConnection::IoControl(aCode, aIn, aInSize, aOut, aOutSize, aInfo, aOverlapped);
     reason_.reset();
-    if (result.IsFailure()) reason_ = CaptureReason(result).text;
+    if (result.IsFailure()) {
+        reason_ = CaptureReason(result).text;
+    } else if (aCode == IOCTL_PARAMETERS_GET) {
+        limits_ = ReadTextLimits(aOut, *aInfo);
+    }
     return result;
 }
 

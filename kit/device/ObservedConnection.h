@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// A connection of the library that remembers why its last request failed.
+// A connection of the library that remembers what the library's repository does not keep.
 
 #ifndef QVKIT_DEVICE_OBSERVEDCONNECTION_H
 #define QVKIT_DEVICE_OBSERVEDCONNECTION_H
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "QvKit/Error.h"
+#include "QvKit/Snapshot.h"
 #include "QvUserLib/DeviceConnection.h"
 
 namespace QvKit {
@@ -27,8 +28,12 @@ public:
     // Why the last request failed, in the library's words; nothing when it succeeded.
     const std::optional<std::string>& GetReason() const { return reason_; }
 
+    // The limits of texts in the parameter records that were read last.
+    const Snapshot::TextLimits& GetTextLimits() const { return limits_; }
+
 private:
     std::optional<std::string> reason_;
+    Snapshot::TextLimits limits_;
 };
 
 // The error of a repository that returned `aResult` just now. `aConnection` may be null.

@@ -27,6 +27,12 @@ inline OpenedDevice OpenDevice(const DeviceAddress& aDevice,
     return OpenedDevice{QvBaseLib::KernelHandle(handle), error};
 }
 
+// Whether there is a file, a directory or a disk at the path.
+bool IsFile(const DeviceAddress& aDevice);
+
+// The error of one, by this error of the system.
+Error NotADevice(const DeviceAddress& aDevice, unsigned long aSystemError);
+
 }  // namespace QvKit
 
 #endif

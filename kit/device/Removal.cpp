@@ -46,11 +46,6 @@ bool IsBeingRemoved(const DeviceAddress& aDevice) {
 
 }  // namespace
 
-unsigned long TryToOpen(const DeviceAddress& aDevice) {
-    const OpenedDevice probe = OpenDevice(aDevice);
-    return probe.handle.IsValid() ? ERROR_SUCCESS : probe.error;
-}
-
 Error ExplainRemoval(const DeviceAddress& aDevice, const Error& aError) {
     const std::optional<unsigned long> code = aError.GetCode();
     if (!code || !IsSignOfRemoval(*code) || !IsBeingRemoved(aDevice)) return aError;

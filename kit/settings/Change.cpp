@@ -5,6 +5,8 @@
 
 #include <utility>
 
+#include "QvKit/Spelling.h"
+#include "QvKit/Text.h"
 #include "QvUserLib/DeviceParameterRepository.h"
 #include "ValueFromText.h"
 
@@ -18,25 +20,26 @@ Value ReadValue(const Parameter& aParameter, SettingType aType) {
     return aParameter.GetInt();
 }
 
-std::string HintFor(const Setting& aSetting) {
+std::string HintFor(const Setting& aSetting, const std::optional<std::string>& aRequest) {
     if (aSetting.isReadOnly || aSetting.type == SettingType::String) return std::string();
     const std::string unit = aSetting.unit.empty() ? aSetting.unit : " " + aSetting.unit;
-    return "allowed: " + aSetting.DescribeRange() + unit;
+    const std::string nearest = FindNearestWord(aRequest.value_or(""), aSetting.entries);
+    const std::string guess = nearest.empty() ? nearest : "did you mean " + nearest + "? ";
+    return guess + "allowed: " + aSetting.DescribeRange() + unit;
 }
 
-Refusal RefuseLost(const Change::Edit& aEdit, const Setting* aHeld) {
-    Refusal refusal;
-    refusal.name = aEdit.setting.name;
-    refusal.value = aEdit.request;
-    if (aHeld == nullptr) {
-        refusal.reason = "The device does not have it any more";
-        refusal.code = static_cast<unsigned long>(QvUserLib::Code::NotFound);
-    } else {
-        refusal.reason = "The device did not keep the value";
-        refusal.hint = "it holds " + aHeld->DescribeWithUnit(aHeld->value);
-        refusal.code = static_cast<unsigned long>(QvUserLib::Code::NotAllowed);
-    }
-    return refusal;
+// What the device holds instead of what was sent. Nobody can tell whether it was the driver or
+// another program.
+std::string DescribeLoss(const Change::Edit& aEdit, const Setting* aHeld) {
+    const Setting& setting = aEdit.setting;
+    if (aHeld == nullptr) return "the device does not have " + setting.name + " any more";
+    return setting.name + " holds " + aHeld->DescribeWithUnit(aHeld->value) + " instead of " +
+           setting.DescribeWithUnit(aEdit.after) +
+           ": changed by another program meanwhile, or not kept by the device";
+}
+
+void AppendTo(std::string& aList, const std::string& aText, const char* aSeparator) {
+    aList += (aList.empty() ? "" : aSeparator) + aText;
 }
 
 }  // namespace
@@ -44,11 +47,18 @@ Refusal RefuseLost(const Change::Edit& aEdit, const Setting* aHeld) {
 Change::Change(DeviceParameters& aParameters)
     : parameters_(aParameters), before_(aParameters.GetSnapshot()) {}
 
-void Change::Set(const std::string& aName, const std::string& aText) { EditOne(aName, aText); }
+void Change::Set(const std::string& aName, const std::string& aText) {
+    EditOne(aName, aText, FromUtf8(aText));
+}
 
-void Change::Reset(const std::string& aName) { EditOne(aName, std::nullopt); }
+void Change::SetEscaped(const std::string& aName, const std::string& aText) {
+    EditOne(aName, aText, Unescape(aText));
+}
 
-void Change::EditOne(const std::string& aName, const std::optional<std::string>& aRequest) {
+void Change::Reset(const std::string& aName) { EditOne(aName, std::nullopt, std::nullopt); }
+
+void Change::EditOne(const std::string& aName, const std::optional<std::string>& aRequest,
+                     const std::optional<std::wstring>& aText) {
     const Setting* const setting = before_.Find(aName);
     if (setting == nullptr) {
         refusals_.push_back(before_.RefuseUnknown(aName));
@@ -57,9 +67,9 @@ void Change::EditOne(const std::string& aName, const std::optional<std::string>&
     }
     Parameter& parameter = *parameters_.GetRepository().GetByID(setting->id);
     const std::optional<ValueRefusal> refused =
-        aRequest ? SetFromText(parameter, *setting, *aRequest) : SetToDefault(parameter, *setting);
+        aText ? SetFromText(parameter, *setting, *aText) : SetToDefault(parameter, *setting);
     if (refused) {
-        refusals_.push_back(Refusal{aName, aRequest, refused->reason, HintFor(*setting),
+        refusals_.push_back(Refusal{aName, aRequest, refused->reason, HintFor(*setting, aRequest),
                                     refused->code, refused->isLogged});
         return;
     }
@@ -69,7 +79,12 @@ void Change::EditOne(const std::string& aName, const std::optional<std::string>&
 void Change::Send() {
     if (!refusals_.empty()) throw Error(refusals_, "nothing was sent");
 
-    parameters_.Apply();
+    // The driver does not say which of them it refuses.
+    std::string sent;
+    for (const Edit& edit : edits_) {
+        if (edit.IsChange()) AppendTo(sent, edit.setting.name, ", ");
+    }
+    parameters_.Apply("the device refused the change" + (sent.empty() ? sent : " of " + sent));
     parameters_.Refresh("the change was sent, but the device's parameters cannot be read");
     CompareWithDevice();
 }
@@ -77,14 +92,14 @@ void Change::Send() {
 // A driver may round, or take a value without keeping it, and still return success.
 void Change::CompareWithDevice() const {
     const Snapshot held = parameters_.GetSnapshot();
-    std::vector<Refusal> refusals;
+    std::string losses;
     for (const Edit& edit : edits_) {
         const Setting* const setting = held.Find(edit.setting.name);
         const bool isKept =
             setting != nullptr && (setting->isVolatile || setting->value == edit.after);
-        if (!isKept) refusals.push_back(RefuseLost(edit, setting));
+        if (!isKept) AppendTo(losses, DescribeLoss(edit, setting), "; ");
     }
-    if (!refusals.empty()) throw Error(std::move(refusals), "the change was sent");
+    if (!losses.empty()) throw Error(ErrorKind::ChangedMeanwhile, losses);
 }
 
 }  // namespace QvKit

@@ -9,18 +9,19 @@
 
 namespace QvKit {
 
-Snapshot DeviceParameters::GetSnapshot() const { return Snapshot(repository_); }
+Snapshot DeviceParameters::GetSnapshot() const {
+    if (connection_ == nullptr) return Snapshot(repository_);
+    return Snapshot(repository_, connection_->GetTextLimits());
+}
 
 void DeviceParameters::Refresh(const std::string& aWhat) {
     const QvUserLib::Result refreshed = repository_.Refresh();
     if (refreshed.IsFailure()) throw ParametersError(connection_, aWhat, refreshed);
 }
 
-void DeviceParameters::Apply() {
+void DeviceParameters::Apply(const std::string& aWhat) {
     const QvUserLib::Result applied = repository_.Apply();
-    if (applied.IsFailure()) {
-        throw ParametersError(connection_, "the device refused the change", applied);
-    }
+    if (applied.IsFailure()) throw ParametersError(connection_, aWhat, applied);
 }
 
 }  // namespace QvKit

@@ -16,6 +16,11 @@ std::string Setting::ToText(const Value& aValue) const {
     return index < entries.size() ? entries[index] : std::string();
 }
 
+std::string Setting::ToEscapedText(const Value& aValue) const {
+    if (const auto* text = std::get_if<std::wstring>(&aValue)) return Escape(*text);
+    return Escape(FromUtf8(ToText(aValue)));
+}
+
 std::string Setting::Describe(const Value& aValue) const {
     const std::string text = ToText(aValue);
     return text.empty() ? "\"\"" : text;
@@ -26,7 +31,7 @@ std::string Setting::DescribeWithUnit(const Value& aValue) const {
 }
 
 std::string Setting::DescribeRange() const {
-    if (type == SettingType::String) return "any text";
+    if (type == SettingType::String) return "up to " + std::to_string(maximum) + " characters";
     if (type == SettingType::Integer) {
         return std::to_string(minimum) + " to " + std::to_string(maximum);
     }

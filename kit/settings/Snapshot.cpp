@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "QvBaseLib/DeviceParameterRecord.h"
 #include "QvKit/Spelling.h"
 #include "QvKit/Text.h"
 #include "QvUserLib/Parameter.h"
@@ -40,8 +41,14 @@ void SplitUnit(Setting& aSetting) {
     text.resize(blank);
 }
 
-void CopyText(const Parameter& aParameter, Setting& aSetting) {
+long long LimitOf(unsigned long aId, const Snapshot::TextLimits& aLimits) {
+    const auto limit = aLimits.find(aId);
+    return limit == aLimits.end() ? QV_PARAMETER_TEXT_UNITS : limit->second;
+}
+
+void CopyText(const Parameter& aParameter, const Snapshot::TextLimits& aLimits, Setting& aSetting) {
     aSetting.type = SettingType::String;
+    aSetting.maximum = LimitOf(aParameter.GetID(), aLimits);
     aSetting.value = std::wstring(aParameter.GetString().GetUnicode());
     aSetting.defaultValue = std::wstring(aParameter.GetDefaultString().GetUnicode());
 }
@@ -68,14 +75,14 @@ bool IsKnownType(const Parameter& aParameter) {
            type == Parameter::TypeString;
 }
 
-Setting Copy(const Parameter& aParameter) {
+Setting Copy(const Parameter& aParameter, const Snapshot::TextLimits& aLimits) {
     Setting setting;
     setting.name = FromLibraryText(aParameter.GetName());
     setting.id = aParameter.GetID();
     setting.description = FromLibraryText(aParameter.GetDescription());
     CopyMarks(aParameter, setting);
     if (aParameter.GetType() == Parameter::TypeString) {
-        CopyText(aParameter, setting);
+        CopyText(aParameter, aLimits, setting);
         return setting;
     }
     CopyNumber(aParameter, setting);
@@ -90,11 +97,11 @@ Setting Copy(const Parameter& aParameter) {
 
 }  // namespace
 
-Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters) {
+Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters, const TextLimits& aLimits) {
     settings_.reserve(aParameters.GetCount());
     for (unsigned long index = 0; index < aParameters.GetCount(); ++index) {
         const Parameter& parameter = *aParameters.GetByIndex(index);
-        if (IsKnownType(parameter)) settings_.push_back(Copy(parameter));
+        if (IsKnownType(parameter)) settings_.push_back(Copy(parameter, aLimits));
     }
 }
 

@@ -3,15 +3,14 @@
 
 #include "ValueFromText.h"
 
-#include <algorithm>
 #include <charconv>
-#include <cwchar>
 #include <limits>
 #include <system_error>
+#include <vector>
 
 #include "LibraryCall.h"
-#include "QvBaseLib/DeviceParameterRecord.h"
 #include "QvKit/Text.h"
+#include "WindowsApi.h"
 
 namespace QvKit {
 namespace {
@@ -55,9 +54,22 @@ std::errc ParseNumber(const std::string& aText, long long& aNumber) {
     return std::errc();
 }
 
-Refused SetInteger(Parameter& aParameter, const std::string& aText) {
+// The number in front of the unit, "12" of "12 dB" and "12dB".
+std::string WithoutUnit(const std::string& aText, const std::string& aUnit) {
+    const bool hasUnit = !aUnit.empty() && aText.size() > aUnit.size() &&
+                         aText.compare(aText.size() - aUnit.size(), aUnit.size(), aUnit) == 0;
+    if (!hasUnit) return aText;
+    const std::string number = aText.substr(0, aText.size() - aUnit.size());
+    return number.substr(0, number.find_last_not_of(' ') + 1);
+}
+
+Refused SetInteger(Parameter& aParameter, const Setting& aSetting, const std::string& aText) {
     long long number = 0;
-    const std::errc error = ParseNumber(aText, number);
+    // A hexadecimal number may end like a unit.
+    std::errc error = ParseNumber(aText, number);
+    if (error == std::errc::invalid_argument) {
+        error = ParseNumber(WithoutUnit(aText, aSetting.unit), number);
+    }
     if (error == std::errc::result_out_of_range) {
         return Refuse(Code::NotSupported, "The number does not fit in 64 bits");
     }
@@ -67,10 +79,27 @@ Refused SetInteger(Parameter& aParameter, const std::string& aText) {
     return RefusedBy(aParameter.SetInt(number));
 }
 
+// As the system compares names of files, without regard to case in any language.
+bool IsSameName(const std::string& aLeft, const std::string& aRight) {
+    return ::CompareStringOrdinal(FromUtf8(aLeft).c_str(), -1, FromUtf8(aRight).c_str(), -1,
+                                  /*bIgnoreCase=*/TRUE) == CSTR_EQUAL;
+}
+
+// The index of the entry with exactly this name, or with the only name that differs in case.
+std::optional<long long> FindEntry(const std::vector<std::string>& aEntries,
+                                   const std::string& aText) {
+    std::vector<long long> alike;
+    for (std::size_t index = 0; index < aEntries.size(); ++index) {
+        if (aEntries[index] == aText) return index;
+        if (IsSameName(aEntries[index], aText)) alike.push_back(static_cast<long long>(index));
+    }
+    if (alike.size() != 1) return std::nullopt;
+    return alike.front();
+}
+
 Refused SetEntry(Parameter& aParameter, const Setting& aSetting, const std::string& aText) {
-    const auto begin = aSetting.entries.begin();
-    const auto entry = std::find(begin, aSetting.entries.end(), aText);
-    if (entry != aSetting.entries.end()) return RefusedBy(aParameter.SetInt(entry - begin));
+    const std::optional<long long> entry = FindEntry(aSetting.entries, aText);
+    if (entry) return RefusedBy(aParameter.SetInt(*entry));
 
     long long number = 0;
     if (ParseNumber(aText, number) == std::errc()) return RefusedBy(aParameter.SetInt(number));
@@ -96,28 +125,30 @@ Result SetMarkedText(Parameter& aParameter, const std::wstring& aText) {
 
 // The library takes texts of any length, but sends the default instead of a text that is too long
 // for a record.
-Refused SetText(Parameter& aParameter, const std::wstring& aText) {
-    if (std::wcslen(aText.c_str()) > QV_PARAMETER_TEXT_UNITS) {
-        return Refuse(
-            Code::InvalidArgument,
-            "The text has more than " + std::to_string(QV_PARAMETER_TEXT_UNITS) + " characters");
+Refused SetText(Parameter& aParameter, const Setting& aSetting, const std::wstring& aText) {
+    if (aText.find(L'\0') != std::wstring::npos) {
+        return Refuse(Code::InvalidArgument, "A text cannot have a zero character");
+    }
+    if (static_cast<long long>(aText.size()) > aSetting.maximum) {
+        return Refuse(Code::InvalidArgument,
+                      "The text has more than " + std::to_string(aSetting.maximum) + " characters");
     }
     return RefusedBy(SetMarkedText(aParameter, aText));
 }
 
 }  // namespace
 
-Refused SetFromText(Parameter& aParameter, const Setting& aSetting, const std::string& aText) {
+Refused SetFromText(Parameter& aParameter, const Setting& aSetting, const std::wstring& aText) {
     // Refused whatever the text says, so this reason comes first.
     if (aSetting.isReadOnly) return Refuse(Code::NotAllowed, "Parameter is read-only");
 
     switch (aSetting.type) {
         case SettingType::Integer:
-            return SetInteger(aParameter, aText);
+            return SetInteger(aParameter, aSetting, ToUtf8(aText));
         case SettingType::Enumeration:
-            return SetEntry(aParameter, aSetting, aText);
+            return SetEntry(aParameter, aSetting, ToUtf8(aText));
         default:
-            return SetText(aParameter, FromUtf8(aText));
+            return SetText(aParameter, aSetting, aText);
     }
 }
 

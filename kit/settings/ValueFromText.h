@@ -25,7 +25,7 @@ struct ValueRefusal {
 // Set a value in the library's parameter, which `aSetting` is a copy of. Nothing when the parameter
 // took it; otherwise it is unchanged.
 std::optional<ValueRefusal> SetFromText(QvUserLib::Parameter& aParameter, const Setting& aSetting,
-                                        const std::string& aText);
+                                        const std::wstring& aText);
 std::optional<ValueRefusal> SetToDefault(QvUserLib::Parameter& aParameter, const Setting& aSetting);
 
 }  // namespace QvKit

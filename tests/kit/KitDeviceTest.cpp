@@ -68,11 +68,6 @@ TEST(KitDeviceListTest, APathWithCharactersThatTheCodePageLacksIsNoDevice) {
     EXPECT_EQ("there is no device '" + path + "'", error->what());
 }
 
-TEST_F(KitDeviceTest, TryingToOpenTellsTheSystemsError) {
-    EXPECT_EQ(0u, QvKit::TryToOpen(FirstDevice()));
-    EXPECT_EQ(2u, QvKit::TryToOpen(QvKit::MakeAddress("\\\\?\\root#nowhere#0")));
-}
-
 // Opening
 
 TEST_F(KitDeviceTest, AnOpenDeviceHasItsParameters) {
@@ -96,13 +91,22 @@ TEST_F(KitDeviceTest, AChangeReachesTheDevice) {
               Device(FirstDevice()).LoadParameters().GetSnapshot().Find("Gain")->value);
 }
 
-// The library does not know the limit of this label; the driver does.
+TEST_F(KitDeviceTest, ATextHasTheLimitOfTheDriversRecord) {
+    Device device(FirstDevice());
+    const QvKit::Snapshot snapshot = device.LoadParameters().GetSnapshot();
+
+    EXPECT_EQ(64, snapshot.Find("Label")->maximum);
+    EXPECT_EQ(216, snapshot.Find("Notes")->maximum);
+}
+
 TEST_F(KitDeviceTest, ARefusalByTheDriverHasTheSystemsCodeAndWords) {
     Device device(FirstDevice());
-    QvKit::Change change(device.LoadParameters());
-    change.Set("Label", std::string(65, 'l'));
+    QvKit::DeviceParameters& parameters = device.LoadParameters();
+    // The library does not know the limit of this label.
+    QvUserLib::Parameter& label = *parameters.GetRepository().GetByID(QV_SAMPLE_ID_LABEL);
+    ASSERT_THAT(label.SetString(std::string(65, 'l').c_str()), QvTests::HasCode(0));
 
-    const auto error = ErrorOf([&] { change.Send(); });
+    const auto error = ErrorOf([&] { parameters.Apply(); });
 
     ASSERT_TRUE(error.has_value());
     EXPECT_EQ(ErrorKind::DeviceFailed, error->GetKind());
@@ -111,26 +115,80 @@ TEST_F(KitDeviceTest, ARefusalByTheDriverHasTheSystemsCodeAndWords) {
                                           "(error 206"));
 }
 
-TEST_F(KitDeviceTest, APathThatDoesNotOpenIsNoDevice) {
-    const DeviceAddress address = QvKit::MakeAddress("\\\\?\\root#nowhere#0");
-
-    const auto error = ErrorOf([&] { const Device device(address); });
-
+void ExpectFailedOpening(const DeviceAddress& aAddress, ErrorKind aKind, unsigned long aCode,
+                         const std::string& aBeginning) {
+    const auto error = ErrorOf([&] { Device(aAddress).LoadParameters(); });
     ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ErrorKind::NoSuchDevice, error->GetKind());
-    EXPECT_STREQ("there is no device '\\\\?\\root#nowhere#0': CreateFile failed", error->what());
-    EXPECT_EQ(18u, error->GetCode());
+    EXPECT_EQ(aKind, error->GetKind());
+    EXPECT_EQ(aCode, error->GetCode());
+    EXPECT_THAT(error->what(), StartsWith(aBeginning + ": error " + std::to_string(aCode)));
 }
 
-TEST_F(KitDeviceTest, AListedDeviceThatDoesNotOpenIsAFailureOfTheDevice) {
+TEST_F(KitDeviceTest, APathOfNothingIsNoDevice) {
+    ExpectFailedOpening(QvKit::MakeAddress("\\\\?\\root#nowhere#0"), ErrorKind::NoSuchDevice, 2,
+                        "there is no device '\\\\?\\root#nowhere#0'");
+}
+
+TEST_F(KitDeviceTest, AListedDeviceThatIsNotThereWasRemoved) {
     DeviceAddress address = QvKit::MakeAddress("\\\\?\\root#nowhere#0");
     address.isListed = true;
 
-    const auto error = ErrorOf([&] { const Device device(address); });
+    ExpectFailedOpening(address, ErrorKind::DeviceGone, 2,
+                        "the device '\\\\?\\root#nowhere#0' was removed");
+}
+
+TEST(KitOpeningTest, WhatAnotherProgramHasForItselfIsInUse) {
+    const QvTests::TemporaryDirectory directory;
+    const std::string file = directory.File("locked");
+    const QvBaseLib::KernelHandle lock(::CreateFileA(file.c_str(), GENERIC_WRITE, /*dwShareMode=*/0,
+                                                     nullptr, CREATE_NEW, 0, nullptr));
+
+    ExpectFailedOpening(AddressOf(file), ErrorKind::DeviceInUse, ERROR_SHARING_VIOLATION,
+                        "another program has the device '" + file + "' for itself");
+}
+
+TEST(KitOpeningTest, AFileIsNoDevice) {
+    const QvTests::TemporaryDirectory directory;
+    const std::string file = directory.File("file");
+    QvTests::WriteBytes(file, "x");
+
+    const auto error = ErrorOf([&] { Device(AddressOf(file)).LoadParameters(); });
 
     ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ErrorKind::DeviceFailed, error->GetKind());
-    EXPECT_STREQ("cannot open '\\\\?\\root#nowhere#0': CreateFile failed", error->what());
+    EXPECT_EQ(ErrorKind::NoSuchDevice, error->GetKind());
+    EXPECT_THAT(error->what(), StartsWith("'" + file + "' is a file, a directory or a disk: "));
+}
+
+TEST(KitOpeningTest, ADirectoryIsNoDevice) {
+    const QvTests::TemporaryDirectory directory;
+
+    ExpectFailedOpening(AddressOf(directory.Path()), ErrorKind::NoSuchDevice, ERROR_ACCESS_DENIED,
+                        "'" + directory.Path() + "' is a file, a directory or a disk");
+}
+
+// No device of this machine fails in these ways.
+TEST(KitOpeningTest, TheSystemsErrorTellsWhatIsWrong) {
+    struct {
+        unsigned long code;
+        ErrorKind kind;
+        const char* message;
+    } const cases[] = {
+        {3, ErrorKind::NoSuchDevice, "there is no device '\\\\.\\X': error 3"},
+        {5, ErrorKind::AccessDenied, "no access to the device '\\\\.\\X': error 5"},
+        {31, ErrorKind::DeviceFailed, "cannot open the device '\\\\.\\X': error 31"},
+        {123, ErrorKind::NoSuchDevice, "'\\\\.\\X' is no path of a device: error 123"},
+        {161, ErrorKind::NoSuchDevice, "'\\\\.\\X' is no path of a device: error 161"},
+        {170, ErrorKind::DeviceInUse,
+         "another program has the device '\\\\.\\X' for itself: error 170"},
+        {433, ErrorKind::NoSuchDevice, "there is no device '\\\\.\\X': error 433"},
+    };
+    for (const auto& oneCase : cases) {
+        const Error error = QvKit::ExplainOpening(AddressOf("\\\\.\\X"), oneCase.code);
+
+        EXPECT_EQ(oneCase.kind, error.GetKind()) << oneCase.code;
+        EXPECT_EQ(oneCase.code, error.GetCode());
+        EXPECT_THAT(error.what(), StartsWith(oneCase.message));
+    }
 }
 
 TEST_F(KitDeviceTest, WhatHasNoParametersIsAFailureWithTheSystemsWords) {

@@ -282,7 +282,8 @@ TEST(KitSettingTest, AValueIsItsNumberTextOrEntry) {
 
     setting.type = SettingType::String;
     EXPECT_EQ(kJapanese, setting.ToText(QvKit::FromUtf8(kJapanese)));
-    EXPECT_EQ("any text", setting.DescribeRange());
+    setting.maximum = 64;
+    EXPECT_EQ("up to 64 characters", setting.DescribeRange());
 }
 
 // Changes: values from texts
@@ -371,6 +372,98 @@ TEST(KitChangeTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {
     EXPECT_EQ("Enumeration value does not exist in for parameter", refusal.reason);
     EXPECT_EQ("allowed: Slow, Fast", refusal.hint);
     EXPECT_TRUE(refusal.isLogged);
+}
+
+TEST(KitChangeTest, AnEntryIsTakenInAnotherCaseWhenOnlyOneIsMeant) {
+    FakeDevice device;
+    const Parameter& mode = device.AddEnumeration({"Slow", "fast", "Fast", kSize});
+
+    EXPECT_TRUE(IsTaken(device, "Mode", "Fast"));
+    EXPECT_EQ(2, mode.GetInt());
+    EXPECT_TRUE(IsTaken(device, "Mode", "sLOW"));
+    EXPECT_EQ(0, mode.GetInt());
+    EXPECT_TRUE(IsTaken(device, "Mode",
+                        "GR\xC3\x96\xC3\x9F"
+                        "E"));
+    EXPECT_EQ(3, mode.GetInt());
+    EXPECT_EQ("did you mean fast? allowed: Slow, fast, Fast, " + std::string(kSize),
+              RefusalOf(device, "Mode", "FAST").hint);
+}
+
+TEST(KitChangeTest, AnEntryThatIsNearlyRightIsSuggested) {
+    FakeDevice device;
+    device.AddEnumeration({"Continuous", "Triggered"});
+
+    EXPECT_EQ("did you mean Triggered? allowed: Continuous, Triggered",
+              RefusalOf(device, "Mode", "trigered").hint);
+}
+
+TEST(KitChangeTest, ANumbersUnitMayFollow) {
+    FakeDevice device;
+    Parameter& number = device.AddInteger(0, 1000);
+    ASSERT_THAT(number.SetDescription("Gain (dB)"), HasCode(Code::Success));
+    for (const char* text : {"12dB", "12 dB", "0xc dB", "12"}) {
+        EXPECT_TRUE(IsTaken(device, "Number", text)) << text;
+        EXPECT_EQ(12, number.GetInt());
+    }
+    for (const char* text : {"dB", " dB", "12 db", "12 dBm", "12dB "}) {
+        EXPECT_EQ("Not a whole number, decimal or with 0x hexadecimal",
+                  RefusalOf(device, "Number", text).reason)
+            << text;
+    }
+}
+
+TEST(KitChangeTest, HexadecimalDigitsAreNoUnit) {
+    FakeDevice device;
+    Parameter& number = device.AddInteger(0, 1000);
+    ASSERT_THAT(number.SetDescription("Size (B)"), HasCode(Code::Success));
+
+    EXPECT_TRUE(IsTaken(device, "Number", "0x1B"));
+
+    EXPECT_EQ(0x1B, number.GetInt());
+}
+
+TEST(KitChangeTest, EveryCharacterComesBackFromItsEscapedText) {
+    FakeDevice device;
+    const Parameter& parameter = device.AddText();
+    constexpr unsigned int kStep = 50;
+    for (unsigned int first = 1; first <= 0xFFFF; first += kStep) {
+        std::wstring text;
+        // A backslash in front of each, which must not begin an escape.
+        for (unsigned int unit = first; unit < first + kStep && unit <= 0xFFFF; ++unit) {
+            text += {L'\\', static_cast<wchar_t>(unit)};
+        }
+        const std::string escaped = Snapshot(device).Find("Text")->ToEscapedText(text);
+        Change change(device.parameters);
+
+        change.SetEscaped("Text", escaped);
+
+        ASSERT_EQ(1u, change.GetEdits().size()) << escaped;
+        ASSERT_EQ(text, parameter.GetString().GetUnicode()) << escaped;
+    }
+}
+
+TEST(KitChangeTest, AZeroInATextIsRefused) {
+    FakeDevice device;
+    device.AddText();
+    Change change(device.parameters);
+
+    change.SetEscaped("Text", "a\\u0000b");
+
+    EXPECT_EQ("Text=a\\u0000b refused: A text cannot have a zero character; nothing was sent",
+              MessageOf([&] { change.Send(); }));
+}
+
+TEST(KitChangeTest, AnEntryIsTakenByItsEscapedText) {
+    FakeDevice device;
+    const Parameter& mode = device.AddEnumeration({"A", "B\n"});
+    const std::string escaped = Snapshot(device).Find("Mode")->ToEscapedText(1LL);
+    Change change(device.parameters);
+
+    change.SetEscaped("Mode", escaped);
+
+    EXPECT_EQ("B\\u000a", escaped);
+    EXPECT_EQ(1, mode.GetInt());
 }
 
 TEST(KitChangeTest, AnEntryThatIsAlikeInTheCodePageOnlyIsRefused) {
@@ -486,16 +579,21 @@ TEST(KitChangeTest, NothingIsSentWhenOneEditIsRefused) {
     EXPECT_EQ(0, device.requests);
 }
 
-TEST(KitChangeTest, AValueThatTheDeviceDidNotKeepIsRefused) {
+TEST(KitChangeTest, AnotherValueAfterwardsIsNoRefusal) {
     FakeDevice device;
     device.Add("A");
     device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
 
     Change change(device.parameters);
     change.Set("A", "7");
+    const auto error = ErrorOf([&] { change.Send(); });
 
-    EXPECT_EQ("A=7 refused: The device did not keep the value (it holds 8); the change was sent",
-              MessageOf([&] { change.Send(); }));
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(ErrorKind::ChangedMeanwhile, error->GetKind());
+    EXPECT_STREQ(
+        "A holds 8 instead of 7: changed by another program meanwhile, or not kept by the device",
+        error->what());
+    EXPECT_THAT(error->GetRefusals(), IsEmpty());
 }
 
 TEST(KitChangeTest, AVolatileValueMayDifferFromWhatWasSent) {
@@ -509,7 +607,7 @@ TEST(KitChangeTest, AVolatileValueMayDifferFromWhatWasSent) {
     EXPECT_NO_THROW(change.Send());
 }
 
-TEST(KitChangeTest, AParameterThatTheDeviceLostIsRefused) {
+TEST(KitChangeTest, AParameterThatTheDeviceLostIsNamed) {
     FakeDevice device;
     device.Add("A");
     device.onRefresh = [&] { (void)device.RemoveByID(kId); };
@@ -517,8 +615,7 @@ TEST(KitChangeTest, AParameterThatTheDeviceLostIsRefused) {
     Change change(device.parameters);
     change.Reset("A");
 
-    EXPECT_EQ("A: The device does not have it any more; the change was sent",
-              MessageOf([&] { change.Send(); }));
+    EXPECT_EQ("the device does not have A any more", MessageOf([&] { change.Send(); }));
 }
 
 TEST(KitChangeTest, ARefusalByTheDeviceIsAnErrorWithItsCode) {
@@ -532,6 +629,22 @@ TEST(KitChangeTest, ARefusalByTheDeviceIsAnErrorWithItsCode) {
     EXPECT_STREQ("the device refused the change: code 0xffff", error->what());
     EXPECT_EQ(ErrorKind::DeviceFailed, error->GetKind());
     EXPECT_EQ(0xFFFFu, error->GetCode());
+}
+
+TEST(KitChangeTest, ARefusalByTheDeviceNamesWhatWasSent) {
+    FakeDevice device;
+    device.Add("A", 1);
+    device.Add("B", 2);
+    device.Add("C", 3);
+    device.applyResult = Result(Code::Pending);
+
+    Change change(device.parameters);
+    change.Set("A", "6");
+    change.Set("B", "5");
+    change.Set("C", "7");
+
+    EXPECT_EQ("the device refused the change of A, C: code 0xffff",
+              MessageOf([&] { change.Send(); }));
 }
 
 TEST(KitChangeTest, ADeviceThatCannotBeReadAfterwardsIsAnErrorThatSaysSo) {

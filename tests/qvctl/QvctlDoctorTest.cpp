@@ -118,19 +118,19 @@ TEST(JudgeTest, KnownDeviceThatIsNotStartedIsAProblemOfTheDevices) {
 
 TEST(JudgeTest, DeviceThatDeniesAccessAsksForAnAdministrator) {
     Findings findings = Healthy();
-    findings.devices[0].openError = 5;
-    findings.devices[0].openReason = "CreateFile failed (error 5)";
+    findings.devices[0].openKind = QvKit::ErrorKind::AccessDenied;
+    findings.devices[0].openReason = "error 5: Access denied";
 
     const Check check = Find(findings, "access");
 
     EXPECT_EQ(Verdict::Problem, check.verdict);
-    EXPECT_EQ("cannot open \\\\?\\device: CreateFile failed (error 5)", check.found);
+    EXPECT_EQ("cannot open \\\\?\\device: error 5: Access denied", check.found);
     EXPECT_THAT(check.advice, HasSubstr("as administrator"));
 }
 
 TEST(JudgeTest, DeviceThatSomeoneElseHasAsksToEndThatProgram) {
     Findings findings = Healthy();
-    findings.devices[0].openError = 32;
+    findings.devices[0].openKind = QvKit::ErrorKind::DeviceInUse;
 
     EXPECT_EQ("end the program that has the device for itself", Find(findings, "access").advice);
 }
@@ -245,7 +245,7 @@ TEST(QvctlHelpTest, HelpOfEveryVerbFitsEightyColumnsAndHasAnExample) {
 
 TEST(DescribeProgramTest, OptionHasItsValueAndItsTextInOneLine) {
     const auto program = Qvctl::DescribeProgram(Qvctl::MakeAllVerbs());
-    const auto& options = program.verbs.front().options;
+    const auto& options = program.verbs.at(1).options;
     const auto device = std::find_if(options.begin(), options.end(), [](const auto& aOption) {
         return aOption.name == "--device";
     });

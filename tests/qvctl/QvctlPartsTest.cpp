@@ -17,6 +17,7 @@
 #include "QvKit/Text.h"
 #include "commandline/CommandLine.h"
 #include "kit/KitTestSupport.h"
+#include "output/Assignment.h"
 #include "output/ErrorReport.h"
 #include "output/Printable.h"
 #include "output/SettingTable.h"
@@ -36,6 +37,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Le;
 using testing::SizeIs;
+using testing::StartsWith;
 
 // Texts
 
@@ -43,6 +45,20 @@ TEST(QvctlPrintableTest, EscapesWhatDisturbsATerminal) {
     EXPECT_EQ("a\\u000ab\\u001b[0m", Qvctl::Printable("a\nb\x1B[0m"));
     EXPECT_EQ("\\u202e", Qvctl::Printable(QvKit::ToUtf8(std::wstring(1, 0x202E))));
     EXPECT_EQ(kSize, Qvctl::Printable(kSize));
+}
+
+TEST(QvctlAssignmentTest, ANameWithAnySignsComesBack) {
+    for (const char* name : {"Gain", "A=B", "-x", "[x]", "a\nb", "\\u003d", kSize}) {
+        QvKit::Setting setting;
+        setting.name = name;
+        setting.value = 7LL;
+
+        const std::string line = Qvctl::FormatAssignment(setting);
+
+        EXPECT_THAT(line, testing::Not(testing::AnyOf(StartsWith("-"), StartsWith("["))));
+        EXPECT_EQ(name, Qvctl::ParseAssignment(line).name);
+        EXPECT_EQ("7", Qvctl::ParseAssignment(line).value);
+    }
 }
 
 // Marks
@@ -206,8 +222,9 @@ TEST(QvctlErrorTest, EveryKindHasItsExitCodeAndItsName) {
         const char* name;
     } const cases[] = {
         {ErrorKind::WrongUse, 2, "usage"},      {ErrorKind::NoSuchDevice, 3, "no-device"},
-        {ErrorKind::DeviceInUse, 1, "failed"},  {ErrorKind::DeviceGone, 1, "failed"},
-        {ErrorKind::DeviceFailed, 1, "failed"}, {ErrorKind::SystemFailed, 1, "failed"},
+        {ErrorKind::AccessDenied, 1, "failed"}, {ErrorKind::DeviceInUse, 1, "failed"},
+        {ErrorKind::DeviceGone, 1, "failed"},   {ErrorKind::DeviceFailed, 1, "failed"},
+        {ErrorKind::SystemFailed, 1, "failed"}, {ErrorKind::ChangedMeanwhile, 1, "changed"},
         {ErrorKind::Refused, 1, "refused"},     {ErrorKind::Cancelled, 130, "interrupted"},
         {ErrorKind::TimedOut, 4, "timed-out"},  {ErrorKind::Closed, 1, "failed"},
     };

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "QvKit/Error.h"
 #include "QvSample/QvSampleDevice.h"
 #include "QvUserLib/DeviceConnection.h"
 #include "QvUserLib/DeviceParameterRepository.h"
@@ -209,6 +210,16 @@ TEST_F(QvctlTest, GetPrintsLinesThatSetTakes) {
     EXPECT_EQ(0u, Qvctl({"set", "Resolution=16 bit", "Gain=6"}).exitCode);
 }
 
+TEST_F(QvctlTest, GetPrintsControlCharactersAsSetTakesThem) {
+    const std::string line = "Notes=a\\u000ab\\u007f C:\\temp \\u005cu000a \\u202e";
+
+    ASSERT_EQ(0u, Qvctl({"set", line}).exitCode);
+
+    EXPECT_EQ(line + "\n", Get("Notes"));
+    EXPECT_EQ("a\nb\x7F C:\\temp \\u000a \xE2\x80\xAE",
+              Qvctl({"get", "Notes", "--json"}).Json()["values"]["Notes"]);
+}
+
 TEST_F(QvctlTest, GetPrintsUtf8) {
     EXPECT_EQ(std::string("Label=") + kDefaultLabel + "\n", Get("Label"));
 }
@@ -272,6 +283,11 @@ TEST_F(QvctlTest, SetTakesAnEntrysIndexAndAHexadecimalNumber) {
               Qvctl({"get", "OperatingMode", "Marker"}).out);
 }
 
+TEST_F(QvctlTest, SetTakesAnEntryInAnyCaseAndANumberWithItsUnit) {
+    EXPECT_EQ("OperatingMode: Continuous -> Triggered\nGain: 6 dB -> 12 dB\n",
+              Qvctl({"set", "OperatingMode=triggered", "Gain=12dB"}).out);
+}
+
 TEST_F(QvctlTest, SetToThePresentValueSaysThatNothingChanged) {
     EXPECT_EQ("Gain: 6 dB (unchanged)\n", Qvctl({"set", "Gain=6"}).out);
 }
@@ -306,6 +322,9 @@ TEST_F(QvctlTest, SetRefusesWhatDoesNotFitWithOneLineThatSaysWhy) {
         {"OperatingMode=3",
          "Value does not fit in the range (allowed: Continuous, Triggered, Standby)"},
         {"Gain=5x", "Not a whole number, decimal or with 0x hexadecimal (allowed: 0 to 60 dB)"},
+        {"OperatingMode=Trigered",
+         "Enumeration value does not exist in for parameter (did you mean Triggered? allowed: "
+         "Continuous, Triggered, Standby)"},
         {"Gain=9223372036854775808", "The number does not fit in 64 bits (allowed: 0 to 60 dB)"},
         {"Notes=" + std::string(217, 'n'), "The text has more than 216 characters"},
     };
@@ -348,16 +367,14 @@ TEST_F(QvctlTest, RefusalsAsJsonNameParameterValueAndReason) {
               error["refusals"]);
 }
 
-// The library does not know the limit of this label; the driver does.
-TEST_F(QvctlTest, ARefusalByTheDriverIsTheToolsFailure) {
-    const Outcome outcome = Qvctl({"set", "Gain=7", "Label=" + std::string(65, 'l'), "--json"});
+TEST_F(QvctlTest, ATextBeyondTheDriversLimitIsRefusedBeforeItIsSent) {
+    const std::string label = "Label=" + std::string(65, 'l');
 
-    EXPECT_EQ(1u, outcome.exitCode);
-    EXPECT_THAT(outcome.err, StartsWith("qvctl: the device refused the change: DeviceIoControl "
-                                        "failed (error 206"));
-    EXPECT_EQ("failed", outcome.Json()["error"]["kind"]);
-    EXPECT_EQ(206, outcome.Json()["error"]["code"]);
-    EXPECT_EQ("Gain=6\n", Get("Gain"));
+    EXPECT_EQ(
+        "qvctl: " + label + " refused: The text has more than 64 characters; nothing was sent\n",
+        Qvctl({"set", "Gain=7", label}).err);
+    EXPECT_THAT(Qvctl({"show", "Label"}).out, HasSubstr("up to 64 characters"));
+    EXPECT_EQ(64, Qvctl({"show", "Label", "--json"}).Json()["parameters"][0]["maximumLength"]);
 }
 
 // reset
@@ -459,7 +476,7 @@ TEST_F(QvctlTest, NoSuchDeviceIsOneLineAndAnExitCodeOfItsOwn) {
         {{"get", "Gain", "--device", "99999999999999999999"},
          "there is no device 99999999999999999999; those present are 0 to 1"},
         {{"set", "Gain=7", "--device", "\\\\?\\root#nowhere#0"},
-         "there is no device '\\\\?\\root#nowhere#0': CreateFile failed"},
+         "there is no device '\\\\?\\root#nowhere#0': " + QvKit::SystemErrorText(2)},
         {{"reset", "--interface", kUnknownInterface},
          std::string("no device with the interface ") + kUnknownInterface + " is present"},
         {{"list", "--interface", kUnknownInterface},
@@ -514,6 +531,14 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
          "--device is given more than once; see \"qvctl show --help\""},
         {{"--json", "show"},
          "options follow the verb, but '--json' comes first; see \"qvctl show --help\""},
+        {{"list", "--device", "7"}, "--device has no effect on list; see \"qvctl list --help\""},
+        {{"doctor", "--device=9"}, "--device has no effect on doctor; see \"qvctl doctor --help\""},
+        {{"version", "--interface", "x"},
+         "--interface has no effect on version; see \"qvctl version --help\""},
+        {{"manual", "--json"}, "--json has no effect on manual; see \"qvctl manual --help\""},
+        {{"completion", "bash", "--json"},
+         "--json has no effect on completion; see \"qvctl completion --help\""},
+        {{"help", "hsow"}, "there is no verb 'hsow' (did you mean show?); see \"qvctl --help\""},
         {{"get"}, "NAME is required; see \"qvctl get --help\""},
         {{"get", ""}, "a parameter's name is empty"},
         {{"set", "Gain"}, "'Gain' is no NAME=VALUE"},
@@ -558,6 +583,7 @@ TEST_F(QvctlTest, HelpListsTheVerbsAndTheExitCodes) {
 
 TEST_F(QvctlTest, HelpOfEachVerbShowsAnExampleAndTheSharedOptions) {
     for (const std::string verb : kVerbs) {
+        if (verb == "list") continue;
         SCOPED_TRACE(verb);
         const Outcome outcome = Qvctl({verb, "--help"});
 
@@ -568,6 +594,11 @@ TEST_F(QvctlTest, HelpOfEachVerbShowsAnExampleAndTheSharedOptions) {
             EXPECT_THAT(outcome.out, HasSubstr(option));
         }
     }
+}
+
+TEST_F(QvctlTest, HelpIsAVerbToo) {
+    EXPECT_EQ(Qvctl({"--help"}).out, Qvctl({"help"}).out);
+    EXPECT_EQ(Qvctl({"set", "--help"}).out, Qvctl({"help", "set"}).out);
 }
 
 TEST_F(QvctlTest, HelpFitsEightyColumns) {

@@ -19,9 +19,10 @@ std::unique_ptr<QvKit::Device> Context::OpenDevice(const ChosenDevice& aDevice) 
     try {
         return std::make_unique<QvKit::Device>(aDevice.address);
     } catch (const QvKit::Error& error) {
-        if (error.GetKind() != QvKit::ErrorKind::DeviceFailed) throw;
+        // The doctor looks at devices that are listed.
+        if (!aDevice.address.isListed) throw;
         throw QvKit::Error(error.GetKind(),
-                           std::string(error.what()) + "; \"qvctl doctor\" tells why",
+                           std::string(error.what()) + "; \"qvctl doctor\" tells what to do",
                            error.GetCode());
     }
 }

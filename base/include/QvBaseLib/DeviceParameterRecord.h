@@ -86,7 +86,9 @@ typedef struct QV_PARAMETER_RECORD {
     char description[QV_PARAMETER_DESCRIPTION_BYTES]; /**< ANSI code page. */
     char unit[QV_PARAMETER_UNIT_BYTES]; /**< ANSI code page; of an integer, or empty. */
     uint32_t minimum;                   /**< Of an integer, inclusive; 0 for an enumeration. */
-    uint32_t maximum;      /**< Of an integer, inclusive; the last index of an enumeration. */
+    uint32_t maximum;      /**< Of an integer, inclusive; the last index of an enumeration; of a
+                                string, the most UTF-16 units of its value, or 0 for as many as
+                                fit. */
     uint32_t defaultValue; /**< Of an integer; an index of an enumeration. */
     uint32_t value;        /**< As `defaultValue`. */
     union {

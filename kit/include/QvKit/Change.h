@@ -32,26 +32,32 @@ public:
     explicit Change(DeviceParameters& aParameters);
 
     /// Sets a value from a text in UTF-8. An integer is decimal, or hexadecimal with 0x, with an
-    /// optional sign. An enumeration's entry is given by its exact name or, when no entry has that
+    /// optional sign, and its unit may follow. An enumeration's entry is given by its exact name,
+    /// by a name that differs from only one entry's, and only in case, or, when no entry has that
     /// name, by its index. A refusal is kept for `Send`.
     void Set(const std::string& aName, const std::string& aText);
+
+    /// The same from a text with escapes, as `Setting::ToEscapedText` returns it.
+    void SetEscaped(const std::string& aName, const std::string& aText);
 
     /// Sets the default. A refusal is kept for `Send`.
     void Reset(const std::string& aName);
 
     /// Sends the edits, or nothing if any was refused, and loads the parameters again.
     ///
-    /// Throws `Error`: `ErrorKind::Refused` when edits were refused (nothing was sent), or when the
-    /// device did not keep values that were sent, which is not asked of volatile ones;
+    /// Throws `Error`: `ErrorKind::Refused` when edits were refused (nothing was sent);
     /// `ErrorKind::DeviceFailed` when the driver refuses the request, or its parameters cannot be
-    /// read afterwards.
+    /// read afterwards; `ErrorKind::ChangedMeanwhile` when the device then holds other values than
+    /// were sent, which may be any for volatile ones.
     void Send();
 
     /// The edits that were not refused.
     const std::vector<Edit>& GetEdits() const { return edits_; }
 
 private:
-    void EditOne(const std::string& aName, const std::optional<std::string>& aRequest);
+    // Without a text the default is set. The request is the text as it was given.
+    void EditOne(const std::string& aName, const std::optional<std::string>& aRequest,
+                 const std::optional<std::wstring>& aText);
     void CompareWithDevice() const;
 
     DeviceParameters& parameters_;

@@ -16,8 +16,7 @@ class Device {
 public:
     /// Opens the device.
     ///
-    /// Throws `Error`: `ErrorKind::NoSuchDevice` when a path that is not from the list does not
-    /// open; `ErrorKind::DeviceFailed` when a listed device does not open.
+    /// Throws `Error` when it does not open; the kind says why, as from `ExplainOpening`.
     explicit Device(DeviceAddress aAddress);
     ~Device();
 
@@ -29,7 +28,8 @@ public:
     /// Loads the parameters. To be called once; `DeviceParameters::Refresh` loads them again. They
     /// belong to the device.
     ///
-    /// Throws `Error`: `ErrorKind::DeviceFailed` when the driver does not return parameters.
+    /// Throws `Error`: `ErrorKind::DeviceFailed` when the driver does not return parameters;
+    /// `ErrorKind::NoSuchDevice` when what was opened is a file.
     DeviceParameters& LoadParameters();
 
 private:

@@ -36,9 +36,11 @@ std::size_t CountKnownDevices(const _GUID& aInterface);
 /// Throws `Error`: `ErrorKind::NoSuchDevice` for a path with characters that no link can have.
 DeviceAddress MakeAddress(const std::string& aPath);
 
-/// The system's error when the device is opened as the library opens it; 0 when it opens. It is
-/// closed again.
-unsigned long TryToOpen(const DeviceAddress& aDevice);
+/// The error of a device that did not open with this error of the system: `ErrorKind::NoSuchDevice`
+/// when there is none at that path, or something else such as a file; `ErrorKind::DeviceGone` when
+/// the system listed it; `ErrorKind::AccessDenied`; `ErrorKind::DeviceInUse`; otherwise
+/// `ErrorKind::DeviceFailed`.
+Error ExplainOpening(const DeviceAddress& aDevice, unsigned long aSystemError);
 
 /// The error of a request that failed on the device: if the device has been removed, as
 /// `ErrorKind::DeviceGone` with that news in front, otherwise as it is. A device refuses requests

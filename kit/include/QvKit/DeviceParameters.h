@@ -42,8 +42,10 @@ public:
 
     /// Sends the parameters that were changed in the repository, in one request.
     ///
+    /// @param aWhat  The beginning of the message of a failure.
+    ///
     /// Throws `Error`: `ErrorKind::DeviceFailed` when the driver refuses the request or fails.
-    void Apply();
+    void Apply(const std::string& aWhat = "the device refused the change");
 
     /// Its parameters are other objects after `Refresh`.
     QvUserLib::DeviceParameterRepository& GetRepository() const { return repository_; }

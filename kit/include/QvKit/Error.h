@@ -13,16 +13,18 @@ namespace QvKit {
 
 /// What went wrong, as far as a program decides by it.
 enum class ErrorKind {
-    WrongUse,      ///< The caller asked for something that makes no sense.
-    NoSuchDevice,  ///< No device has this path.
-    DeviceInUse,   ///< Another program has the device.
-    DeviceGone,    ///< The device was removed.
-    DeviceFailed,  ///< The device or its driver failed a request.
-    SystemFailed,  ///< The system failed: a file, memory, a thread.
-    Refused,       ///< Names or values were refused; see `Error::GetRefusals`.
-    Cancelled,     ///< The caller, or the user, stopped it.
-    TimedOut,      ///< The device did not answer in time.
-    Closed         ///< The connection was closed before the device answered.
+    WrongUse,          ///< The caller asked for something that makes no sense.
+    NoSuchDevice,      ///< No device has this path.
+    AccessDenied,      ///< The user may not open the device.
+    DeviceInUse,       ///< Another program has the device.
+    DeviceGone,        ///< The device was removed.
+    DeviceFailed,      ///< The device or its driver failed a request.
+    SystemFailed,      ///< The system failed: a file, memory, a thread.
+    Refused,           ///< Names or values were refused; see `Error::GetRefusals`.
+    ChangedMeanwhile,  ///< The device took a change, but holds other values now.
+    Cancelled,         ///< The caller, or the user, stopped it.
+    TimedOut,          ///< The device did not answer in time.
+    Closed             ///< The connection was closed before the device answered.
 };
 
 /// One thing that was asked for and refused, such as a value of one parameter.
@@ -58,7 +60,7 @@ public:
     /// The message in UTF-8, without a full stop. Of refusals all in one line.
     const char* what() const noexcept override { return message_.c_str(); }
 
-    /// Why, without what was attempted: of "cannot open 'x': CreateFile failed" the end.
+    /// Why, without what was attempted: of "cannot open 'x': error 5: Access is denied" the end.
     const std::string& GetReason() const { return reason_.empty() ? message_ : reason_; }
 
     /// Empty for all kinds but `ErrorKind::Refused`.

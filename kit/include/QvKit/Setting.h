@@ -27,7 +27,7 @@ struct Setting {
     Value value;
     Value defaultValue;
     long long minimum = 0;  ///< Of an integer or enumeration, inclusive, as is the maximum.
-    long long maximum = 0;
+    long long maximum = 0;  ///< Of a string, how many UTF-16 units its text may have.
     std::vector<std::string> entries;  ///< The names of an enumeration's entries.
 
     bool isReadOnly = false;
@@ -41,13 +41,16 @@ struct Setting {
     /// or the text. Empty for an index without an entry.
     std::string ToText(const Value& aValue) const;
 
+    /// The same in one line, with escapes, as `Change::SetEscaped` takes it.
+    std::string ToEscapedText(const Value& aValue) const;
+
     /// A value for people: as `ToText`, but "" in quotation marks for an empty text.
     std::string Describe(const Value& aValue) const;
 
     /// The same with the unit, as in "6 dB".
     std::string DescribeWithUnit(const Value& aValue) const;
 
-    /// The values that are allowed: "0 to 60", the names of the entries, or "any text".
+    /// The values that are allowed: "0 to 60", the names of the entries, or "up to 64 characters".
     std::string DescribeRange() const;
 };
 

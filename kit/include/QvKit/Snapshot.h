@@ -4,6 +4,7 @@
 #ifndef QVKIT_SNAPSHOT_H
 #define QVKIT_SNAPSHOT_H
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -21,11 +22,17 @@ namespace QvKit {
 /// it.
 class Snapshot {
 public:
+    /// How many UTF-16 units the texts of strings may have, by identifier. A repository of the
+    /// library does not hold these limits.
+    using TextLimits = std::map<unsigned long, unsigned long>;
+
     Snapshot() = default;
 
     /// Copies what the repository holds; nothing is asked of a driver. Parameters of other types
-    /// than integer, enumeration and string, which no driver has, are left out.
-    explicit Snapshot(const QvUserLib::ParameterRepository& aParameters);
+    /// than integer, enumeration and string, which no driver has, are left out. A string without a
+    /// limit gets that of a record.
+    explicit Snapshot(const QvUserLib::ParameterRepository& aParameters,
+                      const TextLimits& aLimits = TextLimits());
 
     const std::vector<Setting>& GetSettings() const { return settings_; }
     bool IsEmpty() const { return settings_.empty(); }

@@ -27,6 +27,14 @@ std::wstring FromUtf8(std::string_view aText);
 /// Whether every surrogate has its partner, so that the text comes back from UTF-8 unchanged.
 bool IsWellFormed(std::wstring_view aText);
 
+/// A text in one line, in UTF-8, that is safe to show: an escape such as `\u000a` stands for each
+/// control character, each direction mark, and each surrogate without its partner. A backslash that
+/// would begin such an escape is one itself, `\u005c`; others stay as they are.
+std::string Escape(std::wstring_view aText);
+
+/// The text that `Escape` returned this for. In other texts only what looks like an escape changes.
+std::wstring Unescape(std::string_view aText);
+
 /// A library text that keeps every character, also those that the code page lacks.
 QvUserLib::String ToLibraryText(std::string_view aText);
 

@@ -38,20 +38,25 @@ struct OptionTexts {
     bool verbose = false;
 };
 
-void AddSharedOptions(CLI::App& aCommand, OptionTexts& aTexts) {
-    // A verb may have one of its own.
-    if (aCommand.get_option_no_throw("--device") == nullptr) {
+void AddSharedOptions(CLI::App& aCommand, unsigned aWhich, OptionTexts& aTexts) {
+    if (aWhich & DeviceOption) {
         aCommand
             .add_option("--device", aTexts.device,
                         "The device: its number in the list (by default\n0), or its path")
             ->option_text("N|PATH");
     }
-    aCommand
-        .add_option("--interface", aTexts.interfaceClass,
-                    "The interface class of the devices; the\nsample driver's by default")
-        ->option_text("GUID");
-    aCommand.add_flag("--json", aTexts.json, "Print JSON, failures included");
-    aCommand.add_flag("--verbose", aTexts.verbose, "Report each step on standard error");
+    if (aWhich & InterfaceOption) {
+        aCommand
+            .add_option("--interface", aTexts.interfaceClass,
+                        "The interface class of the devices; the\nsample driver's by default")
+            ->option_text("GUID");
+    }
+    if (aWhich & JsonOption) {
+        aCommand.add_flag("--json", aTexts.json, "Print JSON, failures included");
+    }
+    if (aWhich & VerboseOption) {
+        aCommand.add_flag("--verbose", aTexts.verbose, "Report each step on standard error");
+    }
     aCommand
         .add_option(
             "--error-log", aTexts.errorLog,
@@ -74,7 +79,7 @@ void AddVerb(CLI::App& aProgram, const NamedVerb& aVerb, OptionTexts& aTexts) {
     command->group("Verbs");
     command->footer(aVerb.verb->GetDetails());
     aVerb.verb->AddArguments(*command);
-    AddSharedOptions(*command, aTexts);
+    AddSharedOptions(*command, aVerb.verb->GetSharedOptions(), aTexts);
 }
 
 LogOptions UnderstandLog(const OptionTexts& aTexts) {
@@ -115,7 +120,21 @@ std::string Suggestion(const std::string& aWord, const std::vector<std::string>&
     return nearest.empty() ? nearest : " (did you mean " + nearest + "?)";
 }
 
+QvKit::Error NoSuchVerb(const std::string& aVerb, const CLI::App& aProgram) {
+    return WrongUsage("there is no verb '" + aVerb + "'" +
+                      Suggestion(aVerb, NamesOf(aProgram.get_subcommands(nullptr))) +
+                      "; see \"qvctl --help\"");
+}
+
 bool IsOption(const std::string& aWord) { return aWord.rfind('-', 0) == 0; }
+
+// Whether other verbs have this option.
+bool IsSharedOption(const std::string& aName) {
+    CLI::App shared;
+    OptionTexts texts;
+    AddSharedOptions(shared, ~0U, texts);
+    return shared.get_option_no_throw(aName) != nullptr;
+}
 
 // What is wrong with the arguments of a verb, in the parser's words where they are plain enough.
 std::string MistakeIn(const CLI::App& aCommand, const CLI::ParseError& aError) {
@@ -130,6 +149,8 @@ std::string MistakeIn(const CLI::App& aCommand, const CLI::ParseError& aError) {
     if (unexpected.empty()) return message;
     const std::string& word = unexpected.front();
     if (!IsOption(word)) return "'" + word + "' is an argument too many";
+    const std::string name = word.substr(0, word.find('='));
+    if (IsSharedOption(name)) return name + " has no effect on " + aCommand.get_name();
     return "there is no option '" + word + "'" + Suggestion(word, NamesOf(aCommand.get_options()));
 }
 
@@ -142,13 +163,17 @@ QvKit::Error ExplainMistake(const CLI::App& aProgram, const std::vector<std::str
     } else if (IsOption(aArguments.front())) {
         message = "options follow the verb, but '" + aArguments.front() + "' comes first";
     } else if (commands.empty()) {
-        message = "there is no verb '" + aArguments.front() + "'" +
-                  Suggestion(aArguments.front(), NamesOf(aProgram.get_subcommands(nullptr)));
+        return NoSuchVerb(aArguments.front(), aProgram);
     } else {
         message = MistakeIn(*commands.front(), aError);
     }
     const std::string verb = commands.empty() ? std::string() : commands.front()->get_name() + " ";
     return WrongUsage(message + "; see \"qvctl " + verb + "--help\"");
+}
+
+Verbs::const_iterator FindVerb(const Verbs& aVerbs, const std::string& aName) {
+    return std::find_if(aVerbs.begin(), aVerbs.end(),
+                        [&](const NamedVerb& aVerb) { return aVerb.name == aName; });
 }
 
 // Sets up the parser. It stores what it reads in the verbs and the texts.
@@ -194,6 +219,11 @@ ProgramDescription DescribeProgram(const Verbs& aVerbs) {
     for (const CLI::Option* option : std::as_const(program).get_options()) {
         description.options.push_back(Describe(*option));
     }
+    CLI::App shared;
+    AddSharedOptions(shared, ~0U, texts);
+    for (const CLI::Option* option : std::as_const(shared).get_options()) {
+        description.sharedOptions.push_back(Describe(*option));
+    }
     for (const NamedVerb& verb : aVerbs) {
         const CLI::App& command = *program.get_subcommand(verb.name);
         VerbDescription verbDescription{verb.name, verb.summary, verb.verb->GetDetails(), {}, {}};
@@ -205,6 +235,15 @@ ProgramDescription DescribeProgram(const Verbs& aVerbs) {
         description.verbs.push_back(std::move(verbDescription));
     }
     return description;
+}
+
+std::string HelpText(const Verbs& aVerbs, const std::string& aVerb) {
+    CLI::App program(kSummary, "qvctl");
+    OptionTexts texts;
+    SetUp(program, aVerbs, texts);
+    if (aVerb.empty()) return program.help();
+    if (FindVerb(aVerbs, aVerb) == aVerbs.end()) throw NoSuchVerb(aVerb, program);
+    return program.get_subcommand(aVerb)->help(program.get_name());
 }
 
 Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs) {
@@ -223,9 +262,7 @@ Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs
     }
 
     const std::string name = program.get_subcommands().front()->get_name();
-    const auto verb = std::find_if(aVerbs.begin(), aVerbs.end(),
-                                   [&](const NamedVerb& aVerb) { return aVerb.name == name; });
-    return Command{&*verb, std::string(), Understand(texts)};
+    return Command{&*FindVerb(aVerbs, name), std::string(), Understand(texts)};
 }
 
 bool AsksForJson(const std::vector<std::string>& aArguments) {

@@ -24,6 +24,10 @@ struct Command {
 // Reads the arguments, without the program's name, in UTF-8. Throws `QvKit::Error` for wrong usage.
 Command ParseCommandLine(const std::vector<std::string>& aArguments, const Verbs& aVerbs);
 
+// The help of the program, or of the verb if its name is not empty. Throws `QvKit::Error` for wrong
+// usage when there is no such verb.
+std::string HelpText(const Verbs& aVerbs, const std::string& aVerb);
+
 // Describes all that the command line takes.
 ProgramDescription DescribeProgram(const Verbs& aVerbs);
 

@@ -43,6 +43,16 @@ std::string Synopsis(const VerbDescription& aVerb) {
     return text + " [\\fIOPTIONS\\fR]\n";
 }
 
+// A sentence about the shared options that the verb does not take; empty if it takes all.
+std::string MissingOptions(const ProgramDescription& aProgram, const VerbDescription& aVerb) {
+    std::string missing;
+    for (const OptionDescription& option : aProgram.sharedOptions) {
+        if (HasOption(aVerb.options, option.name)) continue;
+        missing += (missing.empty() ? "" : ", ") + Escaped(option.name);
+    }
+    return missing.empty() ? missing : ".PP\nWithout effect, and so refused: " + missing + ".\n";
+}
+
 std::string Section(const ProgramDescription& aProgram, const VerbDescription& aVerb) {
     std::string text =
         ".SS " + Escaped(aVerb.name) + "\n" + Escaped(aVerb.summary) + ".\n.PP\n" + Synopsis(aVerb);
@@ -50,6 +60,7 @@ std::string Section(const ProgramDescription& aProgram, const VerbDescription& a
     for (const OptionDescription& option : aVerb.options) {
         if (!aProgram.IsShared(option)) text += Row(option);
     }
+    text += MissingOptions(aProgram, aVerb);
     return text + ".PP\n" + Preformatted(aVerb.details);
 }
 
@@ -63,10 +74,8 @@ std::string ManualPage(const ProgramDescription& aProgram, const std::string& aV
             Escaped(aProgram.summary) + "\n.PP\n" + Preformatted(aProgram.details) + ".SH VERBS\n";
     for (const VerbDescription& verb : aProgram.verbs) text += Section(aProgram, verb);
 
-    text += ".SH OPTIONS OF EVERY VERB\n";
-    for (const OptionDescription& option : aProgram.verbs.front().options) {
-        if (aProgram.IsShared(option)) text += Row(option);
-    }
+    text += ".SH OPTIONS OF MOST VERBS\n";
+    for (const OptionDescription& option : aProgram.sharedOptions) text += Row(option);
     text += ".SH OPTIONS WITHOUT A VERB\n";
     for (const OptionDescription& option : aProgram.options) text += Row(option);
     return text +

@@ -24,15 +24,12 @@ bool OptionDescription::IsFile() const {
 }
 
 bool ProgramDescription::IsShared(const OptionDescription& aOption) const {
-    const auto optionOf = [&](const VerbDescription& aVerb) {
-        const auto found = std::find_if(
-            aVerb.options.begin(), aVerb.options.end(),
-            [&](const OptionDescription& aOther) { return aOther.name == aOption.name; });
-        return found == aVerb.options.end() ? nullptr : &*found;
-    };
-    const OptionDescription* const first = optionOf(verbs.front());
-    return first != nullptr && first->summary == aOption.summary &&
-           std::all_of(verbs.begin(), verbs.end(), optionOf);
+    return HasOption(sharedOptions, aOption.name);
+}
+
+bool HasOption(const std::vector<OptionDescription>& aOptions, const std::string& aName) {
+    return std::any_of(aOptions.begin(), aOptions.end(),
+                       [&](const OptionDescription& aOption) { return aOption.name == aName; });
 }
 
 }  // namespace Qvctl

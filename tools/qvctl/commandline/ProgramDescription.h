@@ -36,11 +36,15 @@ struct ProgramDescription {
     std::string summary;
     std::string details;
     std::vector<OptionDescription> options;
+    std::vector<OptionDescription> sharedOptions;  // Of most verbs.
     std::vector<VerbDescription> verbs;
 
-    // Whether every verb has this option. A verb may have one of its own by the same name.
+    // Whether it is one of them.
     bool IsShared(const OptionDescription& aOption) const;
 };
+
+// Whether an option has this name.
+bool HasOption(const std::vector<OptionDescription>& aOptions, const std::string& aName);
 
 }  // namespace Qvctl
 

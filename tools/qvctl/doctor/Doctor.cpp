@@ -6,10 +6,6 @@
 namespace Qvctl {
 namespace {
 
-// Of the system.
-constexpr unsigned long kAccessDenied = 5;
-constexpr unsigned long kSharingViolation = 32;
-
 Check JudgeVersions(const Findings& aFindings) {
     std::string found = "qvctl " + aFindings.toolVersion;
     bool isSame = true;
@@ -51,11 +47,11 @@ Check JudgeDevices(const Findings& aFindings) {
                  "driver that is not signed, switch test signing on"};
 }
 
-std::string AdviceForOpening(unsigned long aError) {
-    switch (aError) {
-        case kAccessDenied:
+std::string AdviceForOpening(QvKit::ErrorKind aKind) {
+    switch (aKind) {
+        case QvKit::ErrorKind::AccessDenied:
             return "run qvctl as administrator, or let the driver grant access to users";
-        case kSharingViolation:
+        case QvKit::ErrorKind::DeviceInUse:
             return "end the program that has the device for itself";
         default:
             return "restart the device in the Device Manager";
@@ -64,10 +60,10 @@ std::string AdviceForOpening(unsigned long aError) {
 
 Check JudgeAccess(const Findings& aFindings) {
     for (const DeviceFinding& device : aFindings.devices) {
-        if (!device.openError) continue;
+        if (!device.openKind) continue;
         return Check{"access", Verdict::Problem,
                      "cannot open " + device.path + ": " + device.openReason,
-                     AdviceForOpening(*device.openError)};
+                     AdviceForOpening(*device.openKind)};
     }
     return Check{"access", Verdict::Ok, "every device opens", std::string()};
 }

@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "QvKit/Error.h"
 #include "doctor/Versions.h"
 
 namespace Qvctl {
@@ -19,7 +20,7 @@ namespace Qvctl {
 // What happened when a device was tried.
 struct DeviceFinding {
     std::string path;
-    std::optional<unsigned long> openError;  // The system's, with the reason, if it did not open.
+    std::optional<QvKit::ErrorKind> openKind;  // With the reason, if it did not open.
     std::string openReason;
     std::string loadReason;  // Why its parameters did not load; empty if they did.
 };

@@ -26,12 +26,8 @@ DeviceFinding Try(const QvKit::DeviceAddress& aDevice) {
         QvKit::Device device(aDevice);
         Load(device, finding);
     } catch (const QvKit::Error& error) {
-        // The library's code says that the device did not open; the system's says why.
-        const unsigned long systemError = QvKit::TryToOpen(aDevice);
-        finding.openError =
-            systemError != ERROR_SUCCESS ? systemError : error.GetCode().value_or(0);
-        finding.openReason =
-            error.GetReason() + " (error " + std::to_string(*finding.openError) + ")";
+        finding.openKind = error.GetKind();
+        finding.openReason = error.GetReason();
     }
     return finding;
 }

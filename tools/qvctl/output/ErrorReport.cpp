@@ -25,6 +25,8 @@ const char* NameOf(ErrorKind aKind) {
             return "refused";
         case ErrorKind::TimedOut:
             return "timed-out";
+        case ErrorKind::ChangedMeanwhile:
+            return "changed";
         default:
             return "failed";
     }

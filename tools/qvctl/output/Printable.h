@@ -11,9 +11,7 @@
 
 namespace Qvctl {
 
-// The text, with an escape such as \u000a for each character that would move the cursor, change the
-// terminal or reorder the line. For people, not for programs: they cannot distinguish an escape
-// from the same text.
+// The text with the escapes of `QvKit::Escape`.
 std::string Printable(std::string_view aText);
 
 }  // namespace Qvctl

@@ -62,6 +62,7 @@ ordered_json ToJson(const Setting& aSetting) {
         json["minimum"] = aSetting.minimum;
         json["maximum"] = aSetting.maximum;
     }
+    if (aSetting.type == SettingType::String) json["maximumLength"] = aSetting.maximum;
     if (aSetting.type == SettingType::Enumeration) json["entries"] = aSetting.entries;
     json["marks"] = MarksToJson(aSetting);
     return json;

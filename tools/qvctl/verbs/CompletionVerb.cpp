@@ -20,6 +20,7 @@ public:
                "In PowerShell's profile:\n"
                "  qvctl completion powershell | Out-String | Invoke-Expression";
     }
+    unsigned GetSharedOptions() const override { return 0; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("SHELL", shell_, "The shell: bash or powershell")
             ->option_text("bash|powershell")

@@ -110,6 +110,9 @@ public:
                "Example:\n"
                "  qvctl doctor --interface {0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
     }
+    unsigned GetSharedOptions() const override {
+        return InterfaceOption | JsonOption | VerboseOption;
+    }
     Outcome Run(const Context& aContext) override {
         std::vector<Check> checks = Judge(Inspect(aContext));
         const auto problems = std::count_if(checks.begin(), checks.end(), [](const Check& aCheck) {

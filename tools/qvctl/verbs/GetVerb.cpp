@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "commandline/ArgumentChecks.h"
-#include "output/Printable.h"
+#include "output/Assignment.h"
 #include "output/SettingJson.h"
 #include "verbs/Verb.h"
 
@@ -20,7 +20,7 @@ public:
 
     void WriteText(Output& aOut) const override {
         for (const QvKit::Setting& setting : settings_) {
-            aOut.WriteLine(Printable(setting.name + "=" + setting.ToText(setting.value)));
+            aOut.WriteLine(FormatAssignment(setting));
         }
     }
 
@@ -42,8 +42,8 @@ private:
 class GetVerb final : public Verb {
 public:
     std::string GetDetails() const override {
-        return "The lines can be given to set as they are. A control character in a text is\n"
-               "printed as an escape such as \\u000a; --json gives the text exactly.\n"
+        return "The lines can be given to set as they are: an escape such as \\u000a stands for a\n"
+               "control character, here and there. --json prints texts without escapes of ours.\n"
                "\n"
                "Example:\n"
                "  qvctl get Gain OperatingMode";

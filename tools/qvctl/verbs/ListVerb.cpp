@@ -52,6 +52,7 @@ public:
                "Example:\n"
                "  qvctl list";
     }
+    unsigned GetSharedOptions() const override { return InterfaceOption | JsonOption; }
     Outcome Run(const Context& aContext) override {
         const GUID& interfaceClass = aContext.options.interfaceClass;
         return {std::make_unique<ListReport>(interfaceClass, ListPresentDevices(interfaceClass)),

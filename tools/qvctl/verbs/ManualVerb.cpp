@@ -16,6 +16,7 @@ public:
                "Example:\n"
                "  qvctl manual > qvctl.1";
     }
+    unsigned GetSharedOptions() const override { return 0; }
     Outcome Run(const Context& aContext) override {
         aContext.out.Write(ManualPage(DescribeProgram(MakeAllVerbs()), QVCTL_VERSION));
         return {};

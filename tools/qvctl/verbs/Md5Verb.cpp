@@ -106,6 +106,7 @@ public:
                "  qvctl md5 firmware.bin settings.json > firmware.md5\n"
                "  qvctl md5 --check firmware.md5";
     }
+    unsigned GetSharedOptions() const override { return JsonOption | VerboseOption; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("FILE", files_, "The files")->option_text("...");
         aCommand

@@ -4,30 +4,21 @@
 #include <CLI/CLI.hpp>
 
 #include "commandline/ArgumentChecks.h"
-#include "output/ErrorReport.h"
+#include "output/Assignment.h"
 #include "verbs/ChangeReport.h"
 #include "verbs/Verb.h"
 
 namespace Qvctl {
 namespace {
 
-struct Assignment {
-    std::string name;
-    std::string value;
-};
-
-Assignment ParseAssignment(const std::string& aText) {
-    const std::size_t sign = aText.find('=');
-    if (sign == std::string::npos) throw WrongUsage("'" + aText + "' is no NAME=VALUE");
-    return Assignment{aText.substr(0, sign), aText.substr(sign + 1)};
-}
-
 class SetVerb final : public Verb {
 public:
     std::string GetDetails() const override {
-        return "An integer is decimal, or hexadecimal with 0x. An enumeration's entry is given\n"
-               "by its name, or by its index when no entry has that name. A text is used as it\n"
-               "is, and may be empty. A parameter may be given only once.\n"
+        return "An integer is decimal, or hexadecimal with 0x; its unit may follow. An entry of\n"
+               "an enumeration is given by its name, or by its index when no entry has that\n"
+               "name. A text may be empty. An escape such as \\u000a stands for one character,\n"
+               "as in the lines of get; \\u005c is a backslash in front of such a text. A\n"
+               "parameter may be given only once.\n"
                "\n"
                "All values are checked first: if one is refused, nothing is sent. When the\n"
                "device has taken the change, its parameters are loaded again and compared with\n"
@@ -54,7 +45,7 @@ public:
         const ChosenDevice chosen = aContext.FindDevice();
         const auto device = aContext.OpenDevice(chosen);
         QvKit::Change change(aContext.LoadParameters(*device));
-        for (const Assignment& one : assignments) change.Set(one.name, one.value);
+        for (const Assignment& one : assignments) change.SetEscaped(one.name, one.value);
         return SendChange(aContext, chosen, change, /*aWithUnchanged=*/true);
     }
 

@@ -20,6 +20,14 @@ class App;
 
 namespace Qvctl {
 
+// The options of most verbs, as bits.
+enum SharedOption : unsigned {
+    InterfaceOption = 1,
+    DeviceOption = 2,
+    JsonOption = 4,
+    VerboseOption = 8
+};
+
 class Verb {
 public:
     Verb() = default;
@@ -30,6 +38,11 @@ public:
 
     // The end of the verb's own help: what else there is to know, and an example.
     virtual std::string GetDetails() const = 0;
+
+    // Those of the shared options that have an effect. The others are refused.
+    virtual unsigned GetSharedOptions() const {
+        return InterfaceOption | DeviceOption | JsonOption | VerboseOption;
+    }
 
     // Adds the arguments that only this verb has. They are filled in when the command line has been
     // read.
@@ -44,6 +57,7 @@ std::unique_ptr<Verb> MakeCompletionVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeDriverVerb();
 std::unique_ptr<Verb> MakeGetVerb();
+std::unique_ptr<Verb> MakeHelpVerb();
 std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeManualVerb();
 std::unique_ptr<Verb> MakeMd5Verb();

@@ -25,6 +25,7 @@ constexpr struct {
     {"doctor", "Check what usually goes wrong", MakeDoctorVerb},
     {"version", "Print the versions of tool and libraries", MakeVersionVerb},
     {"completion", "Print a completion script for a shell", MakeCompletionVerb},
+    {"help", "Print the help of qvctl or of a verb", MakeHelpVerb},
     {"manual", "Print the manual page", MakeManualVerb},
 };
 

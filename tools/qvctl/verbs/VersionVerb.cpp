@@ -42,6 +42,7 @@ public:
                "Example:\n"
                "  qvctl version --json";
     }
+    unsigned GetSharedOptions() const override { return JsonOption; }
     Outcome Run(const Context&) override { return {std::make_unique<VersionReport>(), {}}; }
 };
 

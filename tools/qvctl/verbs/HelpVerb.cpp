@@ -1,0 +1,38 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include <CLI/CLI.hpp>
+
+#include "commandline/CommandLine.h"
+#include "verbs/Verb.h"
+
+namespace Qvctl {
+namespace {
+
+class HelpVerb final : public Verb {
+public:
+    std::string GetDetails() const override {
+        return "The same as \"qvctl VERB --help\".\n"
+               "\n"
+               "Example:\n"
+               "  qvctl help set";
+    }
+    unsigned GetSharedOptions() const override { return 0; }
+    void AddArguments(CLI::App& aCommand) override {
+        aCommand.add_option("VERB", verb_, "The verb; without one, all verbs are listed")
+            ->option_text(" ");
+    }
+    Outcome Run(const Context& aContext) override {
+        aContext.out.Write(HelpText(MakeAllVerbs(), verb_));
+        return {};
+    }
+
+private:
+    std::string verb_;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> MakeHelpVerb() { return std::make_unique<HelpVerb>(); }
+
+}  // namespace Qvctl
