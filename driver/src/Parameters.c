@@ -99,7 +99,7 @@ static const QV_PARAMETER kParameters[] = {
     {INTEGER(QV_SAMPLE_ID_FAULT_FAIL_READS, L"FaultFailReads", "How many of the next reads fail",
              "", 0, 1000000, 0, QV_FAULT)},
     // Only codes of severity error: with any other a read would not count as failed.
-    {INTEGER(QV_SAMPLE_ID_FAULT_STATUS, L"FaultStatus", "The NTSTATUS that they fail with", "",
+    {INTEGER(QV_SAMPLE_ID_FAULT_STATUS, L"FaultStatus", "The NTSTATUS that they fail with", "hex",
              0xC0000000u, 0xEFFFFFFFu, (uint32_t)STATUS_IO_DEVICE_ERROR, QV_FAULT)},
     {INTEGER(QV_SAMPLE_ID_FAULT_DELAY, L"FaultDelay", "How much later reads complete", "ms", 0,
              10000, 0, QV_FAULT)},

@@ -22,7 +22,8 @@ Value ReadValue(const Parameter& aParameter, SettingType aType) {
 
 std::string HintFor(const Setting& aSetting, const std::optional<std::string>& aRequest) {
     if (aSetting.isReadOnly || aSetting.type == SettingType::String) return std::string();
-    const std::string unit = aSetting.unit.empty() ? aSetting.unit : " " + aSetting.unit;
+    const bool hasUnit = !aSetting.unit.empty() && aSetting.unit != kHexadecimalUnit;
+    const std::string unit = hasUnit ? " " + aSetting.unit : std::string();
     const std::string nearest = FindNearestWord(aRequest.value_or(""), aSetting.entries);
     const std::string guess = nearest.empty() ? nearest : "did you mean " + nearest + "? ";
     return guess + "allowed: " + aSetting.DescribeRange() + unit;

@@ -3,15 +3,29 @@
 
 #include "QvKit/Setting.h"
 
+#include <cstdio>
+
 #include "QvKit/Text.h"
 
 namespace QvKit {
+
+namespace {
+
+std::string NumberText(long long aNumber, const std::string& aUnit) {
+    // No driver has negative numbers.
+    if (aUnit != kHexadecimalUnit || aNumber < 0) return std::to_string(aNumber);
+    char text[32];
+    std::snprintf(text, sizeof text, "0x%llx", static_cast<unsigned long long>(aNumber));
+    return text;
+}
+
+}  // namespace
 
 std::string Setting::ToText(const Value& aValue) const {
     if (const auto* text = std::get_if<std::wstring>(&aValue)) return ToUtf8(*text);
 
     const long long number = std::get<long long>(aValue);
-    if (type != SettingType::Enumeration) return std::to_string(number);
+    if (type != SettingType::Enumeration) return NumberText(number, unit);
     const auto index = static_cast<std::size_t>(number);
     return index < entries.size() ? entries[index] : std::string();
 }
@@ -27,13 +41,14 @@ std::string Setting::Describe(const Value& aValue) const {
 }
 
 std::string Setting::DescribeWithUnit(const Value& aValue) const {
-    return Describe(aValue) + (unit.empty() ? unit : " " + unit);
+    const bool isShown = !unit.empty() && unit != kHexadecimalUnit;
+    return Describe(aValue) + (isShown ? " " + unit : std::string());
 }
 
 std::string Setting::DescribeRange() const {
     if (type == SettingType::String) return "up to " + std::to_string(maximum) + " characters";
     if (type == SettingType::Integer) {
-        return std::to_string(minimum) + " to " + std::to_string(maximum);
+        return NumberText(minimum, unit) + " to " + NumberText(maximum, unit);
     }
     std::string names;
     for (const std::string& entry : entries) names += names.empty() ? entry : ", " + entry;

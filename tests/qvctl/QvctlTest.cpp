@@ -124,10 +124,21 @@ TEST_F(QvctlTest, ShowPrintsValueRangeDefaultAndMarksInOneRow) {
     EXPECT_THAT(words, ElementsAre("BufferSize", "128", "KiB", "4", "to", "256", "64", "restart"));
 }
 
-TEST_F(QvctlTest, ShowFitsEightyColumns) {
-    for (const std::string& line : LinesOf(Qvctl({"show", "--all", "--verbose"}).out)) {
-        EXPECT_LE(ColumnsOf(line), 80u) << line;
-    }
+TEST_F(QvctlTest, ShowHasALineForEachParameterWhereThereIsNoTerminal) {
+    EXPECT_EQ(QV_SAMPLE_PARAMETER_COUNT + 1, LinesOf(Qvctl({"show", "--all"}).out).size());
+}
+
+TEST_F(QvctlTest, ShowPrintsIdentifiersOnRequest) {
+    EXPECT_THAT(LinesOf(Qvctl({"show", "Gain", "--ids"}).out),
+                ElementsAre(StartsWith("ID  NAME"), StartsWith("2   Gain")));
+}
+
+TEST_F(QvctlTest, ShowPrintsHexadecimalNumbersOnRequestAndWhereTheUnitSaysSo) {
+    EXPECT_THAT(RowOf(Qvctl({"show", "Gain", "--hex"}).out, "Gain"),
+                HasSubstr("0x6   0x0 to 0x3c"));
+    EXPECT_THAT(RowOf(Qvctl({"show", "FaultStatus"}).out, "FaultStatus"),
+                HasSubstr("0xc0000185  0xc0000000 to 0xefffffff"));
+    EXPECT_EQ("FaultStatus=0xc0000185\n", Get("FaultStatus"));
 }
 
 TEST_F(QvctlTest, ShowListsTheEntriesOfAnEnumeration) {
@@ -208,6 +219,35 @@ TEST_F(QvctlTest, GetPrintsLinesThatSetTakes) {
     EXPECT_EQ(0u, outcome.exitCode);
     EXPECT_EQ("Resolution=16 bit\nGain=6\n", outcome.out);
     EXPECT_EQ(0u, Qvctl({"set", "Resolution=16 bit", "Gain=6"}).exitCode);
+}
+
+TEST_F(QvctlTest, GetPrintsOneValueAloneOnRequest) {
+    EXPECT_EQ("Continuous\n", Qvctl({"get", "--value", "OperatingMode"}).out);
+}
+
+TEST_F(QvctlTest, SetTakesAllThatGetPrints) {
+    std::vector<std::string> arguments = LinesOf(Qvctl({"get", "--all"}).out);
+    ASSERT_EQ(QV_SAMPLE_PARAMETER_COUNT, arguments.size());
+    arguments.insert(arguments.begin(), {"set", "--skip-read-only"});
+
+    const Outcome outcome = Qvctl(arguments);
+
+    EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
+    EXPECT_THAT(outcome.out, Not(HasSubstr("->")));
+    EXPECT_THAT(outcome.out, Not(HasSubstr("Temperature")));
+}
+
+TEST_F(QvctlTest, EnvironmentVariablesAreDefaults) {
+    ASSERT_EQ(0u, Qvctl({"set", "Gain=7", "--device", "1"}).exitCode);
+
+    ASSERT_TRUE(::SetEnvironmentVariableA("QVCTL_DEVICE", "1"));
+    EXPECT_EQ("Gain=7\n", Qvctl({"get", "Gain"}).out);
+    EXPECT_EQ("Gain=6\n", Get("Gain", "0"));
+    ::SetEnvironmentVariableA("QVCTL_DEVICE", nullptr);
+
+    ASSERT_TRUE(::SetEnvironmentVariableA("QVCTL_INTERFACE", kUnknownInterface));
+    EXPECT_EQ(3u, Qvctl({"list"}).exitCode);
+    ::SetEnvironmentVariableA("QVCTL_INTERFACE", nullptr);
 }
 
 TEST_F(QvctlTest, GetPrintsControlCharactersAsSetTakesThem) {
@@ -540,6 +580,9 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
          "--json has no effect on completion; see \"qvctl completion --help\""},
         {{"help", "hsow"}, "there is no verb 'hsow' (did you mean show?); see \"qvctl --help\""},
         {{"get"}, "NAME is required; see \"qvctl get --help\""},
+        {{"get", "Gain", "--all"}, "--all takes no NAME"},
+        {{"get", "--all", "--value"}, "--value takes one NAME and no --json"},
+        {{"get", "Gain", "--value", "--json"}, "--value takes one NAME and no --json"},
         {{"get", ""}, "a parameter's name is empty"},
         {{"set", "Gain"}, "'Gain' is no NAME=VALUE"},
         {{"set", "=7"}, "a parameter's name is empty"},

@@ -14,6 +14,9 @@ namespace QvKit {
 /// text. A text is UTF-16, as drivers hold it, so that every text comes back unchanged.
 using Value = std::variant<long long, std::wstring>;
 
+/// The unit of integers that people read in hexadecimal, such as states and masks. It is not shown.
+inline constexpr char kHexadecimalUnit[] = "hex";
+
 enum class SettingType { Integer, Enumeration, String };
 
 /// One parameter of a device as it was at one moment: a value, detached from the device and the
@@ -38,7 +41,8 @@ struct Setting {
     bool isHidden = false;           ///< Not for ordinary users.
 
     /// A value of this setting as a text that `Change::Set` takes: the number, the entry's name,
-    /// or the text. Empty for an index without an entry.
+    /// or the text. Empty for an index without an entry. A number is decimal, or hexadecimal if
+    /// the unit is `kHexadecimalUnit`.
     std::string ToText(const Value& aValue) const;
 
     /// The same in one line, with escapes, as `Change::SetEscaped` takes it.

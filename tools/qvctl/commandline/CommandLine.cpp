@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "Environment.h"
 #include "InterfaceId.h"
 #include "QvKit/Spelling.h"
 #include "output/ErrorReport.h"
@@ -27,10 +28,15 @@ constexpr char kDetails[] =
     "  3    no such device\n"
     "  130  stopped by Ctrl-C";
 
+std::string VariableOr(const wchar_t* aName, const std::string& aDefault) {
+    const std::string value = EnvironmentVariable(aName);
+    return value.empty() ? aDefault : value;
+}
+
 // The options as the user wrote them.
 struct OptionTexts {
-    std::string device = "0";
-    std::string interfaceClass = InterfaceText(SampleInterface());
+    std::string device = VariableOr(L"QVCTL_DEVICE", "0");
+    std::string interfaceClass = VariableOr(L"QVCTL_INTERFACE", InterfaceText(SampleInterface()));
     std::string errorLog;
     std::string logConfig;
     std::string logLevel;

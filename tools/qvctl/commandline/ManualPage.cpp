@@ -79,7 +79,9 @@ std::string ManualPage(const ProgramDescription& aProgram, const std::string& aV
     text += ".SH OPTIONS WITHOUT A VERB\n";
     for (const OptionDescription& option : aProgram.options) text += Row(option);
     return text +
-           ".SH ENVIRONMENT\n.TP\n\\fBNO_COLOR\\fR\nNo colours on a console, if it is set and not "
+           ".SH ENVIRONMENT\n.TP\n\\fBQVCTL_DEVICE\\fR, \\fBQVCTL_INTERFACE\\fR\nStand for "
+           "\\-\\-device and \\-\\-interface where they are not given.\n.TP\n\\fBNO_COLOR\\fR\nNo "
+           "colours on a console, if it is set and not "
            "empty.\n";
 }
 

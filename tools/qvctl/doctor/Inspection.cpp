@@ -3,6 +3,7 @@
 
 #include "doctor/Inspection.h"
 
+#include "Environment.h"
 #include "InterfaceId.h"
 #include "QvKit/Device.h"
 #include "QvKit/Text.h"
@@ -36,21 +37,13 @@ bool Exists(const std::string& aPath) {
     return ::GetFileAttributesW(QvKit::FromUtf8(aPath).c_str()) != INVALID_FILE_ATTRIBUTES;
 }
 
-// Empty for a variable that is not set.
-std::string Variable(const wchar_t* aName) {
-    std::wstring value(::GetEnvironmentVariableW(aName, nullptr, 0), L'\0');
-    if (value.empty()) return std::string();
-    value.resize(::GetEnvironmentVariableW(aName, value.data(), static_cast<DWORD>(value.size())));
-    return QvKit::ToUtf8(value);
-}
-
 // In the places where the library looks.
 void LookForLogging(Findings& aFindings) {
     const std::string& library = aFindings.libraries.front().path;
     const std::string directory = library.substr(0, library.rfind('\\') + 1) + "log4cxx\\";
     aFindings.logDirectory = directory + "x64\\Release";
     aFindings.hasLog4cxx = Exists(aFindings.logDirectory + "\\log4cxx.dll");
-    const std::string chosen = Variable(L"QV_LOG_CONFIG");
+    const std::string chosen = EnvironmentVariable(L"QV_LOG_CONFIG");
     const bool isChosen = !chosen.empty() && Exists(chosen);
     aFindings.logConfig = isChosen ? chosen : directory + "default.logcfg";
     aFindings.hasLogConfig = Exists(aFindings.logConfig);

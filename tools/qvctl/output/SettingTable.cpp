@@ -3,6 +3,8 @@
 
 #include "output/SettingTable.h"
 
+#include <utility>
+
 #include "output/Printable.h"
 #include "output/TextTable.h"
 
@@ -29,14 +31,20 @@ std::vector<std::string> GetMarks(const QvKit::Setting& aSetting) {
     return marks;
 }
 
-std::string FormatSettings(const std::vector<QvKit::Setting>& aSettings, bool aWithDescriptions,
+std::string FormatSettings(std::vector<QvKit::Setting> aSettings, const TableOptions& aOptions,
                            std::size_t aWidth) {
-    TextTable table({"NAME", "VALUE", "ALLOWED", "DEFAULT", "MARKS"});
-    for (const QvKit::Setting& setting : aSettings) {
-        table.AddRow({Printable(setting.name), Printable(setting.DescribeWithUnit(setting.value)),
-                      Printable(setting.DescribeRange()),
-                      Printable(setting.Describe(setting.defaultValue)), Join(GetMarks(setting))},
-                     aWithDescriptions ? Printable(setting.description) : std::string());
+    std::vector<std::string> headings = {"NAME", "VALUE", "ALLOWED", "DEFAULT", "MARKS"};
+    if (aOptions.withIds) headings.insert(headings.begin(), "ID");
+    TextTable table(headings);
+    for (QvKit::Setting& setting : aSettings) {
+        if (aOptions.isHexadecimal) setting.unit = QvKit::kHexadecimalUnit;
+        std::vector<std::string> cells = {
+            Printable(setting.name), Printable(setting.DescribeWithUnit(setting.value)),
+            Printable(setting.DescribeRange()), Printable(setting.Describe(setting.defaultValue)),
+            Join(GetMarks(setting))};
+        if (aOptions.withIds) cells.insert(cells.begin(), std::to_string(setting.id));
+        table.AddRow(std::move(cells),
+                     aOptions.withDescriptions ? Printable(setting.description) : std::string());
     }
     return table.Format(aWidth);
 }

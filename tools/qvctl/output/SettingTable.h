@@ -17,8 +17,13 @@ namespace Qvctl {
 // The attributes that a user has to know of, in words: "read-only", "volatile" and so on.
 std::vector<std::string> GetMarks(const QvKit::Setting& aSetting);
 
-// `aWithDescriptions` puts each setting's description below its row.
-std::string FormatSettings(const std::vector<QvKit::Setting>& aSettings, bool aWithDescriptions,
+struct TableOptions {
+    bool withDescriptions;  // Each below its row.
+    bool withIds;
+    bool isHexadecimal;  // Integers, without their units.
+};
+
+std::string FormatSettings(std::vector<QvKit::Setting> aSettings, const TableOptions& aOptions,
                            std::size_t aWidth);
 
 }  // namespace Qvctl

@@ -12,7 +12,6 @@ namespace Qvctl {
 namespace {
 
 constexpr std::size_t kGap = 2;
-constexpr std::size_t kLeastColumn = 8;
 constexpr std::size_t kNoteIndent = 4;
 
 struct Range {
@@ -58,19 +57,6 @@ std::size_t WidthOf(const std::string& aText) {
         width += ColumnsOf(NextCharacter(aText, position));
     }
     return width;
-}
-
-// How many bytes of the text fit; at least one character, so that wrapping always makes progress.
-std::size_t FittingBytes(const std::string& aText, std::size_t aWidth) {
-    std::size_t width = 0;
-    std::size_t position = 0;
-    while (position < aText.size()) {
-        std::size_t next = position;
-        width += ColumnsOf(NextCharacter(aText, next));
-        if (width > aWidth && position > 0) break;
-        position = next;
-    }
-    return position;
 }
 
 std::size_t LongestWord(const std::string& aText) {
@@ -125,16 +111,19 @@ void AppendCells(std::string& aOut, const std::vector<std::string>& aCells,
 
 }  // namespace
 
-std::vector<std::string> Wrap(std::string aText, std::size_t aWidth) {
-    std::vector<std::string> lines;
-    while (WidthOf(aText) > aWidth) {
-        const std::size_t fitting = FittingBytes(aText, aWidth);
-        const std::size_t blank = aText.rfind(' ', fitting);
-        const bool atBlank = blank != std::string::npos && blank > 0;
-        lines.push_back(aText.substr(0, atBlank ? blank : fitting));
-        aText.erase(0, atBlank ? blank + 1 : fitting);
+std::vector<std::string> Wrap(const std::string& aText, std::size_t aWidth) {
+    std::vector<std::string> lines(1);
+    std::istringstream words(aText);
+    for (std::string word; std::getline(words, word, ' ');) {
+        std::string& line = lines.back();
+        if (line.empty()) {
+            line = word;
+        } else if (WidthOf(line) + 1 + WidthOf(word) <= aWidth) {
+            line += ' ' + word;
+        } else {
+            lines.push_back(word);
+        }
     }
-    if (!aText.empty() || lines.empty()) lines.push_back(aText);
     return lines;
 }
 
@@ -148,7 +137,7 @@ void TextTable::AddRow(std::vector<std::string> aCells, std::string aNote) {
 
 std::string TextTable::Format(std::size_t aWidth) const {
     const std::vector<std::size_t> widths = FitColumns(aWidth);
-    const std::size_t noteWidth = std::max(aWidth, kNoteIndent + kLeastColumn) - kNoteIndent;
+    const std::size_t noteWidth = std::max(aWidth, kNoteIndent) - kNoteIndent;
     std::string out;
     for (const Row& row : rows_) {
         AppendCells(out, row.cells, widths);
@@ -160,8 +149,8 @@ std::string TextTable::Format(std::size_t aWidth) const {
     return out;
 }
 
-// Each column is as wide as its widest cell. When they do not fit together, columns are first made
-// as narrow as their longest word, and narrower only when that is not enough.
+// Each column is as wide as its widest cell. When they do not fit together, columns are made as
+// narrow as their longest word.
 std::vector<std::size_t> TextTable::FitColumns(std::size_t aWidth) const {
     const std::size_t columns = rows_.front().cells.size();
     std::vector<std::size_t> widths(columns, 0);
@@ -174,8 +163,6 @@ std::vector<std::size_t> TextTable::FitColumns(std::size_t aWidth) const {
     }
     const std::size_t gaps = kGap * (columns - 1);
     Narrow(widths, words, aWidth > gaps ? aWidth - gaps : 0);
-    Narrow(widths, std::vector<std::size_t>(columns, kLeastColumn),
-           aWidth > gaps ? aWidth - gaps : 0);
     return widths;
 }
 

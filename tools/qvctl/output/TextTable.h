@@ -12,9 +12,9 @@
 
 namespace Qvctl {
 
-// The text in lines of at most `aWidth` columns, one line at least. Lines are broken between words
-// where that is possible.
-std::vector<std::string> Wrap(std::string aText, std::size_t aWidth);
+// The text in lines of at most `aWidth` columns, one line at least. Lines are broken at blanks
+// only: a longer word has a line of its own.
+std::vector<std::string> Wrap(const std::string& aText, std::size_t aWidth);
 
 // Nothing is cut: a cell that is too wide for its column continues on further lines.
 class TextTable {
@@ -25,8 +25,8 @@ public:
     // not empty, follows on lines of its own.
     void AddRow(std::vector<std::string> aCells, std::string aNote = std::string());
 
-    // The table in lines of at most `aWidth` columns of a terminal. Each column keeps room for a
-    // few characters, even if that makes the lines longer.
+    // The table in lines of at most `aWidth` columns of a terminal, or longer where a word would
+    // have to be broken.
     std::string Format(std::size_t aWidth) const;
 
 private:

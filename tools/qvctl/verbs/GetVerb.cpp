@@ -7,6 +7,7 @@
 
 #include "commandline/ArgumentChecks.h"
 #include "output/Assignment.h"
+#include "output/ErrorReport.h"
 #include "output/SettingJson.h"
 #include "verbs/Verb.h"
 
@@ -15,12 +16,13 @@ namespace {
 
 class ValuesReport final : public Report {
 public:
-    ValuesReport(ChosenDevice aDevice, std::vector<QvKit::Setting> aSettings)
-        : device_(std::move(aDevice)), settings_(std::move(aSettings)) {}
+    ValuesReport(ChosenDevice aDevice, std::vector<QvKit::Setting> aSettings, bool aWithNames)
+        : device_(std::move(aDevice)), settings_(std::move(aSettings)), withNames_(aWithNames) {}
 
     void WriteText(Output& aOut) const override {
         for (const QvKit::Setting& setting : settings_) {
-            aOut.WriteLine(FormatAssignment(setting));
+            aOut.WriteLine(withNames_ ? FormatAssignment(setting)
+                                      : setting.ToEscapedText(setting.value));
         }
     }
 
@@ -37,6 +39,7 @@ public:
 private:
     ChosenDevice device_;
     std::vector<QvKit::Setting> settings_;
+    bool withNames_;
 };
 
 class GetVerb final : public Verb {
@@ -45,23 +48,39 @@ public:
         return "The lines can be given to set as they are: an escape such as \\u000a stands for a\n"
                "control character, here and there. --json prints texts without escapes of ours.\n"
                "\n"
-               "Example:\n"
-               "  qvctl get Gain OperatingMode";
+               "Examples:\n"
+               "  qvctl get Gain OperatingMode\n"
+               "  qvctl get --value Gain";
     }
     void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("NAME", names_, "The parameters to print")
-            ->option_text("...")
-            ->required();
+        aCommand.add_option("NAME", names_, "The parameters to print")->option_text("...");
+        aCommand.add_flag("--all", all_, "Print all parameters");
+        aCommand.add_flag("--value", valueOnly_, "Print only the value, of one parameter");
     }
     Outcome Run(const Context& aContext) override {
-        RequireDistinctNames(names_);
+        CheckArguments(aContext.options.json);
         const ChosenDevice device = aContext.FindDevice();
         const QvKit::Snapshot snapshot = aContext.ReadParameters(device);
-        return {std::make_unique<ValuesReport>(device, snapshot.Select(names_)), {}};
+        return {std::make_unique<ValuesReport>(
+                    device, all_ ? snapshot.GetSettings() : snapshot.Select(names_), !valueOnly_),
+                {}};
     }
 
 private:
+    void CheckArguments(bool aJson) const {
+        RequireDistinctNames(names_);
+        if (names_.empty() && !all_) {
+            throw WrongUsage("NAME is required; see \"qvctl get --help\"");
+        }
+        if (!names_.empty() && all_) throw WrongUsage("--all takes no NAME");
+        if (valueOnly_ && (names_.size() != 1 || aJson)) {
+            throw WrongUsage("--value takes one NAME and no --json");
+        }
+    }
+
     std::vector<std::string> names_;
+    bool all_ = false;
+    bool valueOnly_ = false;
 };
 
 }  // namespace

@@ -32,6 +32,8 @@ public:
             .add_option("ASSIGNMENT", assignments_, "NAME=VALUE: a parameter and its new value")
             ->option_text("...")
             ->required();
+        aCommand.add_flag("--skip-read-only", skipReadOnly_,
+                          "Pass over parameters that are read-only");
     }
     Outcome Run(const Context& aContext) override {
         std::vector<Assignment> assignments;
@@ -44,13 +46,20 @@ public:
 
         const ChosenDevice chosen = aContext.FindDevice();
         const auto device = aContext.OpenDevice(chosen);
-        QvKit::Change change(aContext.LoadParameters(*device));
-        for (const Assignment& one : assignments) change.SetEscaped(one.name, one.value);
+        QvKit::DeviceParameters& parameters = aContext.LoadParameters(*device);
+        QvKit::Change change(parameters);
+        const QvKit::Snapshot snapshot = parameters.GetSnapshot();
+        for (const Assignment& one : assignments) {
+            const QvKit::Setting* const setting = snapshot.Find(one.name);
+            if (skipReadOnly_ && setting != nullptr && setting->isReadOnly) continue;
+            change.SetEscaped(one.name, one.value);
+        }
         return SendChange(aContext, chosen, change, /*aWithUnchanged=*/true);
     }
 
 private:
     std::vector<std::string> assignments_;
+    bool skipReadOnly_ = false;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <limits>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -27,13 +28,14 @@ Settings SelectByMarks(const QvKit::Snapshot& aSnapshot, bool aAll, bool aAdvanc
 
 class SettingsReport final : public Report {
 public:
-    SettingsReport(ChosenDevice aDevice, Settings aSettings, bool aWithDescriptions)
-        : device_(std::move(aDevice)),
-          settings_(std::move(aSettings)),
-          withDescriptions_(aWithDescriptions) {}
+    SettingsReport(ChosenDevice aDevice, Settings aSettings, TableOptions aOptions)
+        : device_(std::move(aDevice)), settings_(std::move(aSettings)), options_(aOptions) {}
 
     void WriteText(Output& aOut) const override {
-        aOut.Write(FormatSettings(settings_, withDescriptions_, aOut.GetWidth()));
+        // What reads from a file or a pipe gets whole lines.
+        const std::size_t width =
+            aOut.IsTerminal() ? aOut.GetWidth() : std::numeric_limits<std::size_t>::max();
+        aOut.Write(FormatSettings(settings_, options_, width));
     }
 
     nlohmann::ordered_json ToJson() const override {
@@ -49,7 +51,7 @@ public:
 private:
     ChosenDevice device_;
     Settings settings_;
-    bool withDescriptions_;
+    TableOptions options_;
 };
 
 class ShowVerb final : public Verb {
@@ -73,6 +75,8 @@ public:
             ->option_text("...");
         aCommand.add_flag("--all", all_, "Show hidden and advanced parameters as well");
         aCommand.add_flag("--advanced", advanced_, "Show advanced parameters as well");
+        aCommand.add_flag("--ids", ids_, "Show the identifier of each parameter");
+        aCommand.add_flag("--hex", hex_, "Show integers in hexadecimal");
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(names_);
@@ -82,7 +86,7 @@ public:
             std::make_unique<SettingsReport>(
                 device,
                 names_.empty() ? SelectByMarks(snapshot, all_, advanced_) : snapshot.Select(names_),
-                aContext.options.verbose),
+                TableOptions{aContext.options.verbose, ids_, hex_}),
             {}};
     }
 
@@ -90,6 +94,8 @@ private:
     std::vector<std::string> names_;
     bool all_ = false;
     bool advanced_ = false;
+    bool ids_ = false;
+    bool hex_ = false;
 };
 
 }  // namespace
