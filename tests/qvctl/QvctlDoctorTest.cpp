@@ -251,8 +251,11 @@ TEST(DescribeProgramTest, OptionHasItsValueAndItsTextInOneLine) {
     });
 
     ASSERT_NE(options.end(), device);
-    EXPECT_EQ("N|PATH", device->value);
-    EXPECT_EQ("The device: its number in the list (by default 0), or its path", device->summary);
+    EXPECT_EQ("DEVICE", device->value);
+    EXPECT_EQ(
+        "The device: its number in the list (by default 0), its path, its instance ID, or "
+        "NAME=VALUE of a parameter that no other device has",
+        device->summary);
     EXPECT_TRUE(program.IsShared(*device));
 }
 

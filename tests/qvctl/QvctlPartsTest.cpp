@@ -173,17 +173,20 @@ TEST(QvctlArgumentsTest, OptionsAreTakenBeforeAndBehindTheNames) {
 
     EXPECT_TRUE(options.json);
     EXPECT_FALSE(options.verbose);
-    EXPECT_TRUE(options.device.isIndex);
+    EXPECT_EQ(Qvctl::DeviceChoice::Index, options.device.kind);
     EXPECT_EQ("1", options.device.text);
     EXPECT_TRUE(::IsEqualGUID(Qvctl::SampleInterface(), options.interfaceClass));
 }
 
-TEST(QvctlArgumentsTest, OnlyDevicePathsAndNumbersNameADevice) {
-    EXPECT_FALSE(Qvctl::ParseDeviceChoice("\\\\.\\Dev0").isIndex);
+TEST(QvctlArgumentsTest, WhatNamesADeviceIsKnownByItsForm) {
+    EXPECT_EQ(Qvctl::DeviceChoice::Path, Qvctl::ParseDeviceChoice("\\\\.\\Dev0").kind);
+    EXPECT_EQ(Qvctl::DeviceChoice::InstanceId,
+              Qvctl::ParseDeviceChoice("ROOT\\QVSAMPLE\\0000").kind);
+    EXPECT_EQ(Qvctl::DeviceChoice::Parameter, Qvctl::ParseDeviceChoice("Label=a\\b\\c").kind);
     for (const char* text : {"", "-1", "+1", "0x1", "C:\\file", "\\\\server\\share"}) {
         SCOPED_TRACE(text);
         EXPECT_THAT(MessageOf([&] { Qvctl::ParseDeviceChoice(text); }),
-                    HasSubstr("is neither a number nor a path"));
+                    HasSubstr("is neither a number, a path"));
     }
 }
 

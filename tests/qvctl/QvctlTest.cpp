@@ -507,6 +507,26 @@ TEST_F(QvctlTest, DevicePathChoosesTheDevice) {
     EXPECT_EQ("Gain=7\n", Get("Gain", "1"));
 }
 
+TEST_F(QvctlTest, InstanceIdChoosesTheDevice) {
+    const json second = Qvctl({"list", "--json"}).Json()["devices"][1];
+    const std::string id = second["instanceId"];
+
+    EXPECT_EQ(second["path"],
+              Qvctl({"get", "Gain", "--device", id, "--json"}).Json()["device"]["path"]);
+    EXPECT_EQ(3u, Qvctl({"get", "Gain", "--device", id + "0"}).exitCode);
+}
+
+TEST_F(QvctlTest, AValueThatOnlyOneDeviceHasChoosesIt) {
+    const std::string serial = Qvctl({"get", "--value", "SerialNumber", "--device", "1"}).out;
+    const std::string choice = "SerialNumber=" + serial.substr(0, serial.size() - 1);
+
+    EXPECT_EQ(1, Qvctl({"get", "Gain", "--device", choice, "--json"}).Json()["device"]["index"]);
+    EXPECT_EQ("qvctl: several devices have 'Gain=6'\n",
+              Qvctl({"get", "Gain", "--device", "Gain=6"}).err);
+    EXPECT_EQ("qvctl: no device has 'Gain=60'\n",
+              Qvctl({"get", "Gain", "--device", "Gain=60"}).err);
+}
+
 TEST_F(QvctlTest, NoSuchDeviceIsOneLineAndAnExitCodeOfItsOwn) {
     struct {
         std::vector<std::string> arguments;
@@ -589,7 +609,8 @@ TEST_F(QvctlTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
         {{"set", "Gain=7", "Gain=8"}, "'Gain' is given more than once"},
         {{"reset", "Gain", "Gain"}, "'Gain' is given more than once"},
         {{"show", "--device", "first"},
-         "--device: 'first' is neither a number nor a path that begins with \\\\?\\ or \\\\.\\"},
+         "--device: 'first' is neither a number, a path that begins with \\\\?\\ or \\\\.\\, "
+         "an instance ID, nor NAME=VALUE"},
         {{"list", "--interface", "{6b1e2f5c}"},
          "--interface: '{6b1e2f5c}' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT},
     };
@@ -633,7 +654,7 @@ TEST_F(QvctlTest, HelpOfEachVerbShowsAnExampleAndTheSharedOptions) {
         EXPECT_EQ(0u, outcome.exitCode);
         EXPECT_THAT(outcome.out, HasSubstr("\n  qvctl " + verb));
         for (const char* option :
-             {"--device N|PATH", "--interface GUID", "--json", "--verbose", "--error-log FILE"}) {
+             {"--device DEVICE", "--interface GUID", "--json", "--verbose", "--error-log FILE"}) {
             EXPECT_THAT(outcome.out, HasSubstr(option));
         }
     }

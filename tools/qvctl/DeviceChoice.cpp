@@ -3,9 +3,11 @@
 
 #include "DeviceChoice.h"
 
+#include <algorithm>
 #include <charconv>
 
 #include "InterfaceId.h"
+#include "output/Assignment.h"
 #include "output/ErrorReport.h"
 
 namespace Qvctl {
@@ -22,17 +24,62 @@ Error NoSuchIndex(const std::string& aIndex, std::size_t aCount) {
     return Error(ErrorKind::NoSuchDevice, "there is no device " + aIndex + "; " + present);
 }
 
+bool IsInstanceId(const std::string& aText) {
+    return aText.front() != '\\' && std::count(aText.begin(), aText.end(), '\\') >= 2 &&
+           aText.find(':') == std::string::npos;
+}
+
+std::size_t FindIndex(const std::vector<DeviceAddress>& aDevices, const std::string& aText) {
+    const char* const end = aText.data() + aText.size();
+    std::size_t index = 0;
+    const std::errc error = std::from_chars(aText.data(), end, index).ec;
+    if (error != std::errc() || index >= aDevices.size()) {
+        throw NoSuchIndex(aText, aDevices.size());
+    }
+    return index;
+}
+
+std::size_t FindInstance(const std::vector<DeviceAddress>& aDevices, const std::string& aText) {
+    const std::optional<std::size_t> index = QvKit::FindByInstanceId(aDevices, aText);
+    if (!index) throw Error(ErrorKind::NoSuchDevice, "there is no device '" + aText + "'");
+    return *index;
+}
+
+std::size_t FindValue(const std::vector<DeviceAddress>& aDevices, const std::string& aText) {
+    const Assignment wanted = ParseAssignment(aText);
+    const std::vector<std::size_t> found =
+        QvKit::FindByParameter(aDevices, wanted.name, wanted.value);
+    if (found.size() == 1) return found.front();
+    throw Error(ErrorKind::NoSuchDevice,
+                (found.empty() ? "no device has " : "several devices have ") + ("'" + aText + "'"));
+}
+
+std::size_t Find(const std::vector<DeviceAddress>& aDevices, const DeviceChoice& aChoice) {
+    switch (aChoice.kind) {
+        case DeviceChoice::InstanceId:
+            return FindInstance(aDevices, aChoice.text);
+        case DeviceChoice::Parameter:
+            return FindValue(aDevices, aChoice.text);
+        default:
+            return FindIndex(aDevices, aChoice.text);
+    }
+}
+
 }  // namespace
 
 DeviceChoice ParseDeviceChoice(const std::string& aText) {
     const bool isIndex =
         !aText.empty() && aText.find_first_not_of("0123456789") == std::string::npos;
-    const bool isPath = aText.rfind("\\\\?\\", 0) == 0 || aText.rfind("\\\\.\\", 0) == 0;
-    if (!isIndex && !isPath) {
-        throw WrongUsage("--device: '" + aText +
-                         "' is neither a number nor a path that begins with \\\\?\\ or \\\\.\\");
+    if (isIndex) return DeviceChoice{DeviceChoice::Index, aText};
+    if (aText.rfind("\\\\?\\", 0) == 0 || aText.rfind("\\\\.\\", 0) == 0) {
+        return DeviceChoice{DeviceChoice::Path, aText};
     }
-    return DeviceChoice{isIndex, aText};
+    if (aText.find('=') != std::string::npos) return DeviceChoice{DeviceChoice::Parameter, aText};
+    if (!aText.empty() && IsInstanceId(aText)) return DeviceChoice{DeviceChoice::InstanceId, aText};
+    throw WrongUsage(
+        "--device: '" + aText +
+        "' is neither a number, a path that begins with \\\\?\\ or \\\\.\\, an instance "
+        "ID, nor NAME=VALUE");
 }
 
 std::vector<DeviceAddress> ListPresentDevices(const GUID& aInterface) {
@@ -51,16 +98,12 @@ Error NoDevicePresent(const GUID& aInterface) {
 }
 
 ChosenDevice FindDevice(const GUID& aInterface, const DeviceChoice& aChoice) {
-    if (!aChoice.isIndex) return ChosenDevice{std::nullopt, QvKit::MakeAddress(aChoice.text)};
-
-    const std::vector<DeviceAddress> devices = ListPresentDevices(aInterface);
-    const char* const end = aChoice.text.data() + aChoice.text.size();
-    unsigned int index = 0;
-    const std::errc error = std::from_chars(aChoice.text.data(), end, index).ec;
-    if (error != std::errc() || index >= devices.size()) {
-        throw NoSuchIndex(aChoice.text, devices.size());
+    if (aChoice.kind == DeviceChoice::Path) {
+        return ChosenDevice{std::nullopt, QvKit::MakeAddress(aChoice.text)};
     }
-    return ChosenDevice{index, devices[index]};
+    const std::vector<DeviceAddress> devices = ListPresentDevices(aInterface);
+    const std::size_t index = Find(devices, aChoice);
+    return ChosenDevice{static_cast<unsigned int>(index), devices[index]};
 }
 
 }  // namespace Qvctl

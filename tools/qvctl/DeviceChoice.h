@@ -15,9 +15,11 @@
 
 namespace Qvctl {
 
-// What the user gave: the number of a device in the list, or a path.
+// What the user gave.
 struct DeviceChoice {
-    bool isIndex;
+    enum Kind { Index, Path, InstanceId, Parameter };  // In the list; NAME=VALUE.
+
+    Kind kind;
     std::string text;
 };
 
@@ -28,7 +30,7 @@ struct ChosenDevice {
 
 // All of these throw `QvKit::Error`.
 
-// Wrong usage when the text is neither a number nor a device path.
+// Wrong usage when the text is none of them.
 DeviceChoice ParseDeviceChoice(const std::string& aText);
 
 // The present devices, one at least.

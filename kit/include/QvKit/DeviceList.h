@@ -5,6 +5,7 @@
 #define QVKIT_DEVICELIST_H
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,12 +20,23 @@ struct DeviceAddress {
     std::string link;  ///< Its symbolic link in the ANSI code page, as the library takes it.
     std::string path;  ///< The same in UTF-8.
     bool isListed;     ///< Whether the system named it. A path that somebody gave may be wrong.
+    std::string instanceId = {};  ///< Such as ROOT\QVSAMPLE\0000; empty if it is not listed.
 };
 
 /// The present devices of an interface class, in the system's order; none is an empty list.
 ///
 /// Throws `Error`: `ErrorKind::SystemFailed`.
 std::vector<DeviceAddress> ListDevices(const _GUID& aInterface);
+
+/// Which of these devices has this instance ID, in any case; nothing if none has.
+std::optional<std::size_t> FindByInstanceId(const std::vector<DeviceAddress>& aDevices,
+                                            const std::string& aInstanceId);
+
+/// Which of these devices have a parameter with this name and value, such as a serial number. The
+/// value is a text as of `Setting::ToEscapedText`. Each device is opened; those that cannot be read
+/// are passed over.
+std::vector<std::size_t> FindByParameter(const std::vector<DeviceAddress>& aDevices,
+                                         const std::string& aName, const std::string& aValue);
 
 /// How many devices have ever had this interface on this machine, started or not; 0 also when the
 /// system does not know.

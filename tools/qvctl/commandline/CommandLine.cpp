@@ -48,8 +48,9 @@ void AddSharedOptions(CLI::App& aCommand, unsigned aWhich, OptionTexts& aTexts) 
     if (aWhich & DeviceOption) {
         aCommand
             .add_option("--device", aTexts.device,
-                        "The device: its number in the list (by default\n0), or its path")
-            ->option_text("N|PATH");
+                        "The device: its number in the list (by default\n0), its path, its "
+                        "instance ID, or NAME=VALUE of\na parameter that no other device has")
+            ->option_text("DEVICE");
     }
     if (aWhich & InterfaceOption) {
         aCommand

@@ -35,6 +35,7 @@ public:
         json["devices"] = nlohmann::ordered_json::array();
         for (const ChosenDevice& device : devices_) {
             json["devices"].push_back(Qvctl::ToJson(device));
+            json["devices"].back()["instanceId"] = device.address.instanceId;
         }
         return json;
     }
