@@ -395,7 +395,7 @@ TEST(KitChangeTest, AnEntryThatIsNearlyRightIsSuggested) {
     device.AddEnumeration({"Continuous", "Triggered"});
 
     EXPECT_EQ("did you mean Triggered? allowed: Continuous, Triggered",
-              RefusalOf(device, "Mode", "trigered").hint);
+              RefusalOf(device, "Mode", "trigger").hint);
 }
 
 TEST(KitChangeTest, ANumbersUnitMayFollow) {

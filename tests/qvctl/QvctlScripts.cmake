@@ -49,8 +49,14 @@ if(QV_BASH)
 
     qv_add_completion_test(VerbsComeFirst "show set stream" s)
     qv_add_completion_test(OptionsOfTheVerbFollow "--packets" stream --pa)
-    qv_add_completion_test(NamesOfParametersAreTheDevices "Gain Label \\$\\(exit\\ 9\\)\\ x" get nothing)
+    qv_add_completion_test(NamesOfParametersAreTheDevices "Gain Mode Gauge \\$\\(exit\\ 9\\)\\ x" get nothing)
     qv_add_completion_test(AssignmentsEndWithTheirSign "Gain=" set Ga)
+    qv_add_completion_test(EntriesFollowTheSign "8\\ bit Fast" set Mode =)
+    qv_add_completion_test(AnEntryIsCompleted "Fast" set Gain = 3 Mode = Fa)
+    qv_add_completion_test(NumbersHaveNoEntries nothing set Gain = nothing)
+    qv_add_completion_test(DevicesAreOfferedByNumber "0 1" get --device nothing)
+    qv_add_completion_test(LevelsAreOfferedByName "warn" get --log-level w)
+    qv_add_completion_test(VerbsHaveHelp "reset" help r)
     qv_add_completion_test(FilesStandBehindAnOptionForThem "schema_test.py" stream --out sche)
     qv_add_completion_test(FilesStandWhereTheVerbTakesThem "schema_test.py" write sche)
     qv_add_completion_test(ShellsAreOfferedByName "bash powershell" completion nothing)
@@ -58,9 +64,10 @@ if(QV_BASH)
     qv_add_completion_test(FilesFollowAnAction "schema_test.py" driver install sche)
     qv_add_completion_test(NothingIsOfferedForANumber nothing stream --packets nothing)
     qv_add_completion_test(NamesOfADeviceAreOffered "SamplingInterval=" set Sam)
+    qv_add_completion_test(EntriesOfADeviceAreOffered "Triggered" set OperatingMode = Tr)
     list(JOIN qvctl " " command)
     set_tests_properties(
-        QvctlCompletion.NamesOfADeviceAreOffered
+        QvctlCompletion.NamesOfADeviceAreOffered QvctlCompletion.EntriesOfADeviceAreOffered
         PROPERTIES LABELS device RESOURCE_LOCK sample-devices ENVIRONMENT "QVCTL=${command}"
     )
 endif()

@@ -362,7 +362,7 @@ TEST_F(QvctlTest, SetRefusesWhatDoesNotFitWithOneLineThatSaysWhy) {
         {"OperatingMode=3",
          "Value does not fit in the range (allowed: Continuous, Triggered, Standby)"},
         {"Gain=5x", "Not a whole number, decimal or with 0x hexadecimal (allowed: 0 to 60 dB)"},
-        {"OperatingMode=Trigered",
+        {"OperatingMode=Trigger",
          "Enumeration value does not exist in for parameter (did you mean Triggered? allowed: "
          "Continuous, Triggered, Standby)"},
         {"Gain=9223372036854775808", "The number does not fit in 64 bits (allowed: 0 to 60 dB)"},

@@ -22,9 +22,45 @@ qvctl() {
         $QVCTL "$@"
         return
     fi
-    printf '{\n  "parameters": [\n    {\n      "name": "Gain",\n      "id": 2\n    },\n'
-    printf '    {\n      "name": "Label",\n      "id": 6\n    },\n'
-    printf '    {\n      "name": "$(exit 9) x",\n      "id": 7\n    }\n  ]\n}\n'
+    if [[ "$1" == list ]]; then
+        printf '0  \\\\?\\a\n1  \\\\?\\b\n'
+        return
+    fi
+    cat <<'EOF'
+{
+  "parameters": [
+    {
+      "name": "Gain",
+      "id": 2,
+      "marks": {
+        "readOnly": false
+      }
+    },
+    {
+      "name": "Mode",
+      "entries": [
+        "8 bit",
+        "Fast"
+      ],
+      "marks": {
+        "readOnly": false
+      }
+    },
+    {
+      "name": "Gauge",
+      "marks": {
+        "readOnly": true
+      }
+    },
+    {
+      "name": "$(exit 9) x",
+      "marks": {
+        "readOnly": false
+      }
+    }
+  ]
+}
+EOF
 }
 
 # Stands for bash's own, which works only while a word is completed.

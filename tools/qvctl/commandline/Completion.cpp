@@ -25,27 +25,35 @@ Texts NamesOf(const std::vector<OptionDescription>& aOptions) {
     return names;
 }
 
-// What an argument or the value of an option may be: "file", "name", "assignment", words to choose
-// from, or an empty text when nothing can be offered.
-std::string KindOf(const OptionDescription& aOption) {
+Texts NamesOf(const std::vector<VerbDescription>& aVerbs) {
+    Texts names;
+    for (const VerbDescription& verb : aVerbs) names.push_back(verb.name);
+    return names;
+}
+
+// What an argument or the value of an option may be: "file", "name", "assignment", "device", words
+// to choose from, or an empty text when nothing can be offered.
+std::string KindOf(const OptionDescription& aOption, const ProgramDescription& aProgram) {
+    if (aOption.name == "--device") return "device";
+    if (aOption.name == "--log-level") return "fatal error warn info debug";
+    if (aOption.name == "VERB") return Join(NamesOf(aProgram.verbs), " ");
     if (aOption.IsFile()) return "file";
     if (aOption.name == "NAME") return "name";
     if (aOption.name == "ASSIGNMENT") return "assignment";
     return Join(aOption.GetChoices(), " ");
 }
 
-std::string KindOfFirst(const VerbDescription& aVerb) {
-    return aVerb.arguments.empty() ? std::string() : KindOf(aVerb.arguments.front());
+std::string KindOfFirst(const VerbDescription& aVerb, const ProgramDescription& aProgram) {
+    return aVerb.arguments.empty() ? std::string() : KindOf(aVerb.arguments.front(), aProgram);
 }
 
 // The last argument may be repeated.
-std::string KindOfFurther(const VerbDescription& aVerb) {
-    return aVerb.arguments.empty() ? std::string() : KindOf(aVerb.arguments.back());
+std::string KindOfFurther(const VerbDescription& aVerb, const ProgramDescription& aProgram) {
+    return aVerb.arguments.empty() ? std::string() : KindOf(aVerb.arguments.back(), aProgram);
 }
 
 Texts FirstWords(const ProgramDescription& aProgram) {
-    Texts words;
-    for (const VerbDescription& verb : aProgram.verbs) words.push_back(verb.name);
+    Texts words = NamesOf(aProgram.verbs);
     for (const OptionDescription& option : aProgram.options) words.push_back(option.name);
     return words;
 }
@@ -69,17 +77,41 @@ std::string QuotedList(const Texts& aTexts) {
 constexpr char kBashHead[] =
     R"script(# Completes the command line of qvctl in bash. In ~/.bashrc:  source <(qvctl completion bash)
 
+# _qvctl_parameters WHAT [NAME]: prints names, settable names, or the entries of a parameter.
 _qvctl_parameters() {
-    "${COMP_WORDS[0]}" show --all --json 2>/dev/null | sed -n 's/^ *"name": "\(.*\)",\{0,1\}$/\1/p'
+    "${COMP_WORDS[0]}" show --all --json 2>/dev/null | what=$1 wanted=${2-} awk '
+        function text() { sub(/^[^"]*"(name": ")?/, ""); sub(/",?\r?$/, ""); return $0 }
+        /^ *"name": / { name = text(); if (ENVIRON["what"] == "names") print name }
+        /^ *"readOnly": false/ && ENVIRON["what"] == "settable" { print name }
+        inside && /^ *\]/ { exit }
+        inside { print text() }
+        /^ *"entries": \[/ && ENVIRON["what"] == "entries" { inside = name == ENVIRON["wanted"] }'
 }
 
-# _qvctl_offer_parameters ENDING: offers their names, quoted: a driver may call them anything, and
-# compgen -W would expand them.
-_qvctl_offer_parameters() {
-    local name
-    while IFS= read -r name; do
-        if [[ "$name" == "$current"* ]]; then COMPREPLY+=("$(printf %q "$name")$1"); fi
-    done < <(_qvctl_parameters)
+# _qvctl_offer_lines ENDING: offers the lines of the input, quoted: a driver may call its parameters
+# anything, and compgen -W would expand them.
+_qvctl_offer_lines() {
+    local line
+    while IFS= read -r line; do
+        if [[ "$line" == "$current"* ]]; then COMPREPLY+=("$(printf %q "$line")$1"); fi
+    done
+}
+
+# _qvctl_offer_assignment: before the equals sign a name, behind it an entry. Bash takes the sign as
+# a word of its own.
+_qvctl_offer_assignment() {
+    local name=
+    if [[ "$current" == "=" ]]; then
+        name=$previous current=
+    elif [[ "$previous" == "=" ]]; then
+        name=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    if [[ -n "$name" ]]; then
+        _qvctl_offer_lines "" < <(_qvctl_parameters entries "$name")
+    else
+        compopt -o nospace 2>/dev/null
+        _qvctl_offer_lines = < <(_qvctl_parameters settable)
+    fi
 }
 
 # _qvctl_offer KIND: offers what the word may be.
@@ -89,10 +121,11 @@ _qvctl_offer() {
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$current") ;;
         name)
-            _qvctl_offer_parameters "" ;;
+            _qvctl_offer_lines "" < <(_qvctl_parameters names) ;;
         assignment)
-            compopt -o nospace 2>/dev/null
-            _qvctl_offer_parameters = ;;
+            _qvctl_offer_assignment ;;
+        device)
+            _qvctl_offer_lines "" < <("${COMP_WORDS[0]}" list 2>/dev/null | cut -d " " -f 1) ;;
         *)
             mapfile -t COMPREPLY < <(compgen -W "$1" -- "$current") ;;
     esac
@@ -135,10 +168,18 @@ Register-ArgumentCompleter -Native -CommandName qvctl, qvctl.exe -ScriptBlock {
     }
     $offered = switch ($kind) {
         'file' { return }
+        'device' { (& qvctl list --json 2>$null | ConvertFrom-Json).devices.index | ForEach-Object { "$_" } }
         'name' { (& qvctl show --all --json 2>$null | ConvertFrom-Json).parameters.name }
         'assignment' {
-            (& qvctl show --all --json 2>$null | ConvertFrom-Json).parameters.name |
-                ForEach-Object { "$_=" }
+            $parameters = (& qvctl show --all --json 2>$null | ConvertFrom-Json).parameters |
+                Where-Object { -not $_.marks.readOnly }
+            if ($word.Contains('=')) {
+                $name = $word.Split('=')[0]
+                ($parameters | Where-Object { $_.name -ceq $name }).entries |
+                    ForEach-Object { "$name=$_" }
+            } else {
+                $parameters.name | ForEach-Object { "$_=" }
+            }
         }
         default { $kind -split ' ' }
     }
@@ -163,11 +204,12 @@ std::string BashCompletion(const ProgramDescription& aProgram) {
         for (const OptionDescription& option : verb.options) {
             if (option.value.empty()) continue;
             values += "        \"" + verb.name + " " + option.name + "\") _qvctl_offer \"" +
-                      KindOf(option) + "\"; return ;;\n";
+                      KindOf(option, aProgram) + "\"; return ;;\n";
         }
         verbs += "        " + verb.name + ")\n            options=\"" +
-                 Join(NamesOf(verb.options), " ") + "\"\n            first=\"" + KindOfFirst(verb) +
-                 "\" further=\"" + KindOfFurther(verb) + "\" ;;\n";
+                 Join(NamesOf(verb.options), " ") + "\"\n            first=\"" +
+                 KindOfFirst(verb, aProgram) + "\" further=\"" + KindOfFurther(verb, aProgram) +
+                 "\" ;;\n";
     }
     return text + "    case \"$verb $previous\" in\n" + values + "    esac\n" +
            "    case \"$verb\" in\n" + verbs + "    esac\n" + kBashTail;
@@ -182,13 +224,13 @@ std::string PowerShellCompletion(const ProgramDescription& aProgram) {
         Texts values;
         for (const OptionDescription& option : verb.options) {
             if (option.value.empty()) continue;
-            values.push_back(Quoted(option.name) + " = " + Quoted(KindOf(option)));
+            values.push_back(Quoted(option.name) + " = " + Quoted(KindOf(option, aProgram)));
         }
         text += "    " + Quoted(verb.name) +
                 " = @{\n        Options = " + QuotedList(NamesOf(verb.options)) +
-                "\n        First = " + Quoted(KindOfFirst(verb)) +
-                "\n        Further = " + Quoted(KindOfFurther(verb)) + "\n        Values = @{ " +
-                Join(values, "; ") + " }\n    }\n";
+                "\n        First = " + Quoted(KindOfFirst(verb, aProgram)) +
+                "\n        Further = " + Quoted(KindOfFurther(verb, aProgram)) +
+                "\n        Values = @{ " + Join(values, "; ") + " }\n    }\n";
     }
     return text + "}\n" + kPowerShellTail;
 }

@@ -24,7 +24,10 @@ bool OptionDescription::IsFile() const {
 }
 
 bool ProgramDescription::IsShared(const OptionDescription& aOption) const {
-    return HasOption(sharedOptions, aOption.name);
+    return std::any_of(sharedOptions.begin(), sharedOptions.end(),
+                       [&](const OptionDescription& aOther) {
+                           return aOther.name == aOption.name && aOther.summary == aOption.summary;
+                       });
 }
 
 bool HasOption(const std::vector<OptionDescription>& aOptions, const std::string& aName) {

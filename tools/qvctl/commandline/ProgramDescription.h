@@ -39,7 +39,7 @@ struct ProgramDescription {
     std::vector<OptionDescription> sharedOptions;  // Of most verbs.
     std::vector<VerbDescription> verbs;
 
-    // Whether it is one of them.
+    // Whether it is one of them. A verb may have one of its own by the same name.
     bool IsShared(const OptionDescription& aOption) const;
 };
 

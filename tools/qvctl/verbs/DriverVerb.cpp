@@ -116,6 +116,7 @@ public:
                "  qvctl driver status --id ROOT\\QVSAMPLE\n"
                "  qvctl driver remove --id ROOT\\QVSAMPLE --device 1";
     }
+    unsigned GetSharedOptions() const override { return JsonOption | VerboseOption; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("ACTION", action_, "What to do")
             ->option_text("install|status|remove")
