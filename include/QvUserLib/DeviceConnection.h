@@ -18,7 +18,7 @@ namespace QvUserLib {
 ///
 /// Several threads may send requests at the same time, each with its own `OVERLAPPED` and event.
 /// Without an `OVERLAPPED`, `Read` and `Write` create both themselves, but `IoControl` does not:
-/// see there. Do not connect, close or call `ReleaseHandle` while a request is running.
+/// see there. Do not connect, close or call `ReleaseHandle` while a call is running.
 ///
 /// Arguments are checked before the state. Failures with a message go to the error log as
 /// `.\DeviceConnection`. A failure never changes whether the device is open.
@@ -132,7 +132,9 @@ public:
     Result Close();
 
     /// Disconnects the object and returns the Win32 `HANDLE`, which the caller then owns and
-    /// closes. Returns `INVALID_HANDLE_VALUE` when no device is open.
+    /// closes. Returns `INVALID_HANDLE_VALUE` when no device is open. Requests that are pending
+    /// stay so. This object no longer completes them: use the system's `GetOverlappedResult` with
+    /// the handle, also for the records of a `DeviceRequestQueue`.
     void* ReleaseHandle();
 
     /// Whether a device is open. It may have been removed since.
