@@ -112,7 +112,8 @@ private:
     void Note(BOOL aDone) {
         const DWORD error = aDone ? ERROR_SUCCESS : ::GetLastError();
         // Also what is complete already is taken from the record.
-        isPending_ = error == ERROR_SUCCESS || error == ERROR_IO_PENDING;
+        isPending_ =
+            error == ERROR_SUCCESS || error == ERROR_IO_PENDING || error == ERROR_MORE_DATA;
         isRefused_ = !isPending_;
         error_ = error;
         // Somebody may have cancelled it before it was there to be cancelled.

@@ -9,6 +9,7 @@ bool PacketAccount::Take(const unsigned char* aBytes, std::size_t aSize) {
     ++packets_;
     bytes_ += aSize;
     const Packet packet = format_.Examine(aBytes, aSize, withPayload_);
+    if (format_.IsNumbered() && !packet.sequence) ++unnumbered_;
     if (packet.dropped) dropped_ = *packet.dropped;
     const std::uint64_t due = next_;
     const std::uint64_t number = packet.sequence.value_or(due);

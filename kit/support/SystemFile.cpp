@@ -40,6 +40,16 @@ SystemFile SystemFile::Open(const std::string& aPath) {
     return SystemFile(aPath, std::move(handle));
 }
 
+SystemFile SystemFile::Share(HANDLE aHandle, const std::string& aName) {
+    const HANDLE process = ::GetCurrentProcess();
+    HANDLE shared = nullptr;
+    const BOOL done = ::DuplicateHandle(process, aHandle, process, &shared, /*dwDesiredAccess=*/0,
+                                        /*bInheritHandle=*/FALSE, DUPLICATE_SAME_ACCESS);
+    const DWORD error = ::GetLastError();
+    if (!done) throw FileError("write", aName, error);
+    return SystemFile(aName, KernelHandle(shared));
+}
+
 std::uint64_t SystemFile::GetSize() const {
     LARGE_INTEGER size = {};
     return ::GetFileSizeEx(handle_.Get(), &size) ? static_cast<std::uint64_t>(size.QuadPart) : 0;
@@ -54,15 +64,16 @@ std::size_t SystemFile::Read(unsigned char* aBuffer, std::size_t aSize) {
     return size;
 }
 
-void SystemFile::Append(std::uint64_t aOffset, const unsigned char* aBytes, std::size_t aSize) {
+void SystemFile::Append(const unsigned char* aBytes, std::size_t aSize) {
     DWORD written = 0;
     const BOOL done = ::WriteFile(handle_.Get(), aBytes, static_cast<DWORD>(aSize), &written,
                                   /*lpOverlapped=*/nullptr);
     const DWORD error = done ? ERROR_DISK_FULL : ::GetLastError();
     if (done && written == aSize) return;
-    LARGE_INTEGER end;
-    end.QuadPart = static_cast<LONGLONG>(aOffset);
-    if (::SetFilePointerEx(handle_.Get(), end, /*lpNewFilePointer=*/nullptr, FILE_BEGIN)) {
+    LARGE_INTEGER back;
+    back.QuadPart = -static_cast<LONGLONG>(written);
+    if (written > 0 &&
+        ::SetFilePointerEx(handle_.Get(), back, /*lpNewFilePointer=*/nullptr, FILE_CURRENT)) {
         ::SetEndOfFile(handle_.Get());
     }
     throw FileError("write", path_, error);

@@ -21,6 +21,9 @@ public:
     static SystemFile Create(const std::string& aPath);
     static SystemFile Open(const std::string& aPath);
 
+    // What is open already, under a name. The caller's handle stays the caller's.
+    static SystemFile Share(HANDLE aHandle, const std::string& aName);
+
     const std::string& GetPath() const { return path_; }
 
     // In bytes; 0 for a file without one, such as a pipe.
@@ -29,9 +32,9 @@ public:
     // Returns how many bytes were read; 0 at the end.
     std::size_t Read(unsigned char* aBuffer, std::size_t aSize);
 
-    // Writes at `aOffset`, where the file ends. When not all of it can be written, the file ends
-    // there again.
-    void Append(std::uint64_t aOffset, const unsigned char* aBytes, std::size_t aSize);
+    // Writes at the end. When not all of it can be written, a file on a disk ends where it ended
+    // before.
+    void Append(const unsigned char* aBytes, std::size_t aSize);
 
 private:
     SystemFile(std::string aPath, QvBaseLib::KernelHandle aHandle);

@@ -674,6 +674,19 @@ TEST(KitWatchTest, TellsOnlyWhatDiffersFromTheLookBefore) {
     EXPECT_THAT(watch.Look(), IsEmpty());
 }
 
+TEST(KitWatchTest, ShowsTheSettingsAsTheyWereAtTheLastLook) {
+    FakeDevice device;
+    device.Add("Level");
+    Watch watch(device.parameters, {});
+    ASSERT_THAT(watch.GetSettings(), SizeIs(1));
+    EXPECT_EQ(Value(5LL), watch.GetSettings()[0].value);
+
+    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
+    (void)watch.Look();
+
+    EXPECT_EQ(Value(8LL), watch.GetSettings()[0].value);
+}
+
 TEST(KitWatchTest, OnlyNamedSettingsAreWatched) {
     FakeDevice device;
     device.Add("A", 1);

@@ -84,6 +84,7 @@ std::string MakePacket(std::uint64_t aSequence, std::uint64_t aDropped = 0) {
 
 class NumberedFormat final : public QvKit::PacketFormat {
 public:
+    const char* GetName() const override { return "numbered"; }
     std::size_t GetReadSize(const QvKit::Snapshot&) const override { return kPacketSize; }
     bool IsNumbered() const override { return true; }
     Packet Examine(const unsigned char* aBytes, std::size_t aSize,
@@ -170,7 +171,7 @@ TEST(KitPacketAccountTest, PacketsInOrderAreClean) {
     }
 
     EXPECT_TRUE(account.IsClean());
-    EXPECT_TRUE(account.IsNumbered());
+    EXPECT_TRUE(account.IsSequenceKnown());
     EXPECT_EQ(300u, account.GetPackets());
     EXPECT_EQ(300 * kPacketSize, account.GetBytes());
     EXPECT_THAT(account.GetFirstFailure(), IsEmpty());
@@ -208,6 +209,19 @@ TEST(KitPacketAccountTest, APacketThatIsNotWholeIsAFailureAndNotMissingAsWell) {
     EXPECT_EQ(2u, account.GetFailures());
     EXPECT_EQ("packet 1: wrong size", account.GetFirstFailure());
     EXPECT_EQ(0u, account.GetMissing());
+    EXPECT_EQ(1u, account.GetUnnumbered());
+    EXPECT_TRUE(account.IsSequenceKnown());
+}
+
+TEST(KitPacketAccountTest, WithoutAnyNumberTheSequenceIsNotKnown) {
+    PacketAccount account(kFormat, false);
+    EXPECT_TRUE(account.IsSequenceKnown());
+
+    EXPECT_FALSE(Take(account, "text"));
+
+    EXPECT_FALSE(account.IsSequenceKnown());
+    EXPECT_EQ(1u, account.GetUnnumbered());
+    EXPECT_EQ(1u, account.GetFailures());
 }
 
 TEST(KitPacketAccountTest, AWrongPayloadIsFoundOnRequestAndThePacketKept) {
@@ -243,7 +257,9 @@ TEST(KitPacketAccountTest, OfRawBytesOnlyTheNumberIsKnown) {
     EXPECT_TRUE(Take(account, "anything"));
 
     EXPECT_EQ(100u, format.GetReadSize(QvKit::Snapshot()));
-    EXPECT_FALSE(account.IsNumbered());
+    EXPECT_STREQ("raw", account.GetFormat().GetName());
+    EXPECT_FALSE(account.IsSequenceKnown());
+    EXPECT_EQ(0u, account.GetUnnumbered());
     EXPECT_EQ(1u, account.GetPackets());
     EXPECT_EQ(8u, account.GetBytes());
     EXPECT_TRUE(account.IsClean());
@@ -299,6 +315,36 @@ TEST(KitPacketFileTest, AFullDiskLeavesWholePackets) {
     EXPECT_EQ(1u, file.GetPackets());
 }
 
+TEST(KitPacketFileTest, AFileThatIsOpenGrowsWhereItIsAndStaysOpen) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("packets");
+    WriteBytes(path, "before");
+    const QvTests::Handle open(::CreateFileA(path.c_str(), GENERIC_WRITE,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                             OPEN_EXISTING, 0, nullptr));
+    ASSERT_NE(INVALID_SET_FILE_POINTER, ::SetFilePointer(open.Get(), 0, nullptr, FILE_END));
+    std::string message;
+    {
+        PacketFile file(open.Get(), "out");
+        file.Append(BytesOf("abc"), 3);
+        const FullDisk disk;
+        ASSERT_TRUE(disk.IsActive());
+        message = MessageOf([&] { file.Append(BytesOf("de"), 2); });
+    }
+
+    EXPECT_THAT(message, StartsWith("cannot write 'out': error 112"));
+    EXPECT_EQ("beforeabc", ReadBytes(path));
+    DWORD written = 0;
+    EXPECT_TRUE(::WriteFile(open.Get(), "!", 1, &written, nullptr));
+}
+
+TEST(KitPacketFileTest, WithoutAHandleThereIsNothingToWriteTo) {
+    const auto error = ErrorOf([] { const PacketFile file(nullptr, "out"); });
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_THAT(error->what(), StartsWith("cannot write 'out': error 6"));
+}
+
 TEST(KitPacketFileTest, AFileThatCannotBeMadeIsAnError) {
     const TemporaryDirectory directory;
     const std::string path = directory.File("missing") + "\\packets";
@@ -334,6 +380,26 @@ TEST_F(KitChannelTest, AReadHasTheBytesOfTheDevice) {
     const Request::Outcome outcome = request->Take();
     EXPECT_EQ(0u, outcome.error);
     EXPECT_EQ("abc", TextOf(*request, outcome));
+}
+
+BOOL WINAPI ReadAPartAtOnce(HANDLE, LPVOID aBytes, DWORD, LPDWORD, LPOVERLAPPED aOverlapped) {
+    std::memcpy(aBytes, "ab", 2);
+    aOverlapped->Internal = 0x80000005;  // STATUS_BUFFER_OVERFLOW
+    aOverlapped->InternalHigh = 2;
+    ::SetLastError(ERROR_MORE_DATA);
+    return FALSE;
+}
+
+TEST_F(KitChannelTest, APartOfAMessageIsAnOutcomeWithItsBytes) {
+    const ImportPatch patch("ReadFile", &ReadAPartAtOnce, nullptr);
+    ASSERT_TRUE(patch.IsActive());
+    const auto request = channel_->MakeRequest(2);
+    request->Read(2);
+
+    const Request::Outcome outcome = request->Take();
+
+    EXPECT_EQ(234u, outcome.error);
+    EXPECT_EQ("ab", TextOf(*request, outcome));
 }
 
 TEST_F(KitChannelTest, ARequestIsUsedAgain) {
@@ -494,7 +560,7 @@ protected:
     }
     static StreamSettings SettingsInto(PacketFile& aFile) {
         StreamSettings settings = Settings();
-        settings.onPacket = [&aFile](const unsigned char* aBytes, std::size_t aSize) {
+        settings.onRead = [&aFile](const unsigned char* aBytes, std::size_t aSize) {
             aFile.Append(aBytes, aSize);
         };
         return settings;
@@ -653,11 +719,11 @@ TEST_F(KitStreamReaderTest, AFullDiskEndsTheStreamWithAFileOfWholePackets) {
     EXPECT_EQ(MakePacket(0), ReadBytes(file.GetPath()));
 }
 
-TEST_F(KitStreamReaderTest, PacketsThatAreNotWholeAreNotHandedOn) {
+TEST_F(KitStreamReaderTest, EveryByteThatWasReadIsHandedOn) {
     std::string taken;
     StreamSettings settings = Settings();
     settings.packets = 2;
-    settings.onPacket = [&](const unsigned char* aBytes, std::size_t aSize) {
+    settings.onRead = [&](const unsigned char* aBytes, std::size_t aSize) {
         taken.append(reinterpret_cast<const char*>(aBytes), aSize);
     };
     StreamReader reader(*channel_, kFormat, settings, stop_);
@@ -667,13 +733,41 @@ TEST_F(KitStreamReaderTest, PacketsThatAreNotWholeAreNotHandedOn) {
     Deliver(0, 1);
     EXPECT_TRUE(reader.WaitFor(kNoLimit));
 
-    EXPECT_EQ(MakePacket(0), taken);
+    EXPECT_EQ("short" + MakePacket(0), taken);
     EXPECT_EQ(1u, reader.GetAccount().GetFailures());
+}
+
+TEST_F(KitStreamReaderTest, EndsWhenNothingHasComeForSoLong) {
+    StreamSettings settings = Settings();
+    settings.packets = 3;
+    settings.silence = milliseconds(50);
+    StreamReader reader(*channel_, kFormat, settings, stop_);
+
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    EXPECT_FALSE(reader.GetError().has_value());
+    EXPECT_GE(reader.GetTime(), milliseconds(50));
+    EXPECT_EQ(0u, reader.GetAccount().GetPackets());
+}
+
+TEST_F(KitStreamReaderTest, WhateverEndComesFirstIsTheEnd) {
+    StreamSettings settings = Settings();
+    settings.packets = 2;
+    settings.time = std::chrono::hours(1);
+    settings.silence = std::chrono::hours(1);
+    StreamReader reader(*channel_, kFormat, settings, stop_);
+    reader.Start();
+    Deliver(0, 2);
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    EXPECT_EQ(2u, reader.GetAccount().GetPackets());
+    EXPECT_EQ(1.0, reader.GetProgress().GetDone());
 }
 
 TEST_F(KitStreamReaderTest, WhateverElseIsThrownEndsTheStreamAsAnError) {
     StreamSettings settings = Settings();
-    settings.onPacket = [](const unsigned char*, std::size_t) {
+    settings.onRead = [](const unsigned char*, std::size_t) {
         throw std::runtime_error("out of paper");
     };
     StreamReader reader(*channel_, kFormat, settings, stop_);
@@ -888,6 +982,53 @@ TEST_F(KitFileSenderTest, ADeviceThatTakesOnlyAPartIsAnError) {
     EXPECT_STREQ("the device has taken only 2 of the 3 bytes of a request",
                  sender.GetError()->what());
     EXPECT_EQ(2u, sender.GetBytes());
+}
+
+TEST_F(KitStreamReaderTest, AReadThatHoldsOnlyAPartOfWhatThereIsCounts) {
+    ScriptedChannel channel;
+    channel.outcomes = {{ERROR_MORE_DATA, 10}, {0, 4}};
+    StreamSettings settings = Settings();
+    settings.packets = 2;
+    std::size_t taken = 0;
+    settings.onRead = [&](const unsigned char*, std::size_t aSize) { taken += aSize; };
+    const QvKit::RawFormat raw;
+    StreamReader reader(channel, raw, settings, stop_);
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    EXPECT_FALSE(reader.GetError().has_value());
+    EXPECT_EQ(14u, taken);
+}
+
+TEST_F(KitStreamReaderTest, ReadsWithoutBytesAreSilence) {
+    ManualClock clock;
+    ScriptedChannel channel;
+    channel.outcomes = {{0, 5}, {0, 0}};
+    channel.onTake = [&] { clock.now += milliseconds(1); };
+    StreamSettings settings = Settings();
+    settings.silence = milliseconds(10);
+    const QvKit::RawFormat raw;
+    StreamReader reader(channel, raw, settings, stop_, clock);
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    EXPECT_EQ(5u, reader.GetAccount().GetBytes());
+    EXPECT_EQ(milliseconds(11), reader.GetTime());
+}
+
+TEST_F(KitStreamReaderTest, ASlowSinkIsNoSilence) {
+    ManualClock clock;
+    ScriptedChannel channel;
+    channel.outcomes = {{0, kPacketSize}};
+    StreamSettings settings = Settings();
+    settings.packets = 3;
+    settings.silence = milliseconds(10);
+    settings.onRead = [&](const unsigned char*, std::size_t) { clock.now += milliseconds(20); };
+    StreamReader reader(channel, kFormat, settings, stop_, clock);
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    EXPECT_EQ(3u, reader.GetAccount().GetPackets());
 }
 
 TEST_F(KitStreamReaderTest, TimesBetweenCompletionsAreThoseOfTheClock) {

@@ -98,6 +98,8 @@ if(QV_PYTHON)
     qv_add_schema_test(Set set set Gain=6 OperatingMode=Continuous)
     qv_add_schema_test(Reset reset reset)
     qv_add_schema_test(Watch watch watch Temperature --every 1 --count 3)
+    qv_add_schema_test(WatchFromTheBeginning watch watch Gain --initial --seconds 0.1)
+    qv_add_schema_test(StreamOfRawBytes stream stream --packets 1 --quiet --raw)
     qv_add_schema_test(StreamToAFile stream stream --packets 20 --quiet --out NUL)
     qv_add_schema_test(StreamWithoutFile stream stream --packets 1 --quiet --verify)
     # Nothing that a read of the loop-back would get.

@@ -23,6 +23,7 @@
 #include "TestSupport.h"
 #include "kit/KitTestSupport.h"
 #include "output/ErrorReport.h"
+#include "output/Moment.h"
 #include "output/ProgressLine.h"
 #include "output/Quantity.h"
 #include "sample/SamplePacketFormat.h"
@@ -276,9 +277,26 @@ TEST(QvctlCtrlCTest, OnlyTheFirstPressIsAWishToStop) {
 
 // The formats of packets
 
-TEST(QvctlPacketFormatTest, IsChosenByTheInterfaceClassAndRawForOneThatIsNotKnown) {
-    EXPECT_TRUE(Qvctl::PacketFormatOf(Qvctl::SampleInterface()).IsNumbered());
-    EXPECT_FALSE(Qvctl::PacketFormatOf(GUID()).IsNumbered());
+TEST(QvctlPacketFormatTest, IsChosenByTheInterfaceClassAndNoneForOneThatIsNotKnown) {
+    const Qvctl::DeviceChoice first{/*isIndex=*/true, "0"};
+
+    const QvKit::PacketFormat* const format =
+        Qvctl::FindPacketFormat(Qvctl::SampleInterface(), first);
+    ASSERT_NE(nullptr, format);
+    EXPECT_STREQ("sample", format->GetName());
+    EXPECT_EQ(nullptr, Qvctl::FindPacketFormat(GUID(), first));
+}
+
+TEST(QvctlPacketFormatTest, APathIsOfTheClassThatItHasInIt) {
+    const std::string path = "\\\\?\\ROOT#X#0#{6B1E2F5C-3A94-4D0B-9C57-2E8F41D6A073}";
+    const auto find = [](const std::string& aPath, const GUID& aInterface) {
+        return Qvctl::FindPacketFormat(aInterface, Qvctl::DeviceChoice{false, aPath});
+    };
+
+    EXPECT_NE(nullptr, find(path, Qvctl::SampleInterface()));
+    EXPECT_NE(nullptr, find(path + "\\reference", Qvctl::SampleInterface()));
+    EXPECT_EQ(nullptr, find("\\\\.\\COM3", Qvctl::SampleInterface()));
+    EXPECT_EQ(nullptr, find(path, GUID()));
 }
 
 // The settings of a device that has these two parameters.
@@ -300,6 +318,22 @@ TEST(QvctlPacketFormatTest, AReadGetsTheLargestPacketOrTheOneThatWasWritten) {
     EXPECT_EQ(65536u, kFormat.GetReadSize(QvKit::Snapshot()));
     EXPECT_EQ(kLargest, kFormat.GetReadSize(SettingsWith(4096, /*aIsLoopBack=*/false)));
     EXPECT_EQ(4096u, kFormat.GetReadSize(SettingsWith(4096, /*aIsLoopBack=*/true)));
+}
+
+// Moments
+
+constexpr SYSTEMTIME kLate = {2026, 12, 4, 31, 23, 59, 59, 7};
+constexpr SYSTEMTIME kEarly = {2027, 1, 5, 1, 0, 0, 0, 250};
+
+TEST(QvctlMomentTest, InJsonItHasItsDateAndIsInUtc) {
+    EXPECT_EQ("2026-12-31T23:59:59.007Z", Qvctl::UtcText(Qvctl::Moment{kLate, kEarly}));
+}
+
+TEST(QvctlMomentTest, InTextItHasADateOnAnotherDayThanTheFirst) {
+    const Qvctl::Moment begin{kEarly, kLate};
+
+    EXPECT_EQ("23:59:59.007", Qvctl::LocalText(begin, begin));
+    EXPECT_EQ("2027-01-01 00:00:00.250", Qvctl::LocalText(Qvctl::Moment{kLate, kEarly}, begin));
 }
 
 // Why a stream is no success
@@ -340,6 +374,21 @@ TEST_F(QvctlStreamErrorTest, ALossIsNoErrorOtherwise) {
     ASSERT_TRUE(error.has_value());
     EXPECT_EQ(Qvctl::ExitCode::Interrupted, Qvctl::ExitCodeOf(error->GetKind()));
     EXPECT_STREQ("interrupted", error->what());
+}
+
+TEST_F(QvctlStreamErrorTest, FewerPacketsThanAskedForAreAnError) {
+    QvKit::StreamSettings settings;
+    settings.packets = 3;
+    settings.silence = std::chrono::milliseconds(1);
+    QvKit::StreamReader reader(*channel_, kFormat, settings, stop_);
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(QvKit::kNoLimit));
+
+    const auto error = Qvctl::StreamError(reader, /*aIsInterrupted=*/false);
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(Qvctl::ExitCode::Failed, Qvctl::ExitCodeOf(error->GetKind()));
+    EXPECT_STREQ("only 0 of 3 packets have come before the time was over", error->what());
+    EXPECT_STREQ("interrupted", Qvctl::StreamError(reader, /*aIsInterrupted=*/true)->what());
 }
 
 }  // namespace

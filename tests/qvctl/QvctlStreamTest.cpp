@@ -30,8 +30,10 @@ using QvTests::ReadBytes;
 using QvTests::TemporaryDirectory;
 using QvTests::ToolProcess;
 using QvTests::WriteBytes;
+using testing::AllOf;
 using testing::Contains;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::Gt;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -43,6 +45,8 @@ using testing::StartsWith;
 // sent.
 constexpr char kStreaming[] = " pending\n";
 constexpr char kWatching[] = "qvctl: watching\n";
+
+constexpr char kUtcTime[] = "\\d+-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\dZ";
 
 constexpr std::size_t kPacketSize = 4096;
 
@@ -71,14 +75,15 @@ TEST_F(QvctlStreamTest, AStreamThatIsVerifiedLosesNothingAtFullSpeed) {
     const Outcome outcome = Qvctl({"stream", "--packets", "1000", "--verify"});
 
     EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
-    EXPECT_THAT(LinesOf(outcome.out),
-                ElementsAre("packets                1000", "bytes                  4096000",
-                            MatchesRegex("time                   .* m?s"),
-                            MatchesRegex("throughput             .* MB/s"),
-                            "gaps in the sequence   0 (0 packets missing)",
-                            "dropped by the driver  0", "verification failures  0",
-                            MatchesRegex("between completions    min .* us, median .*s, "
-                                         "p99 .*s, max .*s")));
+    EXPECT_THAT(
+        LinesOf(outcome.out),
+        ElementsAre("packets                1000", "bytes                  4096000",
+                    MatchesRegex("time                   .* m?s"),
+                    MatchesRegex("throughput             .* MB/s"), "packet format          sample",
+                    "gaps in the sequence   0 (0 packets missing)", "dropped by the driver  0",
+                    "verification failures  0",
+                    MatchesRegex("between completions    min .* us, median .*s, "
+                                 "p99 .*s, max .*s")));
 }
 
 TEST_F(QvctlStreamTest, EveryDepthWillDo) {
@@ -101,11 +106,16 @@ TEST_F(QvctlStreamTest, JsonTellsTheReportUnderNamesThatStay) {
     for (const char* time : {"minimum", "median", "p99", "maximum"}) {
         EXPECT_THAT(report["completionIntervalsUs"][time].get<double>(), Gt(0.0)) << time;
     }
-    for (const char* measured : {"device", "seconds", "bytesPerSecond", "completionIntervalsUs"}) {
+    for (const char* moment : {"began", "ended"}) {
+        EXPECT_THAT(report[moment].get<std::string>(), MatchesRegex(kUtcTime)) << moment;
+    }
+    for (const char* measured :
+         {"device", "seconds", "bytesPerSecond", "began", "ended", "completionIntervalsUs"}) {
         report.erase(measured);
     }
-    EXPECT_EQ(json::parse(R"({"packets": 50, "bytes": 204800, "gaps": 0, "packetsMissing": 0,
-                              "packetsDropped": 0, "verified": true, "verificationFailures": 0,
+    EXPECT_EQ(json::parse(R"({"packets": 50, "bytes": 204800, "format": "sample", "gaps": 0,
+                              "packetsMissing": 0, "packetsDropped": 0, "packetsUnnumbered": 0,
+                              "verified": true, "verificationFailures": 0,
                               "firstVerificationFailure": null, "out": null, "error": null})"),
               report);
 }
@@ -181,7 +191,7 @@ TEST_F(QvctlStreamTest, AFailingReadEndsWithAReportAndAFileOfWhatWasReceived) {
     ExpectPacketsInARow(ReadBytes(file), report["packets"]);
 }
 
-TEST_F(QvctlStreamTest, ShortReadsAreFailuresThatAreNotWrittenToTheFile) {
+TEST_F(QvctlStreamTest, ShortReadsAreFailuresAndTheirBytesAreInTheFile) {
     const TemporaryDirectory directory;
     const std::string file = directory.File("packets");
     Set(QV_SAMPLE_ID_PACKET_RATE, 0);
@@ -197,7 +207,8 @@ TEST_F(QvctlStreamTest, ShortReadsAreFailuresThatAreNotWrittenToTheFile) {
     EXPECT_EQ("packet 0: 2016 bytes of payload instead of 4064",
               report["firstVerificationFailure"]);
     EXPECT_EQ(0, report["packetsMissing"]);
-    EXPECT_EQ(7 * kPacketSize, ReadBytes(file).size());
+    EXPECT_EQ(3 * kPacketSize / 2 + 7 * kPacketSize, ReadBytes(file).size());
+    EXPECT_EQ(report["bytes"], ReadBytes(file).size());
 }
 
 TEST_F(QvctlStreamTest, PacketsThatTheDriverDropsAreALossWithVerifyOnly) {
@@ -254,6 +265,33 @@ TEST_F(QvctlStreamTest, PacketsThatAreNotKnownCannotBeVerified) {
         outcome.err);
 }
 
+TEST_F(QvctlStreamTest, RawBytesAreWhatTheDriverReturnsInReadsOfTheSizeAskedFor) {
+    const TemporaryDirectory directory;
+    const std::string file = directory.File("packets");
+    Set(QV_SAMPLE_ID_PACKET_RATE, 0);
+
+    const json report =
+        Qvctl({"stream", "--packets", "5", "--raw", "--size", "4096", "--out", file, "--json"})
+            .Json();
+
+    EXPECT_EQ("raw", report["format"]);
+    EXPECT_TRUE(report["gaps"].is_null());
+    ExpectPacketsInARow(ReadBytes(file), 5);
+}
+
+TEST_F(QvctlStreamTest, WhicheverEndComesFirstIsTheEnd) {
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+
+    const Outcome fewer =
+        Qvctl({"stream", "--packets", "7", "--seconds", "1000", "--timeout", "0.1"});
+    EXPECT_EQ(1u, fewer.exitCode);
+    EXPECT_EQ("qvctl: only 0 of 7 packets have come before the time was over\n", fewer.err);
+    EXPECT_THAT(fewer.out, StartsWith("packets                0\n"));
+    EXPECT_EQ(0u, Qvctl({"stream", "--timeout", "1000", "--seconds", "0.1"}).exitCode);
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 0);
+    EXPECT_EQ(0u, Qvctl({"stream", "--packets", "1", "--timeout", "1000"}).exitCode);
+}
+
 TEST_F(QvctlStreamTest, OfPacketsThatAreNotKnownOnlyTheNumberIsTold) {
     Set(QV_SAMPLE_ID_PACKET_RATE, 0);
     const std::string path = Qvctl({"list", "--json"}).Json()["devices"][0]["path"];
@@ -263,6 +301,7 @@ TEST_F(QvctlStreamTest, OfPacketsThatAreNotKnownOnlyTheNumberIsTold) {
                             .Json();
 
     EXPECT_EQ(20, report["packets"]);
+    EXPECT_EQ("raw", report["format"]);
     for (const char* unknown :
          {"gaps", "packetsMissing", "packetsDropped", "verificationFailures"}) {
         EXPECT_TRUE(report[unknown].is_null()) << unknown;
@@ -410,6 +449,54 @@ TEST_F(QvctlWriteTest, WhatIsWrittenComesBackThroughTheStream) {
     EXPECT_EQ(some, ReadBytes(Target()));
 }
 
+TEST_F(QvctlWriteTest, BytesThatAreNoPacketsComeBackWholeInAnyPieces) {
+    std::string bytes;
+    for (int number = 0; number < 9001; ++number) {
+        bytes += static_cast<char>(number * 7 + number / 256);
+    }
+    WriteBytes(Source(), bytes);
+    for (const std::size_t size : {kPacketSize, std::size_t{1}, std::size_t{1000}}) {
+        SCOPED_TRACE(size);
+        EXPECT_EQ(0u, Qvctl({"write", Source(), "--size", "777"}).exitCode);
+        const std::size_t reads = (bytes.size() + size - 1) / size;
+        std::vector<std::string> arguments = {"stream", "--json",    "--out",
+                                              Target(), "--packets", std::to_string(reads)};
+        // The size of the device's packets is the default.
+        if (size != kPacketSize)
+            arguments.insert(arguments.end(), {"--size", std::to_string(size)});
+
+        const Outcome read = Qvctl(arguments);
+
+        EXPECT_EQ(0u, read.exitCode) << read.err;
+        EXPECT_TRUE(bytes == ReadBytes(Target()));
+        const json report = read.Json();
+        EXPECT_EQ("sample", report["format"]);
+        EXPECT_EQ(bytes.size(), report["out"]["bytes"]);
+        EXPECT_TRUE(report["gaps"].is_null());
+        EXPECT_TRUE(report["packetsMissing"].is_null());
+        EXPECT_EQ(reads, report["packetsUnnumbered"]);
+        EXPECT_EQ(reads, report["verificationFailures"]);
+    }
+}
+
+TEST_F(QvctlWriteTest, OfBytesThatAreNoPacketsNoSequenceIsReported) {
+    WriteBytes(Source(), "text");
+    EXPECT_EQ(0u, Qvctl({"write", Source()}).exitCode);
+
+    const Outcome read = Qvctl({"stream", "--packets", "1"});
+
+    EXPECT_THAT(LinesOf(read.out),
+                AllOf(Contains("gaps in the sequence   unknown: no packet with a number has come"),
+                      Contains("dropped by the driver  unknown")));
+}
+
+TEST_F(QvctlWriteTest, WhatIsNoPacketFailsToVerify) {
+    WriteBytes(Source(), "text");
+    EXPECT_EQ(0u, Qvctl({"write", Source()}).exitCode);
+
+    EXPECT_EQ(1u, Qvctl({"stream", "--packets", "1", "--verify"}).exitCode);
+}
+
 TEST_F(QvctlWriteTest, ABusyDeviceIsWaitedFor) {
     ToolProcess write({"write", Source(), "--wait", "30000", "--json"});
     const Outcome read = Qvctl({"stream", "--packets", std::to_string(kPackets), "--depth", "2",
@@ -471,7 +558,24 @@ TEST_F(QvctlStreamTest, WatchPrintsAChangeThatSomeoneMakes) {
     const Outcome outcome = watch.Wait();
     EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
     EXPECT_THAT(outcome.out,
-                MatchesRegex("\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d  Gain: 6 dB -> 12 dB\n"));
+                MatchesRegex(".*\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\d  Gain: 6 dB -> 12 dB\n"));
+}
+
+TEST_F(QvctlStreamTest, WatchPrintsTheValuesAtTheBeginningOnRequest) {
+    const Outcome outcome =
+        Qvctl({"watch", "Gain", "OperatingMode", "--initial", "--seconds", "0.1"});
+
+    EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
+    EXPECT_THAT(LinesOf(outcome.out),
+                ElementsAre(EndsWith("  Gain: 6 dB"), EndsWith("  OperatingMode: Continuous")));
+}
+
+TEST_F(QvctlStreamTest, ValuesAtTheBeginningHaveNothingBeforeInJson) {
+    json first = Qvctl({"watch", "Gain", "--initial", "--seconds", "0.1", "--json"}).Json();
+
+    EXPECT_THAT(first["time"].get<std::string>(), MatchesRegex(kUtcTime));
+    first.erase("time");
+    EXPECT_EQ(json({{"name", "Gain"}, {"before", nullptr}, {"after", 6}}), first);
 }
 
 TEST_F(QvctlStreamTest, WatchReadsVolatileParametersFromTheDriver) {
@@ -493,8 +597,7 @@ TEST_F(QvctlStreamTest, WatchAsJsonIsAnObjectALine) {
     const std::vector<std::string> lines = LinesOf(watch.Wait().out);
     ASSERT_THAT(lines, SizeIs(2));
     json first = json::parse(lines[0]);
-    EXPECT_THAT(first["time"].get<std::string>(),
-                MatchesRegex("\\d+-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d\\d\\dZ"));
+    EXPECT_THAT(first["time"].get<std::string>(), MatchesRegex(kUtcTime));
     first.erase("time");
     EXPECT_EQ(json({{"name", "OperatingMode"}, {"before", "Continuous"}, {"after", "Triggered"}}),
               first);
@@ -536,7 +639,10 @@ TEST_F(QvctlStreamTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
          "--seconds: '0' is no time in seconds, above 0 and up to 1000000"},
         {{"stream", "--seconds", "nan"},
          "--seconds: 'nan' is no time in seconds, above 0 and up to 1000000"},
-        {{"stream", "--packets", "1", "--seconds", "1"}, "--packets excludes --seconds"},
+        {{"stream", "--timeout", "0"},
+         "--timeout: '0' is no time in seconds, above 0 and up to 1000000"},
+        {{"stream", "--size", "0"}, "--size: '0' is no whole number from 1 to 16777216"},
+        {{"stream", "--raw", "--verify"}, "--verify excludes --raw"},
         {{"stream", "--out", ""}, "--out: a file name cannot be empty"},
         {{"stream", "extra"}, "'extra' is an argument too many"},
         {{"write"}, "FILE is required"},

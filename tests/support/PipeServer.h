@@ -15,7 +15,8 @@
 
 namespace QvTests {
 
-/// A duplex message pipe under a name of its own, for one client.
+/// A duplex message pipe under a name of its own, for one client. Servers of one name, each made
+/// with the number of them, take one client after the other.
 class PipeServer {
 public:
     /// @param aSuffix  Ends the name.
@@ -23,11 +24,12 @@ public:
         : PipeServer(aSuffix, aBufferSize, NewName()) {}
 
     /// @param aName  The name without its end.
-    PipeServer(const std::string& aSuffix, unsigned long aBufferSize, const std::string& aName)
+    PipeServer(const std::string& aSuffix, unsigned long aBufferSize, const std::string& aName,
+               unsigned long aServers = 1)
         : name_(aName + aSuffix),
           handle_(::CreateNamedPipeA(name_.c_str(), PIPE_ACCESS_DUPLEX,
                                      PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT,
-                                     /*nMaxInstances=*/1, aBufferSize, aBufferSize,
+                                     aServers, aBufferSize, aBufferSize,
                                      /*nDefaultTimeOut=*/0, nullptr)) {
         EXPECT_TRUE(handle_.IsValid()) << name_;
     }
@@ -44,6 +46,12 @@ public:
     /// Whether a client has the pipe open.
     bool HasClient() const {
         return ::PeekNamedPipe(handle_.Get(), nullptr, 0, nullptr, nullptr, nullptr) != FALSE;
+    }
+
+    /// Waits until a client has opened the pipe.
+    void AwaitClient() const {
+        EXPECT_TRUE(::ConnectNamedPipe(handle_.Get(), nullptr) ||
+                    ::GetLastError() == ERROR_PIPE_CONNECTED);
     }
 
     void Write(const std::string& aData) const {

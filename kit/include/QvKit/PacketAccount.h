@@ -26,12 +26,20 @@ public:
 
     bool IsWithPayload() const { return withPayload_; }
 
-    /// Whether the packets are numbered. Otherwise only packets and bytes are counted.
-    bool IsNumbered() const { return format_.IsNumbered(); }
+    const PacketFormat& GetFormat() const { return format_; }
+
+    /// Whether what follows from the packets' numbers is known: the format has numbers, and not all
+    /// that was taken was without one.
+    bool IsSequenceKnown() const {
+        return format_.IsNumbered() && (packets_ == 0 || unnumbered_ < packets_);
+    }
 
     /// What was taken, broken packets included.
     std::uint64_t GetPackets() const { return packets_; }
     std::uint64_t GetBytes() const { return bytes_; }
+
+    /// What was no packet of a format with numbers: it is in no sequence. Without numbers it is 0.
+    std::uint64_t GetUnnumbered() const { return unnumbered_; }
 
     /// How often packets were left out of the sequence, which begins with 0, and how many.
     std::uint64_t GetGaps() const { return gaps_; }
@@ -57,6 +65,7 @@ private:
     bool withPayload_;
     std::uint64_t packets_ = 0;
     std::uint64_t bytes_ = 0;
+    std::uint64_t unnumbered_ = 0;
     std::uint64_t next_ = 0;  // The sequence number that is due.
     std::uint64_t gaps_ = 0;
     std::uint64_t missing_ = 0;

@@ -13,20 +13,28 @@ namespace QvKit {
 
 class SystemFile;
 
-/// A file of whole packets, one behind the other. Each goes to the system as soon as it is there:
-/// whatever happens, the file holds all that came before. For one thread.
+/// A file of what reads returned, one behind the other. Each goes to the system as soon as it is
+/// there: whatever happens, the file holds all that came before. For one thread.
 class PacketFile {
 public:
     /// Makes the file, or empties it. The path is UTF-8.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed`.
     explicit PacketFile(const std::string& aPath);
+
+    /// Adds to what is open already, such as a pipe or standard output. The handle is not closed.
+    ///
+    /// @param aName  Takes the place of the path.
+    ///
+    /// Throws `Error`: `ErrorKind::SystemFailed`.
+    PacketFile(void* aHandle, const std::string& aName);
     ~PacketFile();
 
     PacketFile(const PacketFile&) = delete;
     PacketFile& operator=(const PacketFile&) = delete;
 
-    /// Adds a packet as a whole. What was written of a packet that does not fit is cut off.
+    /// Adds the bytes as a whole. What was written of bytes that do not fit is cut off, except in a
+    /// pipe.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed`.
     void Append(const unsigned char* aBytes, std::size_t aSize);

@@ -27,6 +27,9 @@ class PacketFormat {
 public:
     virtual ~PacketFormat() = default;
 
+    /// What reports call it, in lower case, such as "raw".
+    virtual const char* GetName() const = 0;
+
     /// The size of a read, in bytes, that gets one packet.
     virtual std::size_t GetReadSize(const Snapshot& aSettings) const = 0;
 
@@ -47,6 +50,7 @@ public:
     /// @param aReadSize  In bytes.
     explicit RawFormat(std::size_t aReadSize = 65536) : readSize_(aReadSize) {}
 
+    const char* GetName() const override { return "raw"; }
     std::size_t GetReadSize(const Snapshot&) const override { return readSize_; }
     bool IsNumbered() const override { return false; }
     Packet Examine(const unsigned char*, std::size_t, bool) const override { return Packet(); }

@@ -26,6 +26,9 @@ public:
     /// Throws `Error`: `ErrorKind::Refused` when there is no setting of a name.
     Watch(DeviceParameters& aParameters, const std::vector<std::string>& aNames);
 
+    /// The settings that are watched, as they were at the last look.
+    const std::vector<Setting>& GetSettings() const { return known_; }
+
     /// Reads the parameters from the driver, and returns the settings that differ from the look
     /// before.
     ///

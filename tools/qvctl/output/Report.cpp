@@ -19,24 +19,24 @@ std::string Format(const nlohmann::ordered_json& aJson, bool aInOneLine) {
 
 void Printer::Print(const Outcome& aOutcome) const {
     if (!isJson_) {
-        if (aOutcome.report != nullptr) aOutcome.report->WriteText(out_);
+        if (aOutcome.report != nullptr) aOutcome.report->WriteText(*out_);
         return;
     }
     nlohmann::ordered_json json;
     if (aOutcome.report != nullptr) json = aOutcome.report->ToJson();
     if (aOutcome.error) json["error"] = ToJson(*aOutcome.error);
-    if (!json.is_null()) out_.WriteLine(Format(json, isSeries_));
+    if (!json.is_null()) out_->WriteLine(Format(json, isSeries_));
 }
 
 void Printer::PrintPart(const Report& aPart) const {
-    if (!isJson_) aPart.WriteText(out_);
+    if (!isJson_) aPart.WriteText(*out_);
 }
 
 void Printer::PrintNext(const Report& aReport) const {
     if (isJson_) {
-        out_.WriteLine(Format(aReport.ToJson(), /*aInOneLine=*/true));
+        out_->WriteLine(Format(aReport.ToJson(), /*aInOneLine=*/true));
     } else {
-        aReport.WriteText(out_);
+        aReport.WriteText(*out_);
     }
 }
 

@@ -40,9 +40,13 @@ struct Outcome {
 class Printer {
 public:
     // It prints the text form, unless `UseJson` is called.
-    explicit Printer(Output& aOut) : out_(aOut) {}
+    explicit Printer(Output& aOut) : out_(&aOut) {}
 
     void UseJson() { isJson_ = true; }
+    bool IsJson() const { return isJson_; }
+
+    // Prints to another output from now on.
+    void PrintTo(Output& aOut) { out_ = &aOut; }
 
     // Prints how a verb ended. In the JSON form the error is a member of the report.
     void Print(const Outcome& aOutcome) const;
@@ -57,7 +61,7 @@ public:
     void PrintNext(const Report& aReport) const;
 
 private:
-    Output& out_;
+    Output* out_;
     bool isJson_ = false;
     bool isSeries_ = false;
 };

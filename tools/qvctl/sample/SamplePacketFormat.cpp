@@ -4,6 +4,7 @@
 #include "sample/SamplePacketFormat.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -34,6 +35,13 @@ std::string FindFault(const unsigned char* aPayload, std::size_t aSize, std::uin
                     due, index);
     }
     return std::string();
+}
+
+bool HasInPath(const GUID& aInterface, std::string aPath) {
+    std::transform(aPath.begin(), aPath.end(), aPath.begin(), [](unsigned char aCharacter) {
+        return static_cast<char>(std::tolower(aCharacter));
+    });
+    return aPath.find("#" + InterfaceText(aInterface)) != std::string::npos;
 }
 
 Packet Broken(std::string aFault) {
@@ -85,11 +93,10 @@ Packet SamplePacketFormat::Examine(const unsigned char* aBytes, std::size_t aSiz
     return packet;
 }
 
-const QvKit::PacketFormat& PacketFormatOf(const GUID& aInterface) {
+const QvKit::PacketFormat* FindPacketFormat(const GUID& aInterface, const DeviceChoice& aDevice) {
     static const SamplePacketFormat sample;
-    static const QvKit::RawFormat raw;
-    if (::IsEqualGUID(aInterface, SampleInterface())) return sample;
-    return raw;
+    if (!::IsEqualGUID(aInterface, SampleInterface())) return nullptr;
+    return aDevice.isIndex || HasInPath(aInterface, aDevice.text) ? &sample : nullptr;
 }
 
 }  // namespace Qvctl

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 
+#include "DeviceChoice.h"
 #include "QvKit/PacketFormat.h"
 #include "WindowsApi.h"
 
@@ -15,6 +16,8 @@ namespace Qvctl {
 
 class SamplePacketFormat final : public QvKit::PacketFormat {
 public:
+    const char* GetName() const override { return "sample"; }
+
     // While the device makes packets it is the size of the largest, so that they may grow; while it
     // returns what was written to it, the size of the packets at the moment. Large for a device
     // without the parameter of the size.
@@ -25,9 +28,9 @@ public:
                           bool aWithPayload) const override;
 };
 
-// How devices of an interface class pack what they stream; raw bytes for one that is not known. The
-// format lives as long as the process.
-const QvKit::PacketFormat& PacketFormatOf(const GUID& aInterface);
+// How a device of an interface class packs what it streams; null when that is not known. A path is
+// that of a device of the class if it has the class in it. The format lives as long as the process.
+const QvKit::PacketFormat* FindPacketFormat(const GUID& aInterface, const DeviceChoice& aDevice);
 
 }  // namespace Qvctl
 

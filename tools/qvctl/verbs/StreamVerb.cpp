@@ -9,7 +9,9 @@
 #include "CtrlC.h"
 #include "DeviceUse.h"
 #include "InterfaceId.h"
+#include "QvKit/PacketFile.h"
 #include "QvKit/StreamReader.h"
+#include "WindowsApi.h"
 #include "commandline/ArgumentChecks.h"
 #include "output/ErrorReport.h"
 #include "sample/SamplePacketFormat.h"
@@ -23,86 +25,153 @@ namespace {
 class StreamVerb final : public Verb {
 public:
     std::string GetDetails() const override {
-        return "Without --packets and --seconds it runs until Ctrl-C. Progress goes to\n"
-               "standard error, the report to standard output. The report says what was lost:\n"
-               "gaps in the sequence, packets that the driver had to drop, and packets that\n"
-               "were not whole or not in order. With --verify every byte of the payload is\n"
-               "checked, and a loss of any kind makes the exit code 1. Packets of other drivers\n"
-               "than the sample driver are raw bytes: they are counted, and cannot be verified.\n"
+        return "It ends at whichever of --packets, --seconds and --timeout comes first, and\n"
+               "without them at Ctrl-C. Progress goes to standard error, the report to standard\n"
+               "output. Every byte that is read goes to FILE, in order, whatever it is. With -\n"
+               "for FILE the bytes go to standard output, and the report to standard error,\n"
+               "behind all else.\n"
+               "\n"
+               "Of the sample driver's packets, format \"sample\", the report says what was lost:\n"
+               "gaps in the sequence, packets that the driver had to drop, and reads that held\n"
+               "no whole packet or not the one that was due. With --verify every byte of the\n"
+               "payload is checked, and a loss of any kind makes the exit code 1. What other\n"
+               "devices return, and what --raw asks for, is of format \"raw\": each read counts\n"
+               "as a packet, nothing can be verified, and the driver need not know parameters.\n"
+               "A device that is given by its path is one of the sample driver's if the path\n"
+               "has its interface in it.\n"
                "\n"
                "When the device or the disk fails, the stream ends with the report and exit\n"
-               "code 1, and FILE holds every whole packet that was received until then. Ctrl-C\n"
-               "cancels the reads that are pending, prints the report and makes the exit code\n"
-               "130, unless something else went wrong; a second Ctrl-C ends at once.\n"
+               "code 1, and FILE holds what was received until then. Fewer packets than\n"
+               "--packets make it 1 as well. Ctrl-C cancels the reads that are pending, prints\n"
+               "the report and makes the exit code 130, unless something else went wrong; a\n"
+               "second Ctrl-C ends at once.\n"
                "\n"
                "A device is streamed by one qvctl at a time.\n"
                "\n"
                "Examples:\n"
                "  qvctl stream --packets 10000 --verify\n"
-               "  qvctl stream --seconds 60 --depth 64 --out capture.bin --json";
+               "  qvctl stream --seconds 60 --depth 64 --out capture.bin --json\n"
+               "  qvctl stream --device \\\\.\\COM3 --size 256 --timeout 2 --out - > capture.bin";
     }
     void AddArguments(CLI::App& aCommand) override {
         constexpr std::uint32_t kMostPackets = std::numeric_limits<std::uint32_t>::max();
-        auto* const packets =
-            aCommand.add_option("--packets", packets_, "End after so many packets")
-                ->option_text("N")
-                ->check(CheckWhole(1, kMostPackets));
+        aCommand.add_option("--packets", packets_, "End after so many packets")
+            ->option_text("N")
+            ->check(CheckWhole(1, kMostPackets));
         aCommand.add_option("--seconds", seconds_, "End after so many seconds")
             ->option_text("S")
-            ->check(CheckSeconds())
-            ->excludes(packets);
+            ->check(CheckSeconds());
+        aCommand.add_option("--timeout", silence_, "End when nothing has come for so many seconds")
+            ->option_text("S")
+            ->check(CheckSeconds());
         aCommand
             .add_option("--depth", depth_,
                         "How many reads are kept pending, 2 to 1024; 16\nby default")
             ->option_text("D")
             ->check(CheckWhole(2, 1024));
-        aCommand.add_option("--out", out_, "Write the packets to this file")
+        aCommand
+            .add_option("--size", size_,
+                        "Bytes of a read, 1 to 16777216; by default those\nof the largest packet, "
+                        "or 65536 of raw bytes")
+            ->option_text("BYTES")
+            ->check(CheckWhole(1, kLargestRequest));
+        aCommand
+            .add_option("--out", out_,
+                        "Write all that is read to this file; - for\nstandard output")
             ->option_text("FILE")
             ->check(CheckFileName());
-        aCommand.add_flag("--verify", verify_, "Check every byte; exit code 1 after a loss");
+        auto* const verify =
+            aCommand.add_flag("--verify", verify_, "Check every byte; exit code 1 after a loss");
+        aCommand.add_flag("--raw", raw_, "Read raw bytes, whatever the device is")
+            ->excludes(verify);
         aCommand.add_flag("--quiet", quiet_, "Show no progress");
     }
     Outcome Run(const Context& aContext) override {
-        const GUID& interfaceClass = aContext.options.interfaceClass;
-        const QvKit::PacketFormat& format = PacketFormatOf(interfaceClass);
-        if (verify_ && !format.IsNumbered()) {
-            throw WrongUsage("--verify: the packets of devices with the interface " +
-                             InterfaceText(interfaceClass) + " are not known");
-        }
+        const bool isToStandardOutput = out_ == kStandardOutput;
+        if (isToStandardOutput) aContext.printer.PrintTo(aContext.err);
+        const QvKit::PacketFormat* const known = FindFormat(aContext.options);
+        static const QvKit::RawFormat raw;  // The report refers to it.
+        const QvKit::PacketFormat& format = known != nullptr ? *known : raw;
         const ChosenDevice device = aContext.FindDevice();
-        // Closed again at once: some drivers admit one handle only, and the stream needs it.
-        const QvKit::Snapshot settings = aContext.ReadParameters(device);
+        const std::size_t readSize = FindReadSize(aContext, device, format);
+
         const DeviceUse use(device.address);
         const CtrlC ctrlC;
-        std::optional<QvKit::PacketFile> file;
-        if (!out_.empty()) file.emplace(out_);
-        QvKit::PacketFile* const out = file ? &*file : nullptr;
-
+        // First, so that a file that is there stays as it is without the device.
         const auto channel = QvKit::OpenChannel(device.address);
-        const QvKit::StreamSettings stream = MakeSettings(format.GetReadSize(settings), out);
-        aContext.Note("reads of " + std::to_string(stream.readSize) + " bytes, " +
-                      std::to_string(depth_) + " pending");
-        QvKit::StreamReader reader(*channel, format, stream, ctrlC.GetStopSignal());
-        ProgressDisplay display(aContext.err, quiet_);
-        RunTransfer(reader, display, TransferItems{"packet", format.IsNumbered()});
-        return MakeOutcome(device, MakeStreamReport(device, reader, out),
+        const auto file = OpenFile();
+        aContext.Note("reads of " + std::to_string(readSize) + " bytes, " + std::to_string(depth_) +
+                      " pending");
+        QvKit::StreamReader reader(*channel, format, MakeSettings(readSize, file.get()),
+                                   ctrlC.GetStopSignal());
+        // JSON on standard error stays by itself.
+        ProgressDisplay display(aContext.err,
+                                quiet_ || (isToStandardOutput && aContext.printer.IsJson()));
+        const TransferSpan span =
+            RunTransfer(reader, display, TransferItems{"packet", format.IsNumbered()});
+        return MakeOutcome(device, MakeStreamReport(device, reader, span, file.get()),
                            StreamError(reader, ctrlC.IsPressed()));
     }
 
 private:
+    // Null for raw bytes.
+    const QvKit::PacketFormat* FindFormat(const Options& aOptions) const {
+        if (raw_) return nullptr;
+        const QvKit::PacketFormat* const format =
+            FindPacketFormat(aOptions.interfaceClass, aOptions.device);
+        if (verify_ && format == nullptr) {
+            throw WrongUsage("--verify: the packets of " +
+                             (aOptions.device.isIndex ? "devices with the interface " +
+                                                            InterfaceText(aOptions.interfaceClass)
+                                                      : "'" + aOptions.device.text + "'") +
+                             " are not known");
+        }
+        return format;
+    }
+
+    // Raw bytes depend on no setting. A driver of known packets that has no parameters gets reads
+    // for the largest packet.
+    std::size_t FindReadSize(const Context& aContext, const ChosenDevice& aDevice,
+                             const QvKit::PacketFormat& aFormat) const {
+        if (size_) return *size_;
+        if (!aFormat.IsNumbered()) return aFormat.GetReadSize(QvKit::Snapshot());
+        // Closed again at once: some drivers admit one handle only, and the stream needs it.
+        const auto opened = aContext.OpenDevice(aDevice);
+        try {
+            return aFormat.GetReadSize(aContext.LoadParameters(*opened).GetSnapshot());
+        } catch (const QvKit::Error& error) {
+            if (error.GetKind() != QvKit::ErrorKind::DeviceFailed) throw;
+            aContext.Note(error.what());
+            return aFormat.GetReadSize(QvKit::Snapshot());
+        }
+    }
+
+    // Null for none.
+    std::unique_ptr<QvKit::PacketFile> OpenFile() const {
+        if (out_.empty()) return nullptr;
+        if (out_ != kStandardOutput) return std::make_unique<QvKit::PacketFile>(out_);
+        return std::make_unique<QvKit::PacketFile>(::GetStdHandle(STD_OUTPUT_HANDLE), out_);
+    }
+
     // The file may be null; it is borrowed.
     QvKit::StreamSettings MakeSettings(std::size_t aReadSize, QvKit::PacketFile* aFile) const {
+        const auto toTime = [](const std::optional<double>& aSeconds) {
+            std::optional<std::chrono::nanoseconds> time;
+            if (aSeconds) {
+                time = std::chrono::ceil<std::chrono::nanoseconds>(
+                    std::chrono::duration<double>(*aSeconds));
+            }
+            return time;
+        };
         QvKit::StreamSettings settings;
         if (packets_) settings.packets = *packets_;
-        if (seconds_) {
-            settings.time = std::chrono::ceil<std::chrono::nanoseconds>(
-                std::chrono::duration<double>(*seconds_));
-        }
+        settings.time = toTime(seconds_);
+        settings.silence = toTime(silence_);
         settings.depth = depth_;
         settings.readSize = aReadSize;
         settings.verify = verify_;
         if (aFile != nullptr) {
-            settings.onPacket = [aFile](const unsigned char* aBytes, std::size_t aSize) {
+            settings.onRead = [aFile](const unsigned char* aBytes, std::size_t aSize) {
                 aFile->Append(aBytes, aSize);
             };
         }
@@ -111,9 +180,12 @@ private:
 
     std::optional<std::uint32_t> packets_;
     std::optional<double> seconds_;
+    std::optional<double> silence_;
+    std::optional<unsigned int> size_;
     unsigned int depth_ = 16;
     std::string out_;  // Empty for none.
     bool verify_ = false;
+    bool raw_ = false;
     bool quiet_ = false;
 };
 

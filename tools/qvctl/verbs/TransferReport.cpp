@@ -33,8 +33,11 @@ void WriteRows(Output& aOut, const std::vector<Row>& aRows) {
 
 // What every transfer reports.
 struct Figures {
-    Figures(const QvKit::Transfer& aTransfer, std::uint64_t aBytes)
-        : bytes(aBytes), time(aTransfer.GetTime()), intervals(aTransfer.GetIntervals()) {}
+    Figures(const QvKit::Transfer& aTransfer, std::uint64_t aBytes, const TransferSpan& aSpan)
+        : bytes(aBytes),
+          span(aSpan),
+          time(aTransfer.GetTime()),
+          intervals(aTransfer.GetIntervals()) {}
 
     double GetSeconds() const { return std::chrono::duration<double>(time).count(); }
     double GetRate() const { return PerSecond(bytes, GetSeconds()); }
@@ -48,9 +51,12 @@ struct Figures {
         aJson["bytes"] = bytes;
         aJson["seconds"] = GetSeconds();
         aJson["bytesPerSecond"] = GetRate();
+        aJson["began"] = UtcText(span.began);
+        aJson["ended"] = UtcText(span.ended);
     }
 
     std::uint64_t bytes;
+    TransferSpan span;
     std::chrono::nanoseconds time;
     QvKit::IntervalStatistics intervals;
 };
@@ -62,6 +68,20 @@ std::string FailuresText(const PacketAccount& aAccount) {
     return text;
 }
 
+std::string GapsText(const PacketAccount& aAccount) {
+    if (!aAccount.IsSequenceKnown()) return "unknown: no packet with a number has come";
+    std::string text = std::to_string(aAccount.GetGaps()) + " (" +
+                       CountText(aAccount.GetMissing(), "packet") + " missing";
+    if (aAccount.GetUnnumbered() > 0) {
+        text += ", " + CountText(aAccount.GetUnnumbered(), "read") + " without a number";
+    }
+    return text + ")";
+}
+
+std::string DroppedText(const PacketAccount& aAccount) {
+    return aAccount.IsSequenceKnown() ? std::to_string(aAccount.GetDropped()) : "unknown";
+}
+
 std::string LossText(const PacketAccount& aAccount) {
     return "not every packet has arrived whole: " + std::to_string(aAccount.GetMissing()) +
            " missing, " + std::to_string(aAccount.GetDropped()) + " dropped by the driver, " +
@@ -71,9 +91,9 @@ std::string LossText(const PacketAccount& aAccount) {
 class StreamReport final : public Report {
 public:
     StreamReport(const ChosenDevice& aDevice, const QvKit::StreamReader& aReader,
-                 const QvKit::PacketFile* aFile)
+                 const TransferSpan& aSpan, const QvKit::PacketFile* aFile)
         : device_(aDevice),
-          figures_(aReader, aReader.GetAccount().GetBytes()),
+          figures_(aReader, aReader.GetAccount().GetBytes(), aSpan),
           account_(aReader.GetAccount()) {
         if (aFile != nullptr) out_ = {aFile->GetPath(), aFile->GetPackets(), aFile->GetBytes()};
     }
@@ -81,18 +101,18 @@ public:
     void WriteText(Output& aOut) const override {
         std::vector<Row> rows = {{"packets", std::to_string(account_.GetPackets())}};
         figures_.AddTo(rows);
-        if (account_.IsNumbered()) {
-            rows.emplace_back("gaps in the sequence",
-                              std::to_string(account_.GetGaps()) + " (" +
-                                  CountText(account_.GetMissing(), "packet") + " missing)");
-            rows.emplace_back("dropped by the driver", std::to_string(account_.GetDropped()));
+        rows.emplace_back("packet format", account_.GetFormat().GetName());
+        if (account_.GetFormat().IsNumbered()) {
+            rows.emplace_back("gaps in the sequence", GapsText(account_));
+            rows.emplace_back("dropped by the driver", DroppedText(account_));
             rows.emplace_back("verification failures", FailuresText(account_));
         }
         rows.emplace_back("between completions", IntervalsText(figures_.intervals));
         if (out_) {
+            const bool isFile = out_->path != kStandardOutput;
             rows.emplace_back("written", CountText(out_->packets, "packet") + ", " +
                                              CountText(out_->bytes, "byte") + ", to " +
-                                             Printable(out_->path));
+                                             (isFile ? Printable(out_->path) : "standard output"));
         }
         WriteRows(aOut, rows);
     }
@@ -102,6 +122,7 @@ public:
         json["device"] = Qvctl::ToJson(device_);
         json["packets"] = account_.GetPackets();
         figures_.AddTo(json);
+        json["format"] = account_.GetFormat().GetName();
         AddAccountTo(json);
         json["completionIntervalsUs"] = IntervalsJson(figures_.intervals);
         json["out"] = nullptr;
@@ -122,14 +143,17 @@ private:
 
     // Null is what cannot be known of packets without numbers.
     void AddAccountTo(ordered_json& aJson) const {
-        const auto known = [this](std::uint64_t aCount) {
-            return account_.IsNumbered() ? ordered_json(aCount) : ordered_json();
+        const auto countIf = [](bool aIsKnown, std::uint64_t aCount) {
+            return aIsKnown ? ordered_json(aCount) : ordered_json();
         };
-        aJson["gaps"] = known(account_.GetGaps());
-        aJson["packetsMissing"] = known(account_.GetMissing());
-        aJson["packetsDropped"] = known(account_.GetDropped());
+        const bool isSequenceKnown = account_.IsSequenceKnown();
+        const bool isFormatKnown = account_.GetFormat().IsNumbered();
+        aJson["gaps"] = countIf(isSequenceKnown, account_.GetGaps());
+        aJson["packetsMissing"] = countIf(isSequenceKnown, account_.GetMissing());
+        aJson["packetsDropped"] = countIf(isSequenceKnown, account_.GetDropped());
+        aJson["packetsUnnumbered"] = countIf(isFormatKnown, account_.GetUnnumbered());
         aJson["verified"] = account_.IsWithPayload();
-        aJson["verificationFailures"] = known(account_.GetFailures());
+        aJson["verificationFailures"] = countIf(isFormatKnown, account_.GetFailures());
         aJson["firstVerificationFailure"] = nullptr;
         if (account_.GetFailures() > 0) {
             aJson["firstVerificationFailure"] = account_.GetFirstFailure();
@@ -144,12 +168,13 @@ private:
 
 class SendReport final : public Report {
 public:
-    SendReport(const ChosenDevice& aDevice, const QvKit::FileSender& aSender)
+    SendReport(const ChosenDevice& aDevice, const QvKit::FileSender& aSender,
+               const TransferSpan& aSpan)
         : device_(aDevice),
           path_(aSender.GetPath()),
           requests_(aSender.GetRequests()),
           busyRetries_(aSender.GetBusyRetries()),
-          figures_(aSender, aSender.GetBytes()) {}
+          figures_(aSender, aSender.GetBytes(), aSpan) {}
 
     void WriteText(Output& aOut) const override {
         std::vector<Row> rows = {{"requests", std::to_string(requests_)}};
@@ -206,13 +231,15 @@ ordered_json IntervalsJson(const QvKit::IntervalStatistics& aIntervals) {
 
 std::unique_ptr<Report> MakeStreamReport(const ChosenDevice& aDevice,
                                          const QvKit::StreamReader& aReader,
+                                         const TransferSpan& aSpan,
                                          const QvKit::PacketFile* aFile) {
-    return std::make_unique<StreamReport>(aDevice, aReader, aFile);
+    return std::make_unique<StreamReport>(aDevice, aReader, aSpan, aFile);
 }
 
 std::unique_ptr<Report> MakeSendReport(const ChosenDevice& aDevice,
-                                       const QvKit::FileSender& aSender) {
-    return std::make_unique<SendReport>(aDevice, aSender);
+                                       const QvKit::FileSender& aSender,
+                                       const TransferSpan& aSpan) {
+    return std::make_unique<SendReport>(aDevice, aSender, aSpan);
 }
 
 std::optional<Error> StreamError(const QvKit::StreamReader& aReader, bool aIsInterrupted) {
@@ -220,7 +247,12 @@ std::optional<Error> StreamError(const QvKit::StreamReader& aReader, bool aIsInt
     if (!aReader.GetError() && account.IsWithPayload() && !account.IsClean()) {
         return Error(QvKit::ErrorKind::DeviceFailed, LossText(account));
     }
-    return TransferError(aReader, aIsInterrupted);
+    const std::optional<Error> error = TransferError(aReader, aIsInterrupted);
+    const std::optional<std::uint64_t> wanted = aReader.GetSettings().packets;
+    if (error || !wanted || account.GetPackets() >= *wanted) return error;
+    return Error(QvKit::ErrorKind::DeviceFailed, "only " + std::to_string(account.GetPackets()) +
+                                                     " of " + CountText(*wanted, "packet") +
+                                                     " have come before the time was over");
 }
 
 std::optional<Error> TransferError(const QvKit::Transfer& aTransfer, bool aIsInterrupted) {

@@ -18,6 +18,7 @@
 #include "QvKit/PacketFile.h"
 #include "QvKit/StreamReader.h"
 #include "output/Report.h"
+#include "verbs/TransferRun.h"
 
 namespace Qvctl {
 
@@ -31,12 +32,16 @@ nlohmann::ordered_json IntervalsJson(const QvKit::IntervalStatistics& aIntervals
 // the packet format. `aFile` may be null.
 std::unique_ptr<Report> MakeStreamReport(const ChosenDevice& aDevice,
                                          const QvKit::StreamReader& aReader,
-                                         const QvKit::PacketFile* aFile);
+                                         const TransferSpan& aSpan, const QvKit::PacketFile* aFile);
 std::unique_ptr<Report> MakeSendReport(const ChosenDevice& aDevice,
-                                       const QvKit::FileSender& aSender);
+                                       const QvKit::FileSender& aSender, const TransferSpan& aSpan);
+
+// The name of standard output as a file.
+constexpr char kStandardOutput[] = "-";
 
 // Why the stream is no success: the device or the file failed, something was lost when it had to be
-// verified, or the user stopped it, in this order. Nothing when it is one.
+// verified, the user stopped it, or it ended with fewer packets than were asked for, in this order.
+// Nothing when it is one.
 std::optional<QvKit::Error> StreamError(const QvKit::StreamReader& aReader, bool aIsInterrupted);
 
 // Why a transfer is no success: it failed, or the user stopped it.

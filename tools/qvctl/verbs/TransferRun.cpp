@@ -5,8 +5,9 @@
 
 namespace Qvctl {
 
-void RunTransfer(QvKit::Transfer& aTransfer, ProgressDisplay& aDisplay,
-                 const TransferItems& aItems) {
+TransferSpan RunTransfer(QvKit::Transfer& aTransfer, ProgressDisplay& aDisplay,
+                         const TransferItems& aItems) {
+    const Moment began = Moment::Now();
     const QvKit::Stopwatch stopwatch;
     const auto figures = [&] {
         return FiguresOf(aTransfer.GetProgress(), aItems.noun, aItems.canDrop,
@@ -16,6 +17,7 @@ void RunTransfer(QvKit::Transfer& aTransfer, ProgressDisplay& aDisplay,
     aTransfer.Start();
     while (!aTransfer.WaitFor(aDisplay.GetPeriod())) aDisplay.Show(figures());
     aDisplay.Finish(figures());
+    return {began, Moment::Now()};
 }
 
 }  // namespace Qvctl

@@ -6,10 +6,16 @@
 #ifndef QVCTL_VERBS_TRANSFERRUN_H
 #define QVCTL_VERBS_TRANSFERRUN_H
 
+#include <cstdint>
+
 #include "QvKit/Transfer.h"
+#include "output/Moment.h"
 #include "output/ProgressDisplay.h"
 
 namespace Qvctl {
+
+// The largest request that a verb sends, in bytes.
+constexpr std::uint64_t kLargestRequest = 16777216;
 
 // What the items of a transfer are called, and whether any can be dropped.
 struct TransferItems {
@@ -17,10 +23,16 @@ struct TransferItems {
     bool canDrop;
 };
 
+// From when until when it ran.
+struct TransferSpan {
+    Moment began;
+    Moment ended;
+};
+
 // Starts the transfer, shows its progress, and returns when it has ended. Throws `QvKit::Error`
 // when it cannot be started.
-void RunTransfer(QvKit::Transfer& aTransfer, ProgressDisplay& aDisplay,
-                 const TransferItems& aItems);
+TransferSpan RunTransfer(QvKit::Transfer& aTransfer, ProgressDisplay& aDisplay,
+                         const TransferItems& aItems);
 
 }  // namespace Qvctl
 

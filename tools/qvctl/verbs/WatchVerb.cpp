@@ -4,7 +4,6 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -13,8 +12,8 @@
 #include "CtrlC.h"
 #include "QvKit/Clock.h"
 #include "QvKit/Watch.h"
-#include "WindowsApi.h"
 #include "commandline/ArgumentChecks.h"
+#include "output/Moment.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
 #include "verbs/Verb.h"
@@ -22,60 +21,47 @@
 namespace Qvctl {
 namespace {
 
-std::string LocalTimeText() {
-    SYSTEMTIME now;
-    ::GetLocalTime(&now);
-    char text[64];
-    std::snprintf(text, sizeof text, "%02u:%02u:%02u.%03u", now.wHour, now.wMinute, now.wSecond,
-                  now.wMilliseconds);
-    return text;
-}
-
-// In the form of ISO 8601, in UTC.
-std::string UtcText() {
-    SYSTEMTIME now;
-    ::GetSystemTime(&now);
-    char text[64];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%03uZ", now.wYear, now.wMonth,
-                  now.wDay, now.wHour, now.wMinute, now.wSecond, now.wMilliseconds);
-    return text;
-}
-
-// One setting that has changed.
-class DifferenceReport final : public Report {
+// One setting that has changed, or is as it was at the beginning.
+class SettingReport final : public Report {
 public:
-    explicit DifferenceReport(QvKit::Watch::Difference aDifference)
-        : difference_(std::move(aDifference)) {}
+    // `aBefore` is nothing at the beginning. `aBegin` is when the watch began.
+    SettingReport(QvKit::Setting aSetting, std::optional<QvKit::Value> aBefore,
+                  const Moment& aBegin)
+        : setting_(std::move(aSetting)), before_(std::move(aBefore)), begin_(aBegin) {}
 
     void WriteText(Output& aOut) const override {
-        const QvKit::Setting& setting = difference_.setting;
-        aOut.WriteLine(LocalTimeText() + "  " +
-                       Printable(setting.name + ": " +
-                                 setting.DescribeWithUnit(difference_.before) + " -> " +
-                                 setting.DescribeWithUnit(setting.value)));
+        std::string text = setting_.name + ": ";
+        if (before_) text += setting_.DescribeWithUnit(*before_) + " -> ";
+        text += setting_.DescribeWithUnit(setting_.value);
+        aOut.WriteLine(LocalText(moment_, begin_) + "  " + Printable(text));
     }
 
     nlohmann::ordered_json ToJson() const override {
-        const QvKit::Setting& setting = difference_.setting;
         nlohmann::ordered_json json;
-        json["time"] = UtcText();
-        json["name"] = setting.name;
-        json["before"] = ValueToJson(setting, difference_.before);
-        json["after"] = ValueToJson(setting, setting.value);
+        json["time"] = UtcText(moment_);
+        json["name"] = setting_.name;
+        json["before"] = nullptr;
+        if (before_) json["before"] = ValueToJson(setting_, *before_);
+        json["after"] = ValueToJson(setting_, setting_.value);
         return json;
     }
 
 private:
-    QvKit::Watch::Difference difference_;
+    QvKit::Setting setting_;
+    std::optional<QvKit::Value> before_;
+    Moment begin_;
+    Moment moment_ = Moment::Now();
 };
 
 class WatchVerb final : public Verb {
 public:
     std::string GetDetails() const override {
         return "Reads the parameters from the driver again and again, and prints a line for\n"
-               "each that has changed; with --json an object a line. A value\n"
-               "that changes and changes back between two looks is not noticed. Without\n"
-               "--count and --seconds it runs until Ctrl-C, which makes the exit code 130.\n"
+               "each that has changed; with --json an object a line. With --initial the values\n"
+               "at the beginning come first; --count does not count them. Each line has the\n"
+               "local time, after midnight with its date; in JSON it is UTC. A value that\n"
+               "changes and changes back between two looks is not noticed. Without --count\n"
+               "and --seconds it runs until Ctrl-C, which makes the exit code 130.\n"
                "\n"
                "Example:\n"
                "  qvctl watch Temperature Gain --every 500";
@@ -89,6 +75,7 @@ public:
                         "The time between two looks in ms, 1 to\n86400000; 1000 by default")
             ->option_text("MS")
             ->check(CheckWhole(1, kLongestMs));
+        aCommand.add_flag("--initial", initial_, "Print the values at the beginning first");
         auto* const count = aCommand.add_option("--count", count_, "End after so many changes")
                                 ->option_text("N")
                                 ->check(CheckWhole(1, std::numeric_limits<std::uint64_t>::max()));
@@ -117,11 +104,18 @@ private:
     void PrintDifferences(const Context& aContext, QvKit::Watch& aWatch,
                           const QvKit::StopSignal& aStop) const {
         const QvKit::Stopwatch stopwatch;
+        const Moment begin = Moment::Now();
+        if (initial_) {
+            for (const QvKit::Setting& setting : aWatch.GetSettings()) {
+                aContext.printer.PrintNext(SettingReport(setting, std::nullopt, begin));
+            }
+        }
         std::uint64_t printed = 0;
         for (;;) {
             if (aStop.WaitFor(GetPause(stopwatch))) throw Interrupted();
             for (QvKit::Watch::Difference& difference : aWatch.Look()) {
-                aContext.printer.PrintNext(DifferenceReport(std::move(difference)));
+                aContext.printer.PrintNext(
+                    SettingReport(std::move(difference.setting), difference.before, begin));
                 if (++printed == count_) return;
             }
             if (aContext.out.HasFailed()) return;
@@ -143,6 +137,7 @@ private:
     unsigned int everyMs_ = 1000;
     std::optional<std::uint64_t> count_;
     std::optional<double> seconds_;
+    bool initial_ = false;
 };
 
 }  // namespace

@@ -26,7 +26,6 @@ public:
                "  qvctl write capture.bin --size 4096";
     }
     void AddArguments(CLI::App& aCommand) override {
-        constexpr std::uint64_t kLargestRequest = 16777216;
         constexpr std::uint64_t kLongestWaitMs = 86400000;  // A day.
         aCommand.add_option("FILE", file_, "The file to send")
             ->option_text(" ")
@@ -44,17 +43,15 @@ public:
     }
     Outcome Run(const Context& aContext) override {
         const ChosenDevice device = aContext.FindDevice();
-        // Only shows that the device is one of this library's, and closes it again: some drivers
-        // admit one handle only.
-        (void)aContext.ReadParameters(device);
         const CtrlC ctrlC;
         const auto channel = QvKit::OpenChannel(device.address);
         QvKit::FileSender sender(
             *channel, QvKit::FileSender::Settings{file_, size_, std::chrono::milliseconds(busyMs_)},
             ctrlC.GetStopSignal());
         ProgressDisplay display(aContext.err, quiet_);
-        RunTransfer(sender, display, TransferItems{"request", /*canDrop=*/false});
-        return MakeOutcome(device, MakeSendReport(device, sender),
+        const TransferSpan span =
+            RunTransfer(sender, display, TransferItems{"request", /*canDrop=*/false});
+        return MakeOutcome(device, MakeSendReport(device, sender, span),
                            TransferError(sender, ctrlC.IsPressed()));
     }
 
