@@ -370,23 +370,19 @@ TEST(KitChangeTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {
     const Refusal refusal = RefusalOf(device, "Mode", "Faster");
 
     EXPECT_EQ("Enumeration value does not exist in for parameter", refusal.reason);
-    EXPECT_EQ("allowed: Slow, Fast", refusal.hint);
+    EXPECT_EQ("did you mean Fast? allowed: Slow, Fast", refusal.hint);
     EXPECT_TRUE(refusal.isLogged);
 }
 
 TEST(KitChangeTest, AnEntryIsTakenInAnotherCaseWhenOnlyOneIsMeant) {
     FakeDevice device;
-    const Parameter& mode = device.AddEnumeration({"Slow", "fast", "Fast", kSize});
+    const Parameter& mode = device.AddEnumeration({"Slow", "fast", "Fast"});
 
     EXPECT_TRUE(IsTaken(device, "Mode", "Fast"));
     EXPECT_EQ(2, mode.GetInt());
     EXPECT_TRUE(IsTaken(device, "Mode", "sLOW"));
     EXPECT_EQ(0, mode.GetInt());
-    EXPECT_TRUE(IsTaken(device, "Mode",
-                        "GR\xC3\x96\xC3\x9F"
-                        "E"));
-    EXPECT_EQ(3, mode.GetInt());
-    EXPECT_EQ("did you mean fast? allowed: Slow, fast, Fast, " + std::string(kSize),
+    EXPECT_EQ("did you mean fast? allowed: Slow, fast, Fast",
               RefusalOf(device, "Mode", "FAST").hint);
 }
 

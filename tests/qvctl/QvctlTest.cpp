@@ -135,7 +135,7 @@ TEST_F(QvctlTest, ShowPrintsIdentifiersOnRequest) {
 
 TEST_F(QvctlTest, ShowPrintsHexadecimalNumbersOnRequestAndWhereTheUnitSaysSo) {
     EXPECT_THAT(RowOf(Qvctl({"show", "Gain", "--hex"}).out, "Gain"),
-                HasSubstr("0x6   0x0 to 0x3c"));
+                HasSubstr("0x6    0x0 to 0x3c"));
     EXPECT_THAT(RowOf(Qvctl({"show", "FaultStatus"}).out, "FaultStatus"),
                 HasSubstr("0xc0000185  0xc0000000 to 0xefffffff"));
     EXPECT_EQ("FaultStatus=0xc0000185\n", Get("FaultStatus"));

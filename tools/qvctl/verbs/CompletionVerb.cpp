@@ -13,8 +13,8 @@ namespace {
 class CompletionVerb final : public Verb {
 public:
     std::string GetDetails() const override {
-        return "Verbs, options, file names, devices, and the parameters and entries of the device\n"
-               "that is used by default are completed.\n"
+        return "Verbs, options, file names and devices are completed, and the parameters and\n"
+               "entries of the device that is used by default.\n"
                "\n"
                "In ~/.bashrc:\n"
                "  source <(qvctl completion bash)\n"
