@@ -21,7 +21,6 @@
 namespace QvKit {
 
 using QvUserLib::Code;
-using QvUserLib::DeviceConnection;
 using QvUserLib::Result;
 using std::chrono::milliseconds;
 

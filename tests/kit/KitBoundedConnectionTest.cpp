@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
@@ -122,10 +123,11 @@ BOOL WINAPI CountedRead(HANDLE aFile, LPVOID aBuffer, DWORD aSize, LPDWORD aRead
 // Counts the reads that have reached the system.
 class ReadCounter {
 public:
-    ReadCounter() {
-        theReads = 0;
-        theEvents.clear();
-    }
+    ReadCounter() { theReads = 0; }
+    ~ReadCounter() { theEvents.clear(); }
+    ReadCounter(const ReadCounter&) = delete;
+    ReadCounter& operator=(const ReadCounter&) = delete;
+
     static void Await(int aCount) {
         while (theReads < aCount) std::this_thread::yield();
     }
@@ -597,6 +599,7 @@ TEST_F(KitGivenUpRequestTest, ARequestIsGivenUpAndItsMemoryIsTheDrivers) {
 
 TEST_F(KitGivenUpRequestTest, CancellingAndClosingEndCallsOfADriverThatIgnoresIt) {
     const IgnoredCancelling driver;
+    const QvKit::Stopwatch time;
     StartReaders(2);
     connection_->Cancel();
     JoinReaders();
@@ -611,6 +614,7 @@ TEST_F(KitGivenUpRequestTest, CancellingAndClosingEndCallsOfADriverThatIgnoresIt
     JoinReaders();
     EXPECT_THAT(codes_, Each(BoundedConnection::kClosed));
     EXPECT_EQ(4u, connection_->GetGivenUp());
+    EXPECT_LT(time.GetTime(), kLong / 6);
 }
 
 TEST_F(KitGivenUpRequestTest, TheDeviceIsClosedAllTheSame) {
@@ -655,11 +659,17 @@ TEST_F(KitGivenUpRequestTest, CancellingLimitsAWaitThatHasBegun) {
 }
 
 TEST_F(KitGivenUpRequestTest, DestroyingARingTakesTheLimitOnce) {
+    constexpr milliseconds kLimit(400);
+    PipeServer server;
+    const auto channel = QvKit::OpenChannel(AddressOf(server.Name()), kLimit);
     const IgnoredCancelling driver;
+    const QvKit::Stopwatch time;
     {
-        QvKit::RequestRing ring(*channel_, 8, 100);
+        QvKit::RequestRing ring(*channel, 8, 100);
         for (int index = 0; index < 8; ++index) ring.Read();
     }
+    EXPECT_GE(time.GetTime(), kLimit);
+    EXPECT_LT(time.GetTime(), 5 * kLimit);
     EXPECT_EQ(8u, CountGivenUpRequests());
 }
 
@@ -701,7 +711,7 @@ TEST_F(KitBoundedAnswerTest, NoMoreIsCopiedThanTheCallerHasRoomFor) {
 }
 
 TEST_F(KitBoundedAnswerTest, AWarningHasItsBytes) {
-    channel_->onTake = [](unsigned char* aMemory) { std::memcpy(aMemory + 16, "abc", 3); };
+    channel_->onTake = [](unsigned char* aMemory) { std::copy_n("abc", 3, aMemory + 16); };
     channel_->outcome = {ERROR_MORE_DATA, 3};
     Buffer buffer;
 
@@ -726,7 +736,7 @@ TEST_F(KitBoundedAnswerTest, AFailedControlRequestLeavesCountAndOutputAlone) {
 TEST_F(KitBoundedAnswerTest, ADriverThatWorksOnTheCallersMemoryGetsWhatIsInIt) {
     constexpr unsigned long kDirect = 0x222001;
     Buffer buffer;
-    std::memcpy(buffer.bytes.data(), "more", 4);
+    std::copy_n("more", 4, buffer.bytes.begin());
     channel_->onTake = [](unsigned char* aMemory) { aMemory[16 + 19] = '!'; };
 
     EXPECT_THAT(Control(kDirect, buffer), IsBareCode(Code::Success));

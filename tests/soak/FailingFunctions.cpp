@@ -20,6 +20,8 @@
 namespace QvTests {
 namespace {
 
+using QvUserLib::Code;
+
 // The system error of a failing call for which no other is likely.
 constexpr DWORD kError = ERROR_GEN_FAILURE;
 

@@ -79,12 +79,10 @@ Record StringRecord(unsigned long aId, const std::wstring& aName, const std::wst
 }
 
 MATCHER_P(IsRecord, aExpected, "") {
-    const Record expected = aExpected;
-    const Record actual = arg;
-    const auto* const bytes = reinterpret_cast<const unsigned char*>(&actual);
-    const auto* const end = bytes + sizeof actual;
-    const auto* const differs =
-        std::mismatch(bytes, end, reinterpret_cast<const unsigned char*>(&expected)).first;
+    const auto* const expected = reinterpret_cast<const unsigned char*>(&aExpected);
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(&arg);
+    const auto* const end = bytes + sizeof(Record);
+    const auto* const differs = std::mismatch(bytes, end, expected).first;
     *result_listener << "the first difference is at byte " << differs - bytes;
     return differs == end;
 }

@@ -96,7 +96,8 @@ Packet SamplePacketFormat::Examine(const unsigned char* aBytes, std::size_t aSiz
 const QvKit::PacketFormat* FindPacketFormat(const GUID& aInterface, const DeviceChoice& aDevice) {
     static const SamplePacketFormat sample;
     if (!::IsEqualGUID(aInterface, SampleInterface())) return nullptr;
-    return aDevice.isIndex || HasInPath(aInterface, aDevice.text) ? &sample : nullptr;
+    return aDevice.kind != DeviceChoice::Path || HasInPath(aInterface, aDevice.text) ? &sample
+                                                                                     : nullptr;
 }
 
 }  // namespace Qvctl

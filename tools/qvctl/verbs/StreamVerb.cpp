@@ -120,11 +120,12 @@ private:
         const QvKit::PacketFormat* const format =
             FindPacketFormat(aOptions.interfaceClass, aOptions.device);
         if (verify_ && format == nullptr) {
-            throw WrongUsage("--verify: the packets of " +
-                             (aOptions.device.isIndex ? "devices with the interface " +
-                                                            InterfaceText(aOptions.interfaceClass)
-                                                      : "'" + aOptions.device.text + "'") +
-                             " are not known");
+            throw WrongUsage(
+                "--verify: the packets of " +
+                (aOptions.device.kind != DeviceChoice::Path
+                     ? "devices with the interface " + InterfaceText(aOptions.interfaceClass)
+                     : "'" + aOptions.device.text + "'") +
+                " are not known");
         }
         return format;
     }
