@@ -278,7 +278,7 @@ TEST(QvctlCtrlCTest, OnlyTheFirstPressIsAWishToStop) {
 // The formats of packets
 
 TEST(QvctlPacketFormatTest, IsChosenByTheInterfaceClassAndNoneForOneThatIsNotKnown) {
-    const Qvctl::DeviceChoice first{/*isIndex=*/true, "0"};
+    const Qvctl::DeviceChoice first{Qvctl::DeviceChoice::Index, "0"};
 
     const QvKit::PacketFormat* const format =
         Qvctl::FindPacketFormat(Qvctl::SampleInterface(), first);
@@ -290,7 +290,8 @@ TEST(QvctlPacketFormatTest, IsChosenByTheInterfaceClassAndNoneForOneThatIsNotKno
 TEST(QvctlPacketFormatTest, APathIsOfTheClassThatItHasInIt) {
     const std::string path = "\\\\?\\ROOT#X#0#{6B1E2F5C-3A94-4D0B-9C57-2E8F41D6A073}";
     const auto find = [](const std::string& aPath, const GUID& aInterface) {
-        return Qvctl::FindPacketFormat(aInterface, Qvctl::DeviceChoice{false, aPath});
+        return Qvctl::FindPacketFormat(aInterface,
+                                       Qvctl::DeviceChoice{Qvctl::DeviceChoice::Path, aPath});
     };
 
     EXPECT_NE(nullptr, find(path, Qvctl::SampleInterface()));
