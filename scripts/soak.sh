@@ -121,6 +121,7 @@ while ((round == 0 || SECONDS - start < seconds)); do
     guarded_part "$guarded_blocks"
     part HostileRequestsTest
     part VanishingDevicesTest
+    part PluggedDevicesLoadTest
     part ErrorLogLoadTest
     part TwoProcessesTest
     # Shorter rounds fill the rest of the time.

@@ -15,6 +15,7 @@
 #include "QvKit/Device.h"
 #include "QvKit/DeviceList.h"
 #include "QvKit/DeviceParameters.h"
+#include "QvKit/DeviceWatcher.h"
 #include "QvKit/Error.h"
 #include "QvKit/FileSender.h"
 #include "QvKit/IntervalStatistics.h"
