@@ -20,7 +20,8 @@ enum class ErrorKind {
     DeviceFailed,  ///< The device or its driver failed a request.
     SystemFailed,  ///< The system failed: a file, memory, a thread.
     Refused,       ///< Names or values were refused; see `Error::GetRefusals`.
-    Cancelled      ///< The caller, or the user, stopped it.
+    Cancelled,     ///< The caller, or the user, stopped it.
+    TimedOut       ///< It took longer than the caller allows.
 };
 
 /// One thing that was asked for and refused, such as a value of one parameter.

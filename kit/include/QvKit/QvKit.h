@@ -13,6 +13,7 @@
 #include "QvKit/Channel.h"
 #include "QvKit/Clock.h"
 #include "QvKit/Device.h"
+#include "QvKit/DeviceLink.h"
 #include "QvKit/DeviceList.h"
 #include "QvKit/DeviceParameters.h"
 #include "QvKit/DeviceWatcher.h"

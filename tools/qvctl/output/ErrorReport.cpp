@@ -21,6 +21,8 @@ const char* NameOf(ErrorKind aKind) {
             return "no-device";
         case ErrorKind::Cancelled:
             return "interrupted";
+        case ErrorKind::TimedOut:
+            return "timed-out";
         case ErrorKind::Refused:
             return "refused";
         default:
@@ -49,6 +51,8 @@ ExitCode ExitCodeOf(ErrorKind aKind) {
             return ExitCode::NoSuchDevice;
         case ErrorKind::Cancelled:
             return ExitCode::Interrupted;
+        case ErrorKind::TimedOut:
+            return ExitCode::TimedOut;
         default:
             return ExitCode::Failed;
     }

@@ -15,7 +15,14 @@
 namespace Qvctl {
 
 // What the process returns.
-enum class ExitCode { Done = 0, Failed = 1, WrongUsage = 2, NoSuchDevice = 3, Interrupted = 130 };
+enum class ExitCode {
+    Done = 0,
+    Failed = 1,
+    WrongUsage = 2,
+    NoSuchDevice = 3,
+    TimedOut = 4,
+    Interrupted = 130
+};
 
 ExitCode ExitCodeOf(QvKit::ErrorKind aKind);
 
