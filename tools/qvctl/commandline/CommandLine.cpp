@@ -25,6 +25,7 @@ constexpr char kDetails[] =
     "  1    refused, failed or, with --verify, lost\n"
     "  2    wrong usage\n"
     "  3    no such device\n"
+    "  4    not in time\n"
     "  130  stopped by Ctrl-C";
 
 // The options as the user wrote them.
