@@ -126,6 +126,7 @@ while ((round == 0 || SECONDS - start < seconds)); do
     part HostileRequestsTest
     part BoundedRequestsTest
     part VanishingDevicesTest
+    part PluggedDevicesLoadTest
     part ErrorLogLoadTest
     part TwoProcessesTest
     # Shorter rounds fill the rest of the time.

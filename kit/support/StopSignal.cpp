@@ -43,6 +43,12 @@ bool StopSignal::WaitFor(std::chrono::milliseconds aLimit) const {
     return ::WaitForSingleObject(state_->event.Get(), ToSystemWait(aLimit)) == WAIT_OBJECT_0;
 }
 
+bool StopSignal::WaitForEither(const StopSignal& aOther, std::chrono::milliseconds aLimit) const {
+    const HANDLE events[] = {state_->event.Get(), aOther.state_->event.Get()};
+    return ::WaitForMultipleObjects(ARRAYSIZE(events), events, /*bWaitAll=*/FALSE,
+                                    ToSystemWait(aLimit)) != WAIT_TIMEOUT;
+}
+
 void* StopSignal::GetEvent() const { return state_->event.Get(); }
 
 }  // namespace QvKit

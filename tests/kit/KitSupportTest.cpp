@@ -167,6 +167,17 @@ TEST(KitStopSignalTest, AWaitOnAnotherThreadEndsWithTheRequest) {
     EXPECT_TRUE(waiter.get());
 }
 
+TEST(KitStopSignalTest, AWaitForEitherEndsWithEachOfThem) {
+    const QvKit::StopSignal stop;
+    const QvKit::StopSignal other;
+    EXPECT_FALSE(stop.WaitForEither(other, milliseconds(1)));
+    const QvKit::StopSignal requested;
+    requested.Request();
+
+    EXPECT_TRUE(stop.WaitForEither(requested, QvKit::kNoLimit));
+    EXPECT_TRUE(requested.WaitForEither(stop, QvKit::kNoLimit));
+}
+
 HANDLE WINAPI CreateNoEvent(LPSECURITY_ATTRIBUTES, BOOL, BOOL, LPCSTR) {
     ::SetLastError(ERROR_NO_SYSTEM_RESOURCES);
     return nullptr;

@@ -85,8 +85,8 @@ constexpr char kChinese[] = "\xE4\xB8\xAD\xE5\x9B\xBD";
 constexpr char kDefaultLabel[] =
     "S\xC3\xBC"
     "d \xE2\x80\x93 Kanal 1";
-constexpr const char* kVerbs[] = {"list",  "show",  "get",    "set",
-                                  "reset", "watch", "stream", "write"};
+constexpr const char* kVerbs[] = {"list",  "show", "get",    "set",  "reset",
+                                  "watch", "wait", "stream", "write"};
 constexpr char kUnknownInterface[] = "{0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
 
 // list
@@ -642,6 +642,7 @@ TEST_F(QvctlTest, HelpListsTheVerbsAndTheExitCodes) {
     EXPECT_THAT(outcome.out, HasSubstr("Exit codes:\n  0    done\n"
                                        "  1    refused, failed or, with --verify, lost\n"
                                        "  2    wrong usage\n  3    no such device\n"
+                                       "  4    not in time\n"
                                        "  130  stopped by Ctrl-C\n"));
 }
 

@@ -42,7 +42,7 @@ def main():
                          check=False, timeout=50)
     output = run.stdout.decode("utf-8")
     # Each line of watch is an object of its own.
-    texts = output.splitlines() if verb == "watch" else [output]
+    texts = output.splitlines() if verb.startswith("watch") else [output]
     if not texts:
         sys.exit("nothing was printed")
     errors = 0

@@ -14,12 +14,12 @@ namespace Qvctl {
 
 const GUID& SampleInterface() { return GUID_DEVINTERFACE_QVSAMPLE; }
 
-GUID ParseInterface(const std::string& aText) {
+GUID ParseInterface(const std::string& aText, const std::string& aOption) {
     const bool braced = !aText.empty() && aText.front() == '{';
     const std::string text = braced ? aText : "{" + aText + "}";
     GUID interfaceClass;
     if (::IIDFromString(QvKit::FromUtf8(text).c_str(), &interfaceClass) != S_OK) {
-        throw WrongUsage("--interface: '" + aText +
+        throw WrongUsage(aOption + ": '" + aText +
                          "' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT);
     }
     return interfaceClass;

@@ -15,8 +15,8 @@ namespace Qvctl {
 // The interface class of the sample driver's devices.
 const GUID& SampleInterface();
 
-// Reads a GUID, with or without braces. Throws `QvKit::Error` for wrong usage.
-GUID ParseInterface(const std::string& aText);
+// Reads the GUID of an option, with or without braces. Throws `QvKit::Error` for wrong usage.
+GUID ParseInterface(const std::string& aText, const std::string& aOption = "--interface");
 
 // With braces and lower-case digits.
 std::string InterfaceText(const GUID& aInterface);

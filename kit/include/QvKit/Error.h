@@ -23,7 +23,7 @@ enum class ErrorKind {
     Refused,           ///< Names or values were refused; see `Error::GetRefusals`.
     ChangedMeanwhile,  ///< The device took a change, but holds other values now.
     Cancelled,         ///< The caller, or the user, stopped it.
-    TimedOut,          ///< The device did not answer in time.
+    TimedOut,          ///< It took longer than the caller allows.
     Closed             ///< The connection was closed before the device answered.
 };
 

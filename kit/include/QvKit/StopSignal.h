@@ -29,6 +29,10 @@ public:
     /// Waits for a request. Returns whether there was one before the time was over.
     bool WaitFor(std::chrono::milliseconds aLimit) const;
 
+    /// Waits for a request of this signal or the other one. Returns whether there was one before
+    /// the time was over.
+    bool WaitForEither(const StopSignal& aOther, std::chrono::milliseconds aLimit) const;
+
     /// The Win32 event, for an implementation of `Request` that waits for more than this.
     void* GetEvent() const;
 

@@ -26,6 +26,7 @@ constexpr char kDetails[] =
     "  1    refused, failed or, with --verify, lost\n"
     "  2    wrong usage\n"
     "  3    no such device\n"
+    "  4    not in time\n"
     "  130  stopped by Ctrl-C";
 
 std::string VariableOr(const wchar_t* aName, const std::string& aDefault) {

@@ -21,6 +21,8 @@ const char* NameOf(ErrorKind aKind) {
             return "no-device";
         case ErrorKind::Cancelled:
             return "interrupted";
+        case ErrorKind::TimedOut:
+            return "timed-out";
         case ErrorKind::Refused:
             return "refused";
         case ErrorKind::TimedOut:

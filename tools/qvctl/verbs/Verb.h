@@ -66,6 +66,7 @@ std::unique_ptr<Verb> MakeSetVerb();
 std::unique_ptr<Verb> MakeShowVerb();
 std::unique_ptr<Verb> MakeStreamVerb();
 std::unique_ptr<Verb> MakeVersionVerb();
+std::unique_ptr<Verb> MakeWaitVerb();
 std::unique_ptr<Verb> MakeWatchVerb();
 std::unique_ptr<Verb> MakeWriteVerb();
 

@@ -10,12 +10,14 @@
 #include <utility>
 
 #include "CtrlC.h"
+#include "InterfaceId.h"
 #include "QvKit/Clock.h"
 #include "QvKit/Watch.h"
 #include "commandline/ArgumentChecks.h"
 #include "output/Moment.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
+#include "verbs/DeviceWatch.h"
 #include "verbs/Verb.h"
 
 namespace Qvctl {
@@ -63,19 +65,24 @@ public:
                "changes and changes back between two looks is not noticed. Without --count\n"
                "and --seconds it runs until Ctrl-C, which makes the exit code 130.\n"
                "\n"
-               "Example:\n"
-               "  qvctl watch Temperature Gain --every 500";
+               "With --devices it prints the devices that come and go instead: those with an\n"
+               "interface of CLASS, a GUID, or any devices.\n"
+               "\n"
+               "Examples:\n"
+               "  qvctl watch Temperature Gain --every 500\n"
+               "  qvctl watch --devices --json";
     }
     void AddArguments(CLI::App& aCommand) override {
         constexpr std::uint64_t kLongestMs = 86400000;  // A day.
-        aCommand.add_option("NAME", names_, "The parameters to watch; all by default")
-            ->option_text("...");
-        aCommand
-            .add_option("--every", everyMs_,
-                        "The time between two looks in ms, 1 to\n86400000; 1000 by default")
-            ->option_text("MS")
-            ->check(CheckWhole(1, kLongestMs));
-        aCommand.add_flag("--initial", initial_, "Print the values at the beginning first");
+        auto* const names =
+            aCommand.add_option("NAME", names_, "The parameters to watch; all by default")
+                ->option_text("...");
+        auto* const every =
+            aCommand
+                .add_option("--every", everyMs_,
+                            "The time between two looks in ms, 1 to\n86400000; 1000 by default")
+                ->option_text("MS")
+                ->check(CheckWhole(1, kLongestMs));
         auto* const count = aCommand.add_option("--count", count_, "End after so many changes")
                                 ->option_text("N")
                                 ->check(CheckWhole(1, std::numeric_limits<std::uint64_t>::max()));
@@ -83,8 +90,18 @@ public:
             ->option_text("S")
             ->check(CheckSeconds())
             ->excludes(count);
+        aCommand
+            .add_option_function<std::string>(
+                "--devices", [this](const std::string& aClass) { deviceClass_ = aClass; },
+                "Watch devices come and go, with this interface or\nany")
+            ->option_text("[CLASS]")
+            ->expected(0, 1)
+            ->excludes(names)
+            ->excludes(every);
+        aCommand.add_flag("--initial", initial_, "Print what is there at the beginning first");
     }
     Outcome Run(const Context& aContext) override {
+        if (deviceClass_) return RunDevices(aContext);
         RequireDistinctNames(names_);
         aContext.printer.BeginSeries();
         const ChosenDevice chosen = aContext.FindDevice();
@@ -101,6 +118,15 @@ public:
     }
 
 private:
+    Outcome RunDevices(const Context& aContext) const {
+        DeviceWatchSettings settings{std::nullopt, initial_, count_, seconds_};
+        if (!deviceClass_->empty()) {
+            settings.interfaceClass = ParseInterface(*deviceClass_, "--devices");
+        }
+        WatchDevices(aContext, settings);
+        return {};
+    }
+
     void PrintDifferences(const Context& aContext, QvKit::Watch& aWatch,
                           const QvKit::StopSignal& aStop) const {
         const QvKit::Stopwatch stopwatch;
@@ -137,6 +163,7 @@ private:
     unsigned int everyMs_ = 1000;
     std::optional<std::uint64_t> count_;
     std::optional<double> seconds_;
+    std::optional<std::string> deviceClass_;  // With --devices; empty for all classes.
     bool initial_ = false;
 };
 

@@ -1,0 +1,139 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+// Notices of devices through a window, for systems that have no other way.
+
+#include <future>
+#include <utility>
+
+#include "DeviceSubscription.h"
+#include "QvKit/Error.h"
+#include "UniqueHandle.h"
+
+// After windows.h, which it needs.
+#include <dbt.h>
+
+namespace QvKit {
+namespace {
+
+struct WindowPolicy {
+    using Type = HWND;
+    static Type Empty() { return nullptr; }
+    static bool IsValid(Type aWindow) { return aWindow != nullptr; }
+    static void Close(Type aWindow) { ::DestroyWindow(aWindow); }
+};
+using UniqueWindow = QvBaseLib::UniqueHandle<WindowPolicy>;
+
+struct NotificationPolicy {
+    using Type = HDEVNOTIFY;
+    static Type Empty() { return nullptr; }
+    static bool IsValid(Type aNotification) { return aNotification != nullptr; }
+    static void Close(Type aNotification) { ::UnregisterDeviceNotification(aNotification); }
+};
+using UniqueNotification = QvBaseLib::UniqueHandle<NotificationPolicy>;
+
+// A window that only gets messages, on a thread that does nothing but take them.
+class WindowSubscription final : public DeviceSubscription {
+public:
+    WindowSubscription(const GUID* aClass, DeviceNoticeSink aSink) : sink_(std::move(aSink)) {
+        std::promise<HWND> ready;
+        std::future<HWND> window = ready.get_future();
+        thread_ =
+            std::async(std::launch::async, [this, aClass, ready = std::move(ready)]() mutable {
+                TakeMessages(aClass, std::move(ready));
+            });
+        window_ = window.get();
+    }
+
+    ~WindowSubscription() override {
+        ::PostMessageW(window_, WM_CLOSE, 0, 0);
+        thread_.wait();
+    }
+
+private:
+    void TakeMessages(const GUID* aClass, std::promise<HWND> aReady) {
+        UniqueWindow window;
+        UniqueNotification notification;
+        try {
+            window = MakeWindow();
+            notification = Register(window.Get(), aClass);
+        } catch (...) {
+            aReady.set_exception(std::current_exception());
+            return;
+        }
+        aReady.set_value(window.Get());
+        MSG message;
+        while (::GetMessageW(&message, /*hWnd=*/nullptr, 0, 0) > 0) ::DispatchMessageW(&message);
+    }
+
+    // Of a class that every program has: one of our own would have to have a name that no other
+    // copy of this code in the process uses.
+    UniqueWindow MakeWindow() {
+        UniqueWindow window(::CreateWindowExW(0, L"STATIC", /*lpWindowName=*/nullptr, 0, 0, 0, 0, 0,
+                                              HWND_MESSAGE, /*hMenu=*/nullptr,
+                                              /*hInstance=*/nullptr, /*lpParam=*/nullptr));
+        const DWORD error = ::GetLastError();
+        if (!window.IsValid()) {
+            throw SystemError(ErrorKind::SystemFailed, "cannot make a window to watch devices with",
+                              error);
+        }
+        ::SetWindowLongPtrW(window.Get(), GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
+        ::SetWindowLongPtrW(window.Get(), GWLP_WNDPROC, reinterpret_cast<LONG_PTR>(TakeMessage));
+        return window;
+    }
+
+    static UniqueNotification Register(HWND aWindow, const GUID* aClass) {
+        DEV_BROADCAST_DEVICEINTERFACE_W filter = {};
+        filter.dbcc_size = sizeof filter;
+        filter.dbcc_devicetype = DBT_DEVTYP_DEVICEINTERFACE;
+        if (aClass != nullptr) filter.dbcc_classguid = *aClass;
+        UniqueNotification notification(::RegisterDeviceNotificationW(
+            aWindow, &filter, aClass == nullptr ? DEVICE_NOTIFY_ALL_INTERFACE_CLASSES : 0));
+        const DWORD error = ::GetLastError();
+        if (!notification.IsValid()) {
+            throw SystemError(ErrorKind::SystemFailed, "the system cannot watch its devices",
+                              error);
+        }
+        return notification;
+    }
+
+    // The system hands pointers over as numbers.
+    // NOLINTBEGIN(performance-no-int-to-ptr)
+    static LRESULT CALLBACK TakeMessage(HWND aWindow, UINT aMessage, WPARAM aWhat, LPARAM aData) {
+        switch (aMessage) {
+            case WM_CLOSE:
+                ::PostQuitMessage(0);
+                return 0;
+            case WM_DEVICECHANGE:
+                TakeChange(aWindow, aWhat, reinterpret_cast<const DEV_BROADCAST_HDR*>(aData));
+                return TRUE;
+            default:
+                return ::DefWindowProcW(aWindow, aMessage, aWhat, aData);
+        }
+    }
+
+    static void TakeChange(HWND aWindow, WPARAM aWhat, const DEV_BROADCAST_HDR* aData) {
+        if (aWhat != DBT_DEVICEARRIVAL && aWhat != DBT_DEVICEREMOVECOMPLETE) return;
+        if (aData == nullptr || aData->dbch_devicetype != DBT_DEVTYP_DEVICEINTERFACE) return;
+        const auto* const self = reinterpret_cast<const WindowSubscription*>(
+            ::GetWindowLongPtrW(aWindow, GWLP_USERDATA));
+        // NOLINTEND(performance-no-int-to-ptr)
+        const auto* const interfaceOf =
+            reinterpret_cast<const DEV_BROADCAST_DEVICEINTERFACE_W*>(aData);
+        self->sink_(
+            {aWhat == DBT_DEVICEARRIVAL, {interfaceOf->dbcc_classguid, interfaceOf->dbcc_name}});
+    }
+
+    const DeviceNoticeSink sink_;
+    std::future<void> thread_;
+    HWND window_ = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<DeviceSubscription> SubscribeWithWindow(const GUID* aClass,
+                                                        DeviceNoticeSink aSink) {
+    return std::make_unique<WindowSubscription>(aClass, std::move(aSink));
+}
+
+}  // namespace QvKit
