@@ -111,9 +111,10 @@ private:
         const std::string wanted = PlainPath(device_->address);
         return [this, wanted](const DeviceAddress& aOther) {
             const std::string path = PlainPath(aOther);
-            const bool isIt = isInstance_ ? path.rfind(wanted, 0) == 0 : path == wanted;
-            if (isIt && isInstance_) device_->address = aOther;
-            return isIt || (isInstance_ && PlainPath(device_->address) == path);
+            if (!isInstance_) return path == wanted;
+            const bool isIt = path.rfind(wanted, 0) == 0;
+            if (isIt) device_->address = aOther;
+            return isIt;
         };
     }
 
