@@ -43,14 +43,21 @@ macro(qv_find_log4cxx)
     endif()
 endmacro()
 
+# JSON, for the kit, which no public header shows, and for qvctl.
+macro(qv_find_json)
+    if(NOT CMAKE_CROSSCOMPILING)
+        find_package(nlohmann_json CONFIG REQUIRED)
+    endif()
+    qv_header_package(nlohmann_json::nlohmann_json nlohmann nlohmann-json3-dev)
+endmacro()
+
 # Command-line parsing and JSON, for qvctl.
 macro(qv_find_tool_packages)
     if(NOT CMAKE_CROSSCOMPILING)
         find_package(CLI11 CONFIG REQUIRED)
-        find_package(nlohmann_json CONFIG REQUIRED)
     endif()
     qv_header_package(CLI11::CLI11 CLI libcli11-dev)
-    qv_header_package(nlohmann_json::nlohmann_json nlohmann nlohmann-json3-dev)
+    qv_find_json()
 endmacro()
 
 # GoogleTest and GoogleMock, for the tests.

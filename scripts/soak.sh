@@ -5,7 +5,8 @@
 # The long run: hostile drivers and programs, requests that are cut short, vanishing devices, logs under load, two processes, and
 # every call failing in turn, in rounds for N seconds (1800 unless stated). The first round is the
 # largest: in 1800 s, devices vanish for 600 s, 1,000,000 parameter blocks are used on the guarded
-# heap and as many without it, and the driver gets 200,000 requests. A shorter run has fewer of each.
+# heap and as many without it, 200,000 files of parameters are read on it, and the driver gets 200,000
+# requests. A shorter run has fewer of each.
 # The last output is a table of the results, which is also in build/reliability.md. All output of the
 # tests is in build/mingw/soak. The exit code is 1 when a test failed.
 # Usage: scripts/soak.sh [--seconds N] [--seed N]
@@ -39,6 +40,7 @@ share() {
 export QVTEST_SEED QVTEST_FUZZ_BLOCKS QVTEST_REQUESTS QVTEST_VANISH_SECONDS QVTEST_LOG_ERRORS
 export QVTEST_BOUNDED_REQUESTS
 guarded_blocks=$(share 1000000 1800)
+guarded_profiles=$(share 200000 900)
 QVTEST_FUZZ_BLOCKS=$(share 1000000 900)
 QVTEST_REQUESTS=$(share 200000 900)
 # Fewer requests would not include each kind.
@@ -74,38 +76,44 @@ part() {
     report "$1" "$code" $((SECONDS - began)) "$log"
 }
 
-# The guarded heap uses no address twice, so one process can use only so many blocks.
+# The guarded heap uses no address twice, so one process can use only so many blocks or files.
 readonly blocks_of_a_process=40000
 
-# guarded_process LOG FIRST COUNT: uses so many blocks on the guarded heap, from FIRST on, and prints a
-# point. The log is LOG-FIRST.log.
+# guarded_process NAME LOG FIRST COUNT: uses so many blocks or files on the guarded heap, from FIRST on,
+# and prints a point. The log is LOG-FIRST.log.
 guarded_process() {
     local code=0
-    QVTEST_FUZZ_FIRST=$2 QVTEST_FUZZ_BLOCKS=$3 run_test_program "$1-$2.log" 1800 \
-        build/mingw/bin/GuardedDeviceParameterFuzzTest.exe || code=$?
+    QVTEST_FUZZ_FIRST=$3 QVTEST_FUZZ_BLOCKS=$4 QVTEST_FUZZ_PROFILES=$4 \
+        run_test_program "$2-$3.log" 1800 "build/mingw/bin/$1.exe" || code=$?
     printf .
     return "$code"
 }
 export -f guarded_process run_test_program
 
-# guarded_part COUNT: uses so many blocks, in as many processes at a time as there are processors.
+# guarded_part NAME COUNT: uses so many blocks or files, in as many processes at a time as there are
+# processors.
 guarded_part() {
-    local name=GuardedDeviceParameterFuzzTest code=0 began=$SECONDS first log
+    local name=$1 code=0 began=$SECONDS first log
     log=$logs/$name-$round.log
     printf '%5d s  %s ' $((SECONDS - start)) "$name"
-    for ((first = 0; first < $1; first += blocks_of_a_process)); do
-        echo "$first $(($1 - first < blocks_of_a_process ? $1 - first : blocks_of_a_process))"
-    done | xargs -P "$(nproc)" -L 1 bash -c 'guarded_process "$@"' guarded_process "${log%.log}" ||
+    for ((first = 0; first < $2; first += blocks_of_a_process)); do
+        echo "$first $(($2 - first < blocks_of_a_process ? $2 - first : blocks_of_a_process))"
+    done | xargs -P "$(nproc)" -L 1 bash -c 'guarded_process "$@"' guarded_process "$name" \
+        "${log%.log}" ||
         code=$?
     printf ' '
     # Adds up the figures of the processes, which share the seed.
     cat "$logs/$name-$round"-*.log | tr -d '\r' | awk '
         /^QVTEST_SEED/ && seen++ { next }
         /^[0-9]+ blocks, / { blocks += $1; flawless += $3; parameters += $8; next }
+        /^[0-9]+ profiles, / { profiles += $1; read += $3; next }
         { print }
         END {
-            printf "%d blocks, %d of them flawless, with %d parameters\n",
-                blocks, flawless, parameters
+            if (blocks) {
+                printf "%d blocks, %d of them flawless, with %d parameters\n",
+                    blocks, flawless, parameters
+            }
+            if (profiles) printf "%d profiles, %d of them read\n", profiles, read
         }' >"$log"
     report "$name" "$code" $((SECONDS - began)) "$log"
 }
@@ -122,7 +130,8 @@ while ((round == 0 || SECONDS - start < seconds)); do
     QVTEST_SEED=$((seed + round - 1))
     part FailingCallsTest
     part DeviceParameterFuzzTest
-    guarded_part "$guarded_blocks"
+    guarded_part GuardedDeviceParameterFuzzTest "$guarded_blocks"
+    guarded_part GuardedProfileFuzzTest "$guarded_profiles"
     part HostileRequestsTest
     part BoundedRequestsTest
     part VanishingDevicesTest
@@ -133,6 +142,7 @@ while ((round == 0 || SECONDS - start < seconds)); do
     QVTEST_VANISH_SECONDS=$(((seconds - (SECONDS - start)) / 3))
     ((QVTEST_VANISH_SECONDS > 10)) || QVTEST_VANISH_SECONDS=10
     ((guarded_blocks < blocks_of_a_process)) || guarded_blocks=$blocks_of_a_process
+    ((guarded_profiles < blocks_of_a_process)) || guarded_profiles=$blocks_of_a_process
 done
 
 step "Report after $((SECONDS - start)) s"

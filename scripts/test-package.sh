@@ -98,7 +98,8 @@ windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
 windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
 expect_path "$short_path;$place\\bin"
 for file in share/QvUserLib/driver/src/Driver.c share/licenses/QvUserLib/LICENSE \
-    share/man/man1/qvctl.1 share/qvctl/qvctl.schema.json; do
+    share/man/man1/qvctl.1 share/qvctl/profile.schema.json \
+    share/qvctl/qvctl.schema.json; do
     [[ -e "$installed/$file" ]] || fail "$file was not installed"
 done
 expect_text "QvUserLib" reg query "$programs" /v DisplayName

@@ -32,6 +32,7 @@ foreach(
     share/doc/QvUserLib/README.md
     share/doc/QvUserLib/docs/getting-started.md
     share/man/man1/qvctl.1
+    share/qvctl/profile.schema.json
     share/qvctl/qvctl.schema.json
     share/licenses/QvUserLib/LICENSE
 )

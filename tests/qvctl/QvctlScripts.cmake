@@ -97,6 +97,21 @@ if(QV_PYTHON)
     qv_add_schema_test(Get get get Gain OperatingMode Label)
     qv_add_schema_test(Set set set Gain=6 OperatingMode=Continuous)
     qv_add_schema_test(Reset reset reset)
+    set(saved ${CMAKE_CURRENT_BINARY_DIR}/saved.json)
+    qv_add_schema_test(Save save save ${saved})
+    set_tests_properties(QvctlSchema.Save PROPERTIES FIXTURES_SETUP saved-profile)
+    qv_add_schema_test(Load load load ${saved} --dry-run)
+    qv_add_schema_test(DiffWithTheDevice diff diff ${saved})
+    qv_add_schema_test(DiffOfTwoFiles diff diff ${saved} ${folder}/other-profile.json)
+    qv_add_python_test(
+        QvctlSchema.SavedFile unit profile_schema_test.py
+        ${PROJECT_SOURCE_DIR}/tools/qvctl/profile.schema.json
+        ${PROJECT_SOURCE_DIR}/tests/corpus/profiles ${saved}
+    )
+    set_tests_properties(
+        QvctlSchema.Load QvctlSchema.DiffWithTheDevice QvctlSchema.DiffOfTwoFiles
+        QvctlSchema.SavedFile PROPERTIES FIXTURES_REQUIRED saved-profile
+    )
     qv_add_schema_test(Watch watch watch Temperature --every 1 --count 3)
     qv_add_schema_test(WatchFromTheBeginning watch watch Gain --initial --seconds 0.1)
     qv_add_schema_test(StreamOfRawBytes stream stream --packets 1 --quiet --raw)

@@ -54,6 +54,9 @@ public:
     /// The edits that were not refused.
     const std::vector<Edit>& GetEdits() const { return edits_; }
 
+    /// Why the others were refused, so that nothing will be sent.
+    const std::vector<Refusal>& GetRefusals() const { return refusals_; }
+
 private:
     // Without a text the default is set. The request is the text as it was given.
     void EditOne(const std::string& aName, const std::optional<std::string>& aRequest,

@@ -20,6 +20,7 @@ enum class ErrorKind {
     DeviceGone,        ///< The device was removed.
     DeviceFailed,      ///< The device or its driver failed a request.
     SystemFailed,      ///< The system failed: a file, memory, a thread.
+    BadFile,           ///< A file does not hold what it should.
     Refused,           ///< Names or values were refused; see `Error::GetRefusals`.
     ChangedMeanwhile,  ///< The device took a change, but holds other values now.
     Cancelled,         ///< The caller, or the user, stopped it.

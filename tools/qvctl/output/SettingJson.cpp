@@ -5,23 +5,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include "QvKit/SavedSetting.h"
+
 namespace Qvctl {
 namespace {
 
 using nlohmann::ordered_json;
 using QvKit::Setting;
 using QvKit::SettingType;
-
-const char* NameOf(SettingType aType) {
-    switch (aType) {
-        case SettingType::String:
-            return "string";
-        case SettingType::Enumeration:
-            return "enumeration";
-        default:
-            return "integer";
-    }
-}
 
 ordered_json MarksToJson(const Setting& aSetting) {
     ordered_json json;
@@ -53,7 +44,7 @@ ordered_json ToJson(const Setting& aSetting) {
     ordered_json json;
     json["name"] = aSetting.name;
     json["id"] = aSetting.id;
-    json["type"] = NameOf(aSetting.type);
+    json["type"] = QvKit::NameOf(aSetting.type);
     json["description"] = aSetting.description;
     json["value"] = ValueToJson(aSetting, aSetting.value);
     json["default"] = ValueToJson(aSetting, aSetting.defaultValue);

@@ -18,27 +18,9 @@ using Edit = QvKit::Change::Edit;
 using Edits = std::vector<Edit>;
 
 std::string LineOf(const Edit& aEdit) {
-    const QvKit::Setting& setting = aEdit.setting;
-    std::string line = setting.name + ": " + setting.DescribeWithUnit(setting.value);
-    if (!aEdit.IsChange()) return line + " (unchanged)";
-    line += " -> " + setting.DescribeWithUnit(aEdit.after);
-    if (setting.isRestartRequired) line += " (takes effect when the device starts again)";
-    return line;
-}
-
-ordered_json EditToJson(const Edit& aEdit) {
-    ordered_json json;
-    json["name"] = aEdit.setting.name;
-    json["before"] = ValueToJson(aEdit.setting, aEdit.setting.value);
-    json["after"] = ValueToJson(aEdit.setting, aEdit.after);
-    json["changed"] = aEdit.IsChange();
-    json["restartRequired"] = aEdit.IsChange() && aEdit.setting.isRestartRequired;
-    return json;
-}
-
-auto CountChanges(const Edits& aEdits) {
-    return std::count_if(aEdits.begin(), aEdits.end(),
-                         [](const Edit& aEdit) { return aEdit.IsChange(); });
+    const std::string line = DescribeEdit(aEdit);
+    const bool isForLater = aEdit.IsChange() && aEdit.setting.isRestartRequired;
+    return isForLater ? line + " (takes effect when the device starts again)" : line;
 }
 
 class ChangeReport final : public Report {
@@ -56,8 +38,7 @@ public:
     ordered_json ToJson() const override {
         ordered_json json;
         json["device"] = Qvctl::ToJson(device_);
-        json["parameters"] = ordered_json::array();
-        for (const Edit& edit : edits_) json["parameters"].push_back(EditToJson(edit));
+        json["parameters"] = EditsToJson(edits_);
         return json;
     }
 
@@ -68,6 +49,32 @@ private:
 };
 
 }  // namespace
+
+std::string DescribeEdit(const Edit& aEdit) {
+    const QvKit::Setting& setting = aEdit.setting;
+    const std::string before = setting.name + ": " + setting.DescribeWithUnit(setting.value);
+    if (!aEdit.IsChange()) return before + " (unchanged)";
+    return before + " -> " + setting.DescribeWithUnit(aEdit.after);
+}
+
+ordered_json EditsToJson(const Edits& aEdits) {
+    ordered_json edits = ordered_json::array();
+    for (const Edit& edit : aEdits) {
+        ordered_json json;
+        json["name"] = edit.setting.name;
+        json["before"] = ValueToJson(edit.setting, edit.setting.value);
+        json["after"] = ValueToJson(edit.setting, edit.after);
+        json["changed"] = edit.IsChange();
+        json["restartRequired"] = edit.IsChange() && edit.setting.isRestartRequired;
+        edits.push_back(std::move(json));
+    }
+    return edits;
+}
+
+std::size_t CountChanges(const Edits& aEdits) {
+    return std::count_if(aEdits.begin(), aEdits.end(),
+                         [](const Edit& aEdit) { return aEdit.IsChange(); });
+}
 
 Outcome SendChange(const Context& aContext, const ChosenDevice& aDevice, QvKit::Change& aChange,
                    bool aWithUnchanged) {

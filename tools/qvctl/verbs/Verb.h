@@ -54,14 +54,17 @@ public:
 
 // Each is defined in the source of its verb.
 std::unique_ptr<Verb> MakeCompletionVerb();
+std::unique_ptr<Verb> MakeDiffVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeDriverVerb();
 std::unique_ptr<Verb> MakeGetVerb();
 std::unique_ptr<Verb> MakeHelpVerb();
 std::unique_ptr<Verb> MakeListVerb();
+std::unique_ptr<Verb> MakeLoadVerb();
 std::unique_ptr<Verb> MakeManualVerb();
 std::unique_ptr<Verb> MakeMd5Verb();
 std::unique_ptr<Verb> MakeResetVerb();
+std::unique_ptr<Verb> MakeSaveVerb();
 std::unique_ptr<Verb> MakeSetVerb();
 std::unique_ptr<Verb> MakeShowVerb();
 std::unique_ptr<Verb> MakeStreamVerb();

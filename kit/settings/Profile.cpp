@@ -1,0 +1,123 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvKit/Profile.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <utility>
+
+#include "ProfileFormat.h"
+#include "QvKit/Text.h"
+#include "WindowsApi.h"
+
+namespace QvKit {
+namespace {
+
+using nlohmann::ordered_json;
+
+// In UTC, so that neither the time zone nor a change of the clock's offset matters.
+std::string TimeNow() {
+    SYSTEMTIME now;
+    ::GetSystemTime(&now);
+    char text[64];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02uZ", now.wYear, now.wMonth,
+                  now.wDay, now.wHour, now.wMinute, now.wSecond);
+    return text;
+}
+
+// Why an index or a text cannot be written so that it is read as the same; empty when it can.
+std::string ReasonOfValue(const Setting& aSetting) {
+    if (const auto* text = std::get_if<std::wstring>(&aSetting.value)) {
+        return IsWellFormed(*text) ? std::string() : "its text is not well-formed Unicode";
+    }
+    if (aSetting.type != SettingType::Enumeration) return std::string();
+    const auto index = static_cast<unsigned long long>(std::get<long long>(aSetting.value));
+    if (index >= aSetting.entries.size()) return "its value is none of its entries";
+    const std::string& entry = aSetting.entries[static_cast<std::size_t>(index)];
+    const bool isUnique = std::count(aSetting.entries.begin(), aSetting.entries.end(), entry) == 1;
+    return isUnique ? std::string() : "several of its entries have the same name";
+}
+
+// Why a setting is left out; empty when it is taken.
+std::string ReasonToOmit(const Setting& aSetting, const Snapshot& aSnapshot) {
+    if (aSetting.isReadOnly) return "it is read-only";
+    if (aSetting.isVolatile) return "the driver changes it by itself";
+    if (!aSetting.isPersistent) return "the driver does not keep it";
+    if (aSnapshot.Find(aSetting.name)->id != aSetting.id) return "another parameter has its name";
+    return ReasonOfValue(aSetting);
+}
+
+ordered_json OriginToJson(const Profile::Origin& aOrigin) {
+    ordered_json json;
+    for (const auto& [name, member] : kOriginMembers) {
+        if (aOrigin.*member) json[name] = *(aOrigin.*member);
+    }
+    return json;
+}
+
+ordered_json SettingToJson(const SavedSetting& aSetting) {
+    ordered_json json;
+    json["name"] = aSetting.name;
+    if (aSetting.id) json["id"] = *aSetting.id;
+    json["type"] = NameOf(aSetting.type);
+    if (const auto* number = std::get_if<long long>(&aSetting.value)) {
+        json["value"] = *number;
+    } else {
+        json["value"] = aSetting.ToText();
+    }
+    if (aSetting.unit) json["unit"] = *aSetting.unit;
+    return json;
+}
+
+// In one line, with blanks as people write it.
+std::string Line(const ordered_json& aObject) {
+    std::string line;
+    for (const auto& [name, value] : aObject.items()) {
+        line += (line.empty() ? "{ \"" : ", \"") + name + "\": ";
+        line += value.dump(-1, ' ', /*ensure_ascii=*/false, ordered_json::error_handler_t::replace);
+    }
+    return line + " }";
+}
+
+}  // namespace
+
+Profile Profile::Take(const Snapshot& aSnapshot, const std::vector<std::string>& aNames,
+                      Origin aOrigin) {
+    Profile profile;
+    profile.time = TimeNow();
+    profile.origin = std::move(aOrigin);
+    const std::vector<Setting> settings =
+        aNames.empty() ? aSnapshot.GetSettings() : aSnapshot.Select(aNames);
+    for (const Setting& setting : settings) {
+        std::string reason = ReasonToOmit(setting, aSnapshot);
+        if (reason.empty()) {
+            profile.settings.emplace_back(setting, setting.value);
+        } else {
+            profile.omissions.push_back(Omission{setting.name, std::move(reason)});
+        }
+    }
+    return profile;
+}
+
+std::string Profile::ToJson() const {
+    std::string text = "{\n  \"format\": \"" + std::string(kProfileFormat) +
+                       "\",\n  \"version\": " + std::to_string(kVersion);
+    if (time) text += ",\n  \"time\": " + ordered_json(*time).dump();
+    const ordered_json device = OriginToJson(origin);
+    if (!device.empty()) text += ",\n  \"device\": " + Line(device);
+    text += ",\n  \"parameters\": [";
+
+    std::vector<SavedSetting> sorted = settings;
+    std::sort(sorted.begin(), sorted.end(),
+              [](const auto& aLeft, const auto& aRight) { return aLeft.name < aRight.name; });
+    const char* separator = "\n    ";
+    for (const SavedSetting& setting : sorted) {
+        text += separator + Line(SettingToJson(setting));
+        separator = ",\n    ";
+    }
+    return text + (sorted.empty() ? "]\n}\n" : "\n  ]\n}\n");
+}
+
+}  // namespace QvKit

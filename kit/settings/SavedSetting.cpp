@@ -1,0 +1,42 @@
+// Copyright (c) 2026 QvUserLib contributors
+// SPDX-License-Identifier: MIT
+
+#include "QvKit/SavedSetting.h"
+
+#include "QvKit/Text.h"
+
+namespace QvKit {
+
+const char* NameOf(SettingType aType) {
+    switch (aType) {
+        case SettingType::String:
+            return "string";
+        case SettingType::Enumeration:
+            return "enumeration";
+        default:
+            return "integer";
+    }
+}
+
+SavedSetting::SavedSetting(const Setting& aSetting, const Value& aValue)
+    : name(aSetting.name), id(aSetting.id), type(aSetting.type), value(aValue) {
+    if (type == SettingType::Integer) unit = aSetting.unit;
+    if (type != SettingType::Enumeration) return;
+    const long long index = std::get<long long>(aValue);
+    if (index >= 0 && index < static_cast<long long>(aSetting.entries.size())) {
+        value = FromUtf8(aSetting.entries[static_cast<std::size_t>(index)]);
+    }
+}
+
+std::string SavedSetting::ToText() const {
+    if (const auto* text = std::get_if<std::wstring>(&value)) return ToUtf8(*text);
+    return std::to_string(std::get<long long>(value));
+}
+
+std::string SavedSetting::Describe() const {
+    const std::string text = ToText();
+    if (text.empty()) return "\"\"";
+    return unit.value_or(std::string()).empty() ? text : text + " " + *unit;
+}
+
+}  // namespace QvKit
