@@ -509,8 +509,9 @@ TEST_F(KitChannelTest, ADeviceThatDoesNotOpenIsAnErrorByWhereItsNameIsFrom) {
 
     EXPECT_EQ(ErrorKind::NoSuchDevice, typed->GetKind());
     EXPECT_THAT(typed->what(), StartsWith("there is no device '" + address.path + "': error 2"));
-    EXPECT_EQ(ErrorKind::DeviceFailed, listed->GetKind());
-    EXPECT_THAT(listed->what(), StartsWith("cannot open '" + address.path + "': error 2"));
+    EXPECT_EQ(ErrorKind::DeviceGone, listed->GetKind());
+    EXPECT_THAT(listed->what(),
+                StartsWith("the device '" + address.path + "' was removed: error 2"));
 }
 
 // Rings
