@@ -52,7 +52,8 @@ std::string ReasonToOmit(const Setting& aSetting, const Snapshot& aSnapshot) {
 ordered_json OriginToJson(const Profile::Origin& aOrigin) {
     ordered_json json;
     for (const auto& [name, member] : kOriginMembers) {
-        if (aOrigin.*member) json[name] = *(aOrigin.*member);
+        const std::optional<std::string>& text = aOrigin.*member;
+        if (text) json[name] = *text;
     }
     return json;
 }

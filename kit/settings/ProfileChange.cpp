@@ -80,6 +80,7 @@ public:
 private:
     void CheckNames(const std::vector<std::string>& aNames) {
         std::vector<std::string> known;
+        known.reserve(profile_.settings.size());
         for (const SavedSetting& saved : profile_.settings) known.push_back(saved.name);
         for (const std::string& name : aNames) {
             if (std::find(known.begin(), known.end(), name) != known.end()) continue;

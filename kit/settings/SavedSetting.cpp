@@ -36,7 +36,7 @@ std::string SavedSetting::ToText() const {
 std::string SavedSetting::Describe() const {
     const std::string text = ToText();
     if (text.empty()) return "\"\"";
-    return unit.value_or(std::string()).empty() ? text : text + " " + *unit;
+    return !unit || unit->empty() ? text : text + " " + *unit;
 }
 
 }  // namespace QvKit

@@ -47,7 +47,7 @@ if(QV_BASH)
         )
     endfunction()
 
-    qv_add_completion_test(VerbsComeFirst "show set stream" s)
+    qv_add_completion_test(VerbsComeFirst "show set save stream" s)
     qv_add_completion_test(OptionsOfTheVerbFollow "--packets" stream --pa)
     qv_add_completion_test(NamesOfParametersAreTheDevices "Gain Mode Gauge \\$\\(exit\\ 9\\)\\ x" get nothing)
     qv_add_completion_test(AssignmentsEndWithTheirSign "Gain=" set Ga)
@@ -104,7 +104,7 @@ if(QV_PYTHON)
     qv_add_schema_test(DiffWithTheDevice diff diff ${saved})
     qv_add_schema_test(DiffOfTwoFiles diff diff ${saved} ${folder}/other-profile.json)
     qv_add_python_test(
-        QvctlSchema.SavedFile unit profile_schema_test.py
+        QvctlSchema.SavedFile device profile_schema_test.py
         ${PROJECT_SOURCE_DIR}/tools/qvctl/profile.schema.json
         ${PROJECT_SOURCE_DIR}/tests/corpus/profiles ${saved}
     )

@@ -27,7 +27,7 @@ using Settings = std::vector<SavedSetting>;
 
 // One of the two things that are compared.
 struct Side {
-    const char* source;  // "file", "device" or "defaults".
+    const char* source = "file";  // "file", "device" or "defaults".
     std::string file;
     Settings settings;
 
@@ -107,14 +107,13 @@ Side ReadFile(const std::string& aFile) {
 }
 
 // What the device has of a file's settings, or of all that can be set.
-Side ReadDevice(const QvKit::Snapshot& aSnapshot, const std::optional<Side>& aFile,
-                bool aWithDefaults) {
+Side ReadDevice(const QvKit::Snapshot& aSnapshot, const Side* aFile, bool aWithDefaults) {
     Side side{aWithDefaults ? "defaults" : "device", std::string(), {}};
     const auto add = [&](const Setting& aSetting) {
         side.settings.emplace_back(aSetting,
                                    aWithDefaults ? aSetting.defaultValue : aSetting.value);
     };
-    if (!aFile) {
+    if (aFile == nullptr) {
         for (const Setting& setting : aSnapshot.GetSettings()) {
             if (!setting.isReadOnly && !setting.isVolatile) add(setting);
         }
@@ -154,14 +153,15 @@ public:
         if (first_.empty() && !withDefaults_) {
             throw WrongUsage("a file or --defaults is needed; see \"qvctl diff --help\"");
         }
-        std::optional<Side> first;
+        Side first;
         if (!first_.empty()) first = ReadFile(first_);
-        if (!second_.empty()) return Compare(std::move(*first), ReadFile(second_));
+        if (!second_.empty()) return Compare(std::move(first), ReadFile(second_));
 
         const QvKit::Snapshot snapshot = aContext.ReadParameters(aContext.FindDevice());
-        Side second = ReadDevice(snapshot, first, withDefaults_);
-        if (!first) first = ReadDevice(snapshot, first, /*aWithDefaults=*/false);
-        return Compare(std::move(*first), std::move(second));
+        const Side* const file = first_.empty() ? nullptr : &first;
+        Side second = ReadDevice(snapshot, file, withDefaults_);
+        if (file == nullptr) first = ReadDevice(snapshot, file, /*aWithDefaults=*/false);
+        return Compare(std::move(first), std::move(second));
     }
 
 private:

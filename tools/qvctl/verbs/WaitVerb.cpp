@@ -183,6 +183,7 @@ public:
     }
     Outcome Run(const Context& aContext) override {
         const DeviceChoice& choice = aContext.options.device;
+        const std::chrono::milliseconds limit = limit_.value_or(QvKit::kNoLimit);
         Expectation expectation(event_ == "arrival", choice);
         const CtrlC ctrlC;
         const QvKit::StopSignal isMet;
@@ -197,10 +198,10 @@ public:
         if (!expectation.IsMetBy(watcher.GetPresent())) {
             aContext.Note("waiting");
             watcher.Start();
-            (void)isMet.WaitForEither(ctrlC.GetStopSignal(), limit_.value_or(QvKit::kNoLimit));
+            (void)isMet.WaitForEither(ctrlC.GetStopSignal(), limit);
             watcher.Stop();
             if (!isMet.IsRequested()) {
-                throw ctrlC.IsPressed() ? Interrupted() : expectation.NotWithin(*limit_);
+                throw ctrlC.IsPressed() ? Interrupted() : expectation.NotWithin(limit);
             }
         }
         return {std::make_unique<WaitReport>(expectation), {}};

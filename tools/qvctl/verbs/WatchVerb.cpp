@@ -101,7 +101,7 @@ public:
         aCommand.add_flag("--initial", initial_, "Print what is there at the beginning first");
     }
     Outcome Run(const Context& aContext) override {
-        if (deviceClass_) return RunDevices(aContext);
+        if (deviceClass_) return RunDevices(aContext, *deviceClass_);
         RequireDistinctNames(names_);
         aContext.printer.BeginSeries();
         const ChosenDevice chosen = aContext.FindDevice();
@@ -118,11 +118,9 @@ public:
     }
 
 private:
-    Outcome RunDevices(const Context& aContext) const {
+    Outcome RunDevices(const Context& aContext, const std::string& aClass) const {
         DeviceWatchSettings settings{std::nullopt, initial_, count_, seconds_};
-        if (!deviceClass_->empty()) {
-            settings.interfaceClass = ParseInterface(*deviceClass_, "--devices");
-        }
+        if (!aClass.empty()) settings.interfaceClass = ParseInterface(aClass, "--devices");
         WatchDevices(aContext, settings);
         return {};
     }
