@@ -170,7 +170,8 @@ protected:
         arguments.insert(arguments.end(), aArguments.begin(), aArguments.end());
         ToolProcess stream(arguments);
         stream.AwaitError(kStreaming);
-        const PipeServer& server = first_.HasClient() ? first_ : second_;
+        const PipeServer& server =
+            first_.HasClient() ? first_ : (second_.HasClient() ? second_ : third_);
         // Only one: a pipe may return several together.
         server.Write(MakePacket(0));
         return stream.Wait();
@@ -178,8 +179,10 @@ protected:
 
     static constexpr char kSuffix[] = "#" QV_SAMPLE_INTERFACE_TEXT;
     const std::string name_ = PipeServer::NewName();
-    const PipeServer first_{kSuffix, 65536, name_, 2};
-    const PipeServer second_{kSuffix, 65536, name_, 2};
+    // One for the parameters, one for a look at what does not know them, one for the stream.
+    const PipeServer first_{kSuffix, 65536, name_, 3};
+    const PipeServer second_{kSuffix, 65536, name_, 3};
+    const PipeServer third_{kSuffix, 65536, name_, 3};
 };
 
 TEST_F(QvctlKnownPipeTest, PacketsAreVerifiedInReadsOfAGivenSize) {

@@ -25,8 +25,6 @@ const char* NameOf(ErrorKind aKind) {
             return "timed-out";
         case ErrorKind::Refused:
             return "refused";
-        case ErrorKind::TimedOut:
-            return "timed-out";
         case ErrorKind::ChangedMeanwhile:
             return "changed";
         default:
