@@ -24,14 +24,12 @@ namespace {
 
 using QvKit::Change;
 using QvKit::Difference;
-using QvKit::Error;
 using QvKit::ErrorKind;
 using QvKit::Profile;
 using QvKit::ProfileChoice;
 using QvKit::ProfileRest;
 using QvKit::SavedSetting;
 using QvKit::Setting;
-using QvKit::SettingType;
 using QvKit::Snapshot;
 using QvKit::Value;
 using QvTests::ErrorOf;
@@ -46,8 +44,6 @@ using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
-using testing::MatchesRegex;
-using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 

@@ -12,6 +12,7 @@
 #include <random>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "QvKit/Profile.h"
@@ -39,9 +40,11 @@ Texts ReadCorpus() {
     for (const auto& entry : std::filesystem::directory_iterator(QVTEST_CORPUS "/profiles")) {
         paths.push_back(entry.path());
     }
-    std::sort(paths.begin(), paths.end());
-    std::stable_partition(paths.begin(), paths.end(), [](const auto& aPath) {
-        return aPath.filename().string().rfind("real", 0) == 0;
+    std::sort(paths.begin(), paths.end(), [](const auto& aLeft, const auto& aRight) {
+        const auto isOther = [](const auto& aPath) {
+            return aPath.filename().string().rfind("real-", 0) != 0;
+        };
+        return std::pair(isOther(aLeft), aLeft) < std::pair(isOther(aRight), aRight);
     });
     Texts texts;
     for (const auto& path : paths) texts.push_back(ReadBytes(path.string()));
