@@ -82,6 +82,7 @@ set(qv_pages
     docs/getting-started.md
     docs/log4cxx.md
     docs/parameters.md
+    docs/profiles.md
     docs/performance.md
     docs/qvctl.md
     docs/reliability.md

@@ -147,8 +147,8 @@ TEST_F(KitDeviceLinkTest, ADeviceThatDoesNotOpenIsTriedAgain) {
     const auto error = ErrorOf([&] { (void)link_->WaitForDevice(milliseconds(200)); });
     ASSERT_TRUE(error.has_value());
     EXPECT_EQ(ErrorKind::TimedOut, error->GetKind());
-    EXPECT_EQ("the device ROOT\\A\\0000 has not come within 200 ms: cannot open '" + name +
-                  "': CreateFile failed",
+    EXPECT_EQ("the device ROOT\\A\\0000 has not come within 200 ms: the device '" + name +
+                  "' was removed: error 2: File not found",
               std::string(error->what()));
 
     const PipeServer device("", 4096, name);
