@@ -56,7 +56,7 @@ TEST_F(QvctlProfileTest, SaveWritesAParameterInEachLineAndCountsWhatItLeavesOut)
     const Outcome outcome = Qvctl({"save", path});
 
     EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
-    EXPECT_EQ(path + ": saved 9, left out 11\n", outcome.out);
+    EXPECT_EQ(path + ": saved 9, left out 12\n", outcome.out);
     const std::string text = ReadBytes(path);
     EXPECT_THAT(text, HasSubstr("\n    { \"name\": \"Gain\", \"id\": 2, \"type\": \"integer\", "
                                 "\"value\": 6, \"unit\": \"dB\" },\n"));
@@ -76,7 +76,7 @@ TEST_F(QvctlProfileTest, SaveNamesWhatItLeavesOutOnRequest) {
                 AllOf(HasSubstr("left out Temperature: it is read-only"),
                       HasSubstr("left out Marker: the driver does not keep it")));
     const json left = Qvctl({"save", path, "--json"}).Json()["leftOut"];
-    EXPECT_EQ(11u, left.size());
+    EXPECT_EQ(12u, left.size());
     EXPECT_EQ((json{{"name", "Temperature"}, {"reason", "it is read-only"}}), left[0]);
 }
 
