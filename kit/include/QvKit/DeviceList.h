@@ -20,7 +20,8 @@ struct DeviceAddress {
     std::string link;  ///< Its symbolic link in the ANSI code page, as the library takes it.
     std::string path;  ///< The same in UTF-8.
     bool isListed;     ///< Whether the system named it. A path that somebody gave may be wrong.
-    std::string instanceId = {};  ///< Such as ROOT\QVSAMPLE\0000; empty if it is not listed.
+    /// Such as ROOT\QVSAMPLE\0000; empty if it is not listed. Braces may leave it out.
+    std::string instanceId = {};  // NOLINT(readability-redundant-member-init)
 };
 
 /// The present devices of an interface class, in the system's order; none is an empty list.
