@@ -247,7 +247,7 @@ std::optional<Error> StreamError(const QvKit::StreamReader& aReader, bool aIsInt
     if (!aReader.GetError() && account.IsWithPayload() && !account.IsClean()) {
         return Error(QvKit::ErrorKind::DeviceFailed, LossText(account));
     }
-    const std::optional<Error> error = TransferError(aReader, aIsInterrupted);
+    std::optional<Error> error = TransferError(aReader, aIsInterrupted);
     const std::optional<std::uint64_t> wanted = aReader.GetSettings().packets;
     if (error || !wanted || account.GetPackets() >= *wanted) return error;
     return Error(QvKit::ErrorKind::DeviceFailed, "only " + std::to_string(account.GetPackets()) +

@@ -108,12 +108,12 @@ public:
 private:
     // Recognizes the device, and keeps the path under which it is known.
     std::function<bool(const DeviceAddress&)> Recognizer() {
-        const std::string wanted = PlainPath(device_->address);
+        const std::string wanted = device_ ? PlainPath(device_->address) : std::string();
         return [this, wanted](const DeviceAddress& aOther) {
             const std::string path = PlainPath(aOther);
             if (!isInstance_) return path == wanted;
             const bool isIt = path.rfind(wanted, 0) == 0;
-            if (isIt) device_->address = aOther;
+            if (isIt && device_) device_->address = aOther;
             return isIt;
         };
     }
