@@ -47,4 +47,10 @@ DeviceParameters& Device::LoadParameters() {
     throw IsFile(state_->address) ? NotADevice(state_->address, loaded.GetCode()) : error;
 }
 
+std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName) {
+    const Snapshot snapshot = Device(aDevice).LoadParameters().GetSnapshot();
+    const Setting* const setting = snapshot.Find(aName);
+    return setting != nullptr ? std::optional<Setting>(*setting) : std::nullopt;
+}
+
 }  // namespace QvKit

@@ -4,12 +4,13 @@
 #include "DeviceEvents.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <utility>
 
 #include "QvKit/Error.h"
+#include "QvKit/Guid.h"
 #include "QvKit/StopSignal.h"
 #include "QvKit/Text.h"
+#include "WideTexts.h"
 
 namespace QvKit {
 namespace {
@@ -24,20 +25,11 @@ using std::chrono::steady_clock;
 constexpr milliseconds kFirstPause(100);
 constexpr milliseconds kLongestPause(30000);
 
-std::string ToText(const GUID& aGuid) {
-    char text[39];
-    const unsigned char* const end = aGuid.Data4;
-    std::snprintf(text, sizeof text, "{%08lx-%04x-%04x-%02x%02x-%02x%02x%02x%02x%02x%02x}",
-                  static_cast<unsigned long>(aGuid.Data1), aGuid.Data2, aGuid.Data3, end[0], end[1],
-                  end[2], end[3], end[4], end[5], end[6], end[7]);
-    return text;
-}
-
 DeviceEvent MakeEvent(DeviceEvent::Kind aKind, const std::wstring& aPath, const GUID& aClass) {
     // A path with characters that the code page lacks has a link that does not open.
     const DeviceAddress address{QvUserLib::String(aPath.c_str()).GetAscii(), ToUtf8(aPath),
                                 /*isListed=*/true};
-    return DeviceEvent{aKind, address, ToText(aClass)};
+    return DeviceEvent{aKind, address, GuidToText(aClass)};
 }
 
 }  // namespace

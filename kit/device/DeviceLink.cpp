@@ -12,8 +12,10 @@
 #include "CallbackThread.h"
 #include "DeviceEvents.h"
 #include "Event.h"
+#include "OpenDevice.h"
 #include "QvKit/Clock.h"
 #include "QvKit/Text.h"
+#include "WideTexts.h"
 
 namespace QvKit {
 namespace {
@@ -23,10 +25,6 @@ using std::chrono::milliseconds;
 // Between two tries to open a device that is there.
 constexpr milliseconds kFirstPause(100);
 constexpr milliseconds kLongestPause(5000);
-
-bool IsSameText(const std::wstring& aText, const std::string& aOther) {
-    return ToLower(aText) == ToLower(FromUtf8(aOther));
-}
 
 milliseconds TimeLeft(milliseconds aLimit, const Stopwatch& aTime) {
     if (aLimit == kNoLimit) return aLimit;
@@ -150,18 +148,17 @@ std::shared_ptr<Device> DeviceLink::State::Open(Candidate& aCandidate) {
 
 bool DeviceLink::State::IsTheDevice(const DeviceAddress& aDevice) const {
     if (identity.kind == DeviceIdentity::Kind::Parameter) {
-        Device probe(aDevice);
-        const Snapshot snapshot = probe.LoadParameters().GetSnapshot();
-        const Setting* const setting = snapshot.Find(identity.name);
-        return setting != nullptr && setting->ToText(setting->value) == identity.value;
+        const std::optional<Setting> setting = ReadSetting(aDevice, identity.name);
+        return setting && setting->ToText(setting->value) == identity.value;
     }
+    const std::wstring wanted = FromUtf8(identity.value);
     const DeviceDescription description = system.describe({interfaceClass, FromUtf8(aDevice.path)});
     if (identity.kind == DeviceIdentity::Kind::InstancePath) {
-        return IsSameText(description.instancePath, identity.value);
+        return IsSameText(description.instancePath, wanted);
     }
     return std::any_of(
         description.locations.begin(), description.locations.end(),
-        [&](const std::wstring& aLocation) { return IsSameText(aLocation, identity.value); });
+        [&](const std::wstring& aLocation) { return IsSameText(aLocation, wanted); });
 }
 
 // Null when it has gone.

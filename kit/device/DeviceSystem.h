@@ -41,8 +41,6 @@ struct DeviceSystem {
     static DeviceSystem Load();
 };
 
-std::wstring ToLower(std::wstring aText);
-
 }  // namespace QvKit
 
 #endif

@@ -1,12 +1,17 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Opens devices without the library, where the library's connection does not give the handle away.
+// Opens devices: without the library, where its connection does not give the handle away, and for a
+// short look.
 
 #ifndef QVKIT_DEVICE_OPENDEVICE_H
 #define QVKIT_DEVICE_OPENDEVICE_H
 
+#include <optional>
+#include <string>
+
 #include "QvKit/DeviceList.h"
+#include "QvKit/Setting.h"
 #include "UniqueHandle.h"
 
 namespace QvKit {
@@ -26,6 +31,10 @@ inline OpenedDevice OpenDevice(const DeviceAddress& aDevice,
     const DWORD error = ::GetLastError();
     return OpenedDevice{QvBaseLib::KernelHandle(handle), error};
 }
+
+// What one parameter of a device is now; nothing when the device does not have it. Opens the device
+// and loads its parameters, with the errors of `Device`.
+std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName);
 
 // Whether there is a file, a directory or a disk at the path.
 bool IsFile(const DeviceAddress& aDevice);

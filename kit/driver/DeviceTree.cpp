@@ -4,23 +4,21 @@
 #include "DeviceTree.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <functional>
 #include <map>
 #include <vector>
 
+#include "DeviceSets.h"
 #include "DriverService.h"
 #include "ProblemCodes.h"
 #include "QvKit/DriverInstallation.h"
+#include "QvKit/Guid.h"
 #include "QvKit/Text.h"
-#include "UniqueDeviceSet.h"
-#include "UniqueRegistryKey.h"
 #include "WideTexts.h"
 
 // After windows.h, which they need.
 #include <cfgmgr32.h>
 #include <devpropdef.h>
-#include <objbase.h>
 
 namespace QvKit {
 namespace {
@@ -28,7 +26,6 @@ namespace {
 using QvBaseLib::UniqueDeviceSet;
 
 constexpr wchar_t kRootEnumerator[] = L"ROOT";
-constexpr wchar_t kInterfaceClasses[] = L"SYSTEM\\CurrentControlSet\\Control\\DeviceClasses";
 
 // DEVPKEY_Device_DriverInfPath, which mingw-w64's headers only declare.
 constexpr DEVPROPKEY kDriverInfPath = {
@@ -44,41 +41,10 @@ UniqueDeviceSet Own(HDEVINFO aSet) {
     return UniqueDeviceSet(aSet);
 }
 
-template <typename Data>
-Data EmptyData() {
-    Data data = {};
-    data.cbSize = sizeof(data);
-    return data;
-}
-
-GUID ParseClassId(const std::string& aText) {
-    GUID classId;
-    if (::IIDFromString(FromUtf8(aText).c_str(), &classId) != S_OK) {
-        throw Error(ErrorKind::WrongUse, "the INF's ClassGuid '" + aText + "' is no GUID");
-    }
-    return classId;
-}
-
 std::wstring InstanceId(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
-    wchar_t id[MAX_DEVICE_ID_LEN] = {};
-    Check(::SetupDiGetDeviceInstanceIdW(aSet, &aDevice, id, MAX_DEVICE_ID_LEN, nullptr),
-          "cannot read a device's instance id");
+    std::wstring id = InstanceIdOf(aSet, aDevice);
+    Check(!id.empty(), "cannot read a device's instance id");
     return id;
-}
-
-// A text, or several with a zero after each; empty when the device has none.
-std::vector<std::wstring> TextsOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, DWORD aProperty) {
-    wchar_t buffer[1024] = {};
-    // Two zeros stay behind the texts.
-    constexpr DWORD kSize = sizeof buffer - 2 * sizeof(wchar_t);
-    std::vector<std::wstring> texts;
-    if (!::SetupDiGetDeviceRegistryPropertyW(aSet, &aDevice, aProperty, nullptr,
-                                             reinterpret_cast<BYTE*>(buffer), kSize, nullptr)) {
-        return texts;
-    }
-    for (const wchar_t* text = buffer; *text != L'\0'; text += texts.back().size() + 1)
-        texts.emplace_back(text);
-    return texts;
 }
 
 std::wstring ServiceOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
@@ -86,60 +52,19 @@ std::wstring ServiceOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
     return texts.empty() ? std::wstring() : texts[0];
 }
 
-std::wstring InterfacePath(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface,
-                           SP_DEVINFO_DATA& aOwner) {
-    DWORD size = 0;
-    ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, nullptr, 0, &size, nullptr);
-    std::vector<std::byte> buffer(
-        std::max<std::size_t>(size, sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W)));
-    auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
-    detail->cbSize = sizeof(*detail);
-    Check(::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, detail,
-                                             static_cast<DWORD>(buffer.size()), nullptr, &aOwner),
-          "cannot read a device's interface path");
-    return detail->DevicePath;
-}
-
-// The interface classes of this machine.
-std::vector<GUID> InterfaceClasses() {
-    HKEY opened = nullptr;
-    const LSTATUS code =
-        ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kInterfaceClasses, 0, KEY_READ, &opened);
-    const QvBaseLib::UniqueRegistryKey key(opened);
-    std::vector<GUID> classes;
-    if (code != ERROR_SUCCESS) return classes;
-    wchar_t name[64];
-    DWORD size = ARRAYSIZE(name);
-    for (DWORD i = 0; ::RegEnumKeyExW(key.Get(), i, name, &size, nullptr, nullptr, nullptr,
-                                      nullptr) == ERROR_SUCCESS;
-         ++i, size = ARRAYSIZE(name)) {
-        GUID one;
-        if (::IIDFromString(name, &one) == S_OK) classes.push_back(one);
-    }
-    return classes;
-}
-
-// By instance ids in capitals.
+// By instance ids in lower case.
 using Interfaces = std::map<std::wstring, std::vector<std::string>>;
-
-std::wstring Capitals(std::wstring aText) {
-    ::CharUpperBuffW(aText.data(), static_cast<DWORD>(aText.size()));
-    return aText;
-}
 
 // The paths of the interfaces that are switched on.
 Interfaces ActiveInterfaces() {
     Interfaces interfaces;
-    for (const GUID& one : InterfaceClasses()) {
-        const UniqueDeviceSet set = Own(
-            ::SetupDiGetClassDevsW(&one, nullptr, nullptr, DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
-        auto data = EmptyData<SP_DEVICE_INTERFACE_DATA>();
-        for (DWORD i = 0; ::SetupDiEnumDeviceInterfaces(set.Get(), nullptr, &one, i, &data); ++i) {
-            if ((data.Flags & SPINT_ACTIVE) == 0) continue;
-            auto owner = EmptyData<SP_DEVINFO_DATA>();
-            const std::string path = ToUtf8(InterfacePath(set.Get(), data, owner));
-            interfaces[Capitals(InstanceId(set.Get(), owner))].push_back(path);
-        }
+    for (const GUID& one : ListInterfaceClasses()) {
+        ForEachPresentInterface(
+            one, [&](HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aData, const std::wstring& aPath) {
+                if ((aData.Flags & SPINT_ACTIVE) == 0) return;
+                SP_DEVINFO_DATA owner = OwnerOf(aSet, aData);
+                interfaces[ToLower(InstanceId(aSet, owner))].push_back(ToUtf8(aPath));
+            });
     }
     return interfaces;
 }
@@ -240,7 +165,7 @@ std::vector<RootDevice> ListRootDevices(const std::string& aHardwareId) {
         RootDevice device;
         device.instanceId = ToUtf8(id);
         device.service = ToUtf8(service);
-        const auto found = interfaces.find(Capitals(id));
+        const auto found = interfaces.find(ToLower(id));
         if (found != interfaces.end()) device.interfaces = found->second;
         // Wine does not tell which devices are started.
         device.isStarted = status.isStarted || !device.interfaces.empty();
@@ -255,7 +180,12 @@ std::vector<RootDevice> ListRootDevices(const std::string& aHardwareId) {
 }
 
 std::string RegisterDevice(const DriverPackage& aPackage) {
-    const GUID classId = ParseClassId(aPackage.classId);
+    const std::optional<GUID> parsed = ParseGuid(aPackage.classId);
+    if (!parsed) {
+        throw Error(ErrorKind::WrongUse,
+                    "the INF's ClassGuid '" + aPackage.classId + "' is no GUID");
+    }
+    const GUID classId = *parsed;
     std::wstring hardwareIds = FromUtf8(aPackage.hardwareId);
     // The hardware id without its enumerator names the device, followed by the next free number.
     const std::wstring name = hardwareIds.substr(hardwareIds.rfind(L'\\') + 1);

@@ -13,6 +13,7 @@
 
 #include "DeviceChoice.h"
 #include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "QvKit/Setting.h"
 #include "QvKit/Text.h"
 #include "commandline/CommandLine.h"
@@ -191,7 +192,7 @@ TEST(QvctlArgumentsTest, WhatNamesADeviceIsKnownByItsForm) {
 }
 
 TEST(QvctlArgumentsTest, AnInterfaceThatIsNoGuidIsRefused) {
-    const std::string guid = Qvctl::InterfaceText(Qvctl::SampleInterface());
+    const std::string guid = QvKit::GuidToText(Qvctl::SampleInterface());
     for (const std::string& text : {std::string(), std::string("{}"), guid + "x",
                                     guid.substr(0, 37), "x" + guid, guid.substr(0, 36) + "g}"}) {
         SCOPED_TRACE(text);

@@ -7,6 +7,7 @@
 #include <charconv>
 
 #include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "output/Assignment.h"
 #include "output/ErrorReport.h"
 
@@ -90,7 +91,7 @@ std::vector<DeviceAddress> ListPresentDevices(const GUID& aInterface) {
 
 Error NoDevicePresent(const GUID& aInterface) {
     std::string message =
-        "no device with the interface " + InterfaceText(aInterface) + " is present";
+        "no device with the interface " + QvKit::GuidToText(aInterface) + " is present";
     if (::IsEqualGUID(aInterface, SampleInterface())) {
         message += "; install the sample driver with \"qvctl driver install QvSampleDriver.inf\"";
     }

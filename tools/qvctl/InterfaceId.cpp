@@ -3,11 +3,8 @@
 
 #include "InterfaceId.h"
 
-#include <objbase.h>
-
-#include "QvKit/Text.h"
+#include "QvKit/Guid.h"
 #include "QvSample/QvSampleDevice.h"
-#include "QvUserLib/String.h"
 #include "output/ErrorReport.h"
 
 namespace Qvctl {
@@ -16,19 +13,9 @@ const GUID& SampleInterface() { return GUID_DEVINTERFACE_QVSAMPLE; }
 
 GUID ParseInterface(const std::string& aText, const std::string& aOption) {
     const bool braced = !aText.empty() && aText.front() == '{';
-    const std::string text = braced ? aText : "{" + aText + "}";
-    GUID interfaceClass;
-    if (::IIDFromString(QvKit::FromUtf8(text).c_str(), &interfaceClass) != S_OK) {
-        throw WrongUsage(aOption + ": '" + aText +
-                         "' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT);
-    }
-    return interfaceClass;
-}
-
-std::string InterfaceText(const GUID& aInterface) {
-    wchar_t text[39];  // 38 characters and the terminator, always.
-    ::StringFromGUID2(aInterface, text, ARRAYSIZE(text));
-    return QvUserLib::String(text).ToLower();
+    const std::optional<GUID> interfaceClass = QvKit::ParseGuid(braced ? aText : "{" + aText + "}");
+    if (interfaceClass) return *interfaceClass;
+    throw WrongUsage(aOption + ": '" + aText + "' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT);
 }
 
 }  // namespace Qvctl

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Interface classes as the user writes and reads them.
+// Interface classes as the user writes them.
 
 #ifndef QVCTL_INTERFACEID_H
 #define QVCTL_INTERFACEID_H
@@ -17,9 +17,6 @@ const GUID& SampleInterface();
 
 // Reads the GUID of an option, with or without braces. Throws `QvKit::Error` for wrong usage.
 GUID ParseInterface(const std::string& aText, const std::string& aOption = "--interface");
-
-// With braces and lower-case digits.
-std::string InterfaceText(const GUID& aInterface);
 
 }  // namespace Qvctl
 

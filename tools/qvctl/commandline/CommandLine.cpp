@@ -9,6 +9,7 @@
 
 #include "Environment.h"
 #include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "QvKit/Spelling.h"
 #include "output/ErrorReport.h"
 
@@ -37,7 +38,8 @@ std::string VariableOr(const wchar_t* aName, const std::string& aDefault) {
 // The options as the user wrote them.
 struct OptionTexts {
     std::string device = VariableOr(L"QVCTL_DEVICE", "0");
-    std::string interfaceClass = VariableOr(L"QVCTL_INTERFACE", InterfaceText(SampleInterface()));
+    std::string interfaceClass =
+        VariableOr(L"QVCTL_INTERFACE", QvKit::GuidToText(SampleInterface()));
     std::string errorLog;
     std::string logConfig;
     std::string logLevel;

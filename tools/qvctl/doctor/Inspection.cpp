@@ -6,6 +6,7 @@
 #include "Environment.h"
 #include "InterfaceId.h"
 #include "QvKit/Device.h"
+#include "QvKit/Guid.h"
 #include "QvKit/Text.h"
 #include "WindowsApi.h"
 
@@ -56,7 +57,7 @@ Findings Inspect(const Context& aContext) {
     Findings findings = {};
     findings.toolVersion = QVCTL_VERSION;
     findings.libraries = GetLibraries();
-    findings.interfaceClass = InterfaceText(interfaceClass);
+    findings.interfaceClass = QvKit::GuidToText(interfaceClass);
     findings.isSample = ::IsEqualGUID(interfaceClass, SampleInterface()) != FALSE;
     findings.registered = QvKit::CountKnownDevices(interfaceClass);
     for (const QvKit::DeviceAddress& device : QvKit::ListDevices(interfaceClass)) {

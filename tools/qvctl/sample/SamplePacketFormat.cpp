@@ -10,6 +10,7 @@
 #include <cstring>
 
 #include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "QvSample/QvSamplePacket.h"
 
 namespace Qvctl {
@@ -41,7 +42,7 @@ bool HasInPath(const GUID& aInterface, std::string aPath) {
     std::transform(aPath.begin(), aPath.end(), aPath.begin(), [](unsigned char aCharacter) {
         return static_cast<char>(std::tolower(aCharacter));
     });
-    return aPath.find("#" + InterfaceText(aInterface)) != std::string::npos;
+    return aPath.find("#" + QvKit::GuidToText(aInterface)) != std::string::npos;
 }
 
 Packet Broken(std::string aFault) {

@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
 #include "verbs/Verb.h"
@@ -15,7 +15,7 @@ namespace {
 class ListReport final : public Report {
 public:
     ListReport(const GUID& aInterface, std::vector<QvKit::DeviceAddress> aDevices)
-        : interface_(InterfaceText(aInterface)) {
+        : interface_(QvKit::GuidToText(aInterface)) {
         for (QvKit::DeviceAddress& device : aDevices) {
             const auto index = static_cast<unsigned int>(devices_.size());
             devices_.push_back(ChosenDevice{index, std::move(device)});

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "QvKit/Profile.h"
 #include "commandline/ArgumentChecks.h"
 #include "output/Printable.h"
@@ -89,7 +89,7 @@ private:
                                     const QvKit::Snapshot& aSnapshot) {
         Profile::Origin origin;
         if (!aDevice.index) return origin;
-        origin.deviceClass = InterfaceText(aOptions.interfaceClass);
+        origin.deviceClass = QvKit::GuidToText(aOptions.interfaceClass);
         origin.serialNumber = SerialNumberOf(aOptions.interfaceClass, aSnapshot);
         return origin;
     }

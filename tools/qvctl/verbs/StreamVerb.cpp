@@ -8,7 +8,7 @@
 
 #include "CtrlC.h"
 #include "DeviceUse.h"
-#include "InterfaceId.h"
+#include "QvKit/Guid.h"
 #include "QvKit/PacketFile.h"
 #include "QvKit/StreamReader.h"
 #include "WindowsApi.h"
@@ -123,7 +123,7 @@ private:
             throw WrongUsage(
                 "--verify: the packets of " +
                 (aOptions.device.kind != DeviceChoice::Path
-                     ? "devices with the interface " + InterfaceText(aOptions.interfaceClass)
+                     ? "devices with the interface " + QvKit::GuidToText(aOptions.interfaceClass)
                      : "'" + aOptions.device.text + "'") +
                 " are not known");
         }

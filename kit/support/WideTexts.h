@@ -3,8 +3,8 @@
 
 // Names of the system, which are compared without regard to upper and lower case.
 
-#ifndef QVKIT_DRIVER_WIDETEXTS_H
-#define QVKIT_DRIVER_WIDETEXTS_H
+#ifndef QVKIT_SUPPORT_WIDETEXTS_H
+#define QVKIT_SUPPORT_WIDETEXTS_H
 
 #include <string>
 
@@ -20,6 +20,11 @@ inline bool IsSameText(const std::wstring& aLeft, const std::wstring& aRight) {
 
 inline bool StartsWith(const std::wstring& aText, const std::wstring& aBeginning) {
     return IsSameText(aText.substr(0, aBeginning.size()), aBeginning);
+}
+
+inline std::wstring ToLower(std::wstring aText) {
+    ::CharLowerBuffW(aText.data(), static_cast<DWORD>(aText.size()));
+    return aText;
 }
 
 }  // namespace QvKit
