@@ -87,9 +87,9 @@ void AddSharedOptions(CLI::App& aCommand, unsigned aWhich, OptionTexts& aTexts) 
 void AddVerb(CLI::App& aProgram, const NamedVerb& aVerb, OptionTexts& aTexts) {
     CLI::App* const command = aProgram.add_subcommand(aVerb.name, aVerb.summary);
     command->group("Verbs");
-    command->footer(aVerb.verb->GetDetails());
+    command->footer(aVerb.details);
     aVerb.verb->AddArguments(*command);
-    AddSharedOptions(*command, aVerb.verb->GetSharedOptions(), aTexts);
+    AddSharedOptions(*command, aVerb.options, aTexts);
 }
 
 LogOptions UnderstandLog(const OptionTexts& aTexts) {
@@ -236,7 +236,7 @@ ProgramDescription DescribeProgram(const Verbs& aVerbs) {
     }
     for (const NamedVerb& verb : aVerbs) {
         const CLI::App& command = *program.get_subcommand(verb.name);
-        VerbDescription verbDescription{verb.name, verb.summary, verb.verb->GetDetails(), {}, {}};
+        VerbDescription verbDescription{verb.name, verb.summary, verb.details, {}, {}};
         for (const CLI::Option* option : command.get_options()) {
             auto& list =
                 option->get_positional() ? verbDescription.arguments : verbDescription.options;

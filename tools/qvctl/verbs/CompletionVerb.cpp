@@ -12,16 +12,6 @@ namespace {
 
 class CompletionVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Verbs, options, file names and devices are completed, and the parameters and\n"
-               "entries of the device that is used by default.\n"
-               "\n"
-               "In ~/.bashrc:\n"
-               "  source <(qvctl completion bash)\n"
-               "In PowerShell's profile:\n"
-               "  qvctl completion powershell | Out-String | Invoke-Expression";
-    }
-    unsigned GetSharedOptions() const override { return 0; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("SHELL", shell_, "The shell: bash or powershell")
             ->option_text("bash|powershell")

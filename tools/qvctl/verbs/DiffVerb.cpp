@@ -127,17 +127,6 @@ Side ReadDevice(const QvKit::Snapshot& aSnapshot, const Side* aFile, bool aWithD
 
 class DiffVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Compares two files; with one file, the device with it; with --defaults, the\n"
-               "file, or the device if there is none, with the device's defaults. Of the device\n"
-               "the parameters that the file has are looked at. Nothing is changed. Differences\n"
-               "make the exit code 1.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl diff bench.json\n"
-               "  qvctl diff bench.json other.json\n"
-               "  qvctl diff --defaults";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("FILE", first_, "A file, as save writes it")
             ->option_text(" ")

@@ -102,17 +102,6 @@ private:
 
 class DoctorVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Looks at the versions of the DLLs, the driver, its devices, the access to them\n"
-               "and their parameters, and at log4cxx, and says what to do. Nothing is changed.\n"
-               "A problem makes the exit code 1; a warning does not.\n"
-               "\n"
-               "Example:\n"
-               "  qvctl doctor --interface {0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
-    }
-    unsigned GetSharedOptions() const override {
-        return InterfaceOption | JsonOption | VerboseOption;
-    }
     Outcome Run(const Context& aContext) override {
         std::vector<Check> checks = Judge(Inspect(aContext));
         const auto problems = std::count_if(checks.begin(), checks.end(), [](const Check& aCheck) {

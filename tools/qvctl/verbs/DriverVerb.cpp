@@ -99,24 +99,6 @@ std::vector<std::string> Select(const std::vector<RootDevice>& aDevices, const s
 
 class DriverVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "For drivers of root-enumerated devices, which need no hardware:\n"
-               "  install  creates devices until there are N, installs the driver of the INF\n"
-               "           for them, and waits until they have started; an installed driver\n"
-               "           that differs from the INF's is replaced\n"
-               "  status   lists the devices: number, instance id, state, interface paths\n"
-               "  remove   removes all of them, or one, and with the last one the driver\n"
-               "\n"
-               "The INF or --id says which devices are meant. Without both, status lists all\n"
-               "root-enumerated devices, and remove needs --device. On Windows install and\n"
-               "remove need the rights of an administrator, and the driver a signature.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl driver install QvSampleDriver.inf --devices 2\n"
-               "  qvctl driver status --id ROOT\\QVSAMPLE\n"
-               "  qvctl driver remove --id ROOT\\QVSAMPLE --device 1";
-    }
-    unsigned GetSharedOptions() const override { return JsonOption | VerboseOption; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("ACTION", action_, "What to do")
             ->option_text("install|status|remove")

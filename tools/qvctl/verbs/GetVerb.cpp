@@ -44,14 +44,6 @@ private:
 
 class GetVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "The lines can be given to set as they are: an escape such as \\u000a stands for a\n"
-               "control character, here and there. --json prints texts without escapes of ours.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl get Gain OperatingMode\n"
-               "  qvctl get --value Gain";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("NAME", names_, "The parameters to print")->option_text("...");
         aCommand.add_flag("--all", all_, "Print all parameters");

@@ -11,13 +11,6 @@ namespace {
 
 class HelpVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "The same as \"qvctl VERB --help\".\n"
-               "\n"
-               "Example:\n"
-               "  qvctl help set";
-    }
-    unsigned GetSharedOptions() const override { return 0; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("VERB", verb_, "The verb; without one, all verbs are listed")
             ->option_text(" ");

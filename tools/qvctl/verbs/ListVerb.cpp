@@ -47,13 +47,6 @@ private:
 
 class ListVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Prints the number of each device, which --device takes, and its path.\n"
-               "\n"
-               "Example:\n"
-               "  qvctl list";
-    }
-    unsigned GetSharedOptions() const override { return InterfaceOption | JsonOption; }
     Outcome Run(const Context& aContext) override {
         const GUID& interfaceClass = aContext.options.interfaceClass;
         return {std::make_unique<ListReport>(interfaceClass, ListPresentDevices(interfaceClass)),

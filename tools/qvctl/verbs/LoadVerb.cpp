@@ -72,16 +72,6 @@ private:
 
 class LoadVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "All values are checked first, against the device as it is now: if one does not\n"
-               "fit exactly, nothing is sent, and every refusal names the line in the file. All\n"
-               "are sent in one request, as by set. Parameters that are read-only on this device\n"
-               "are passed over.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl load bench.json --dry-run\n"
-               "  qvctl load bench.json --only Gain Resolution";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("FILE", file_, "The file, as save writes it")
             ->option_text(" ")

@@ -98,15 +98,6 @@ std::string Compare(const DigestLine& aLine, const FileDigest& aFound, DigestRep
 
 class Md5Verb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Digests are printed and read in the format of md5sum. Large files show their\n"
-               "progress on a console. No device is needed.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl md5 firmware.bin settings.json > firmware.md5\n"
-               "  qvctl md5 --check firmware.md5";
-    }
-    unsigned GetSharedOptions() const override { return JsonOption | VerboseOption; }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("FILE", files_, "The files")->option_text("...");
         aCommand

@@ -20,14 +20,6 @@ std::vector<std::string> NamesOfWritable(const QvKit::Snapshot& aSnapshot) {
 
 class ResetVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Without names all parameters that are not read-only are reset, including\n"
-               "hidden and advanced ones. They are sent in one request, as by set.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl reset\n"
-               "  qvctl reset Gain Label";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("NAME", names_, "The parameters to reset; all by default")
             ->option_text("...");

@@ -52,16 +52,6 @@ private:
 
 class SaveVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Without names all parameters are saved. Left out are those that are read-only,\n"
-               "that the driver changes by itself or does not keep, and values that no file can\n"
-               "hold exactly; --verbose and --json name them. The file is JSON, with a parameter\n"
-               "in each line. An earlier one is replaced as a whole, or stays as it is.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl save bench.json\n"
-               "  qvctl save gain.json Gain Resolution";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("FILE", file_, "The file to write")
             ->option_text(" ")

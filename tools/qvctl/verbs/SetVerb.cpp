@@ -13,20 +13,6 @@ namespace {
 
 class SetVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "An integer is decimal, or hexadecimal with 0x; its unit may follow. An entry of\n"
-               "an enumeration is given by its name, or by its index when no entry has that\n"
-               "name. A text may be empty. An escape such as \\u000a stands for one character,\n"
-               "as in the lines of get; \\u005c is a backslash in front of such a text. A\n"
-               "parameter may be given only once.\n"
-               "\n"
-               "All values are checked first: if one is refused, nothing is sent. When the\n"
-               "device has taken the change, its parameters are loaded again and compared with\n"
-               "what was asked for.\n"
-               "\n"
-               "Example:\n"
-               "  qvctl set SamplingInterval=250 OperatingMode=Triggered \"Label=Bench 2\"";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand
             .add_option("ASSIGNMENT", assignments_, "NAME=VALUE: a parameter and its new value")

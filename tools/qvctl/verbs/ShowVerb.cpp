@@ -56,20 +56,6 @@ private:
 
 class ShowVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Named parameters are shown even if they are hidden or advanced. With --verbose\n"
-               "each parameter's description is shown. The marks:\n"
-               "  read-only   cannot be set\n"
-               "  volatile    changes by itself\n"
-               "  restart     takes effect when the device starts again\n"
-               "  not saved   is lost when the device starts again\n"
-               "  advanced    for experts\n"
-               "  hidden      not for daily use\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl show\n"
-               "  qvctl show Gain OperatingMode --device 1";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("NAME", names_, "The parameters to show; all by default")
             ->option_text("...");

@@ -24,35 +24,6 @@ namespace {
 
 class StreamVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "It ends at whichever of --packets, --seconds and --timeout comes first, and\n"
-               "without them at Ctrl-C. Progress goes to standard error, the report to standard\n"
-               "output. Every byte that is read goes to FILE, in order, whatever it is. With -\n"
-               "for FILE the bytes go to standard output, and the report to standard error,\n"
-               "behind all else.\n"
-               "\n"
-               "Of the sample driver's packets, format \"sample\", the report says what was lost:\n"
-               "gaps in the sequence, packets that the driver had to drop, and reads that held\n"
-               "no whole packet or not the one that was due. With --verify every byte of the\n"
-               "payload is checked, and a loss of any kind makes the exit code 1. What other\n"
-               "devices return, and what --raw asks for, is of format \"raw\": each read counts\n"
-               "as a packet, nothing can be verified, and the driver need not know parameters.\n"
-               "A device that is given by its path is one of the sample driver's if the path\n"
-               "has its interface in it.\n"
-               "\n"
-               "When the device or the disk fails, the stream ends with the report and exit\n"
-               "code 1, and FILE holds what was received until then. Fewer packets than\n"
-               "--packets make it 1 as well. Ctrl-C cancels the reads that are pending, prints\n"
-               "the report and makes the exit code 130, unless something else went wrong; a\n"
-               "second Ctrl-C ends at once.\n"
-               "\n"
-               "A device is streamed by one qvctl at a time.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl stream --packets 10000 --verify\n"
-               "  qvctl stream --seconds 60 --depth 64 --out capture.bin --json\n"
-               "  qvctl stream --device \\\\.\\COM3 --size 256 --timeout 2 --out - > capture.bin";
-    }
     void AddArguments(CLI::App& aCommand) override {
         constexpr std::uint32_t kMostPackets = std::numeric_limits<std::uint32_t>::max();
         aCommand.add_option("--packets", packets_, "End after so many packets")

@@ -36,14 +36,6 @@ public:
     Verb(const Verb&) = delete;
     Verb& operator=(const Verb&) = delete;
 
-    // The end of the verb's own help: what else there is to know, and an example.
-    virtual std::string GetDetails() const = 0;
-
-    // Those of the shared options that have an effect. The others are refused.
-    virtual unsigned GetSharedOptions() const {
-        return InterfaceOption | DeviceOption | JsonOption | VerboseOption;
-    }
-
     // Adds the arguments that only this verb has. They are filled in when the command line has been
     // read.
     virtual void AddArguments(CLI::App&) {}
@@ -76,6 +68,8 @@ std::unique_ptr<Verb> MakeWriteVerb();
 struct NamedVerb {
     std::string name;
     std::string summary;  // For the list of verbs and the head of the verb's own help.
+    std::string details;  // The end of that help: what else there is to know, and an example.
+    unsigned options;     // The shared options that have an effect. The others are refused.
     std::unique_ptr<Verb> verb;
 };
 

@@ -36,13 +36,6 @@ private:
 
 class VersionVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Each library is listed with the file that is in use.\n"
-               "\n"
-               "Example:\n"
-               "  qvctl version --json";
-    }
-    unsigned GetSharedOptions() const override { return JsonOption; }
     Outcome Run(const Context&) override { return {std::make_unique<VersionReport>(), {}}; }
 };
 

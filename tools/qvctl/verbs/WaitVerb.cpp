@@ -160,19 +160,6 @@ CLI::Validator CheckEvent() {
 
 class WaitVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "For scripts: waits until the device of --device is there, or is not there any\n"
-               "more, and prints its path. If it is so from the beginning, it ends at once; a\n"
-               "device that was never there has no path to print. A number is that of the list:\n"
-               "the arrival of device 2 is that of a third one, and without --device that of any\n"
-               "one. When the time of --timeout is over before, the exit code is 4.\n"
-               "\n"
-               "A DURATION is a number with ms, s or min behind it, or a number of ms.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl wait --for arrival --timeout 30s\n"
-               "  qvctl wait --for removal --device 1 --timeout 2min";
-    }
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("--for", event_, "What to wait for")
             ->option_text("arrival|removal")

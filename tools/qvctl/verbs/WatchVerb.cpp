@@ -57,21 +57,6 @@ private:
 
 class WatchVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "Reads the parameters from the driver again and again, and prints a line for\n"
-               "each that has changed; with --json an object a line. With --initial the values\n"
-               "at the beginning come first; --count does not count them. Each line has the\n"
-               "local time, after midnight with its date; in JSON it is UTC. A value that\n"
-               "changes and changes back between two looks is not noticed. Without --count\n"
-               "and --seconds it runs until Ctrl-C, which makes the exit code 130.\n"
-               "\n"
-               "With --devices it prints the devices that come and go instead: those with an\n"
-               "interface of CLASS, a GUID, or any devices.\n"
-               "\n"
-               "Examples:\n"
-               "  qvctl watch Temperature Gain --every 500\n"
-               "  qvctl watch --devices --json";
-    }
     void AddArguments(CLI::App& aCommand) override {
         constexpr std::uint64_t kLongestMs = 86400000;  // A day.
         auto* const names =

@@ -15,16 +15,6 @@ namespace {
 
 class WriteVerb final : public Verb {
 public:
-    std::string GetDetails() const override {
-        return "The requests are sent one after the other; the last one may be smaller. One\n"
-               "that the device refuses because it is busy (error 170) is sent again until the\n"
-               "device takes it, or until the time of --wait is over: then the exit code is\n"
-               "1, and the report says how much was sent. Progress goes to standard error,\n"
-               "the report to standard output. Ctrl-C ends with the report and exit code 130.\n"
-               "\n"
-               "Example, which sends packets in the sizes in which they were received:\n"
-               "  qvctl write capture.bin --size 4096";
-    }
     void AddArguments(CLI::App& aCommand) override {
         constexpr std::uint64_t kLongestWaitMs = 86400000;  // A day.
         aCommand.add_option("FILE", file_, "The file to send")
