@@ -6,6 +6,7 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <string>
 
 #include "WindowsApi.h"
 
@@ -13,15 +14,18 @@ namespace QvTests {
 
 namespace {
 
+// Its name is this process's own; an earlier process with the same number may have left one.
 std::string MakeTemporaryDirectory() {
     char folder[MAX_PATH] = {};
-    char name[MAX_PATH] = {};
     ::GetTempPathA(MAX_PATH, folder);
-    // This makes a file of a name that no one else gets; a directory takes its place.
-    ::GetTempFileNameA(folder, "qvt", 0, name);
-    ::DeleteFileA(name);
-    if (!::CreateDirectoryA(name, nullptr)) ADD_FAILURE() << "cannot make " << name;
-    return name;
+    const std::string begin = folder + ("qvt" + std::to_string(::GetCurrentProcessId())) + "-";
+    for (unsigned int number = 0;; ++number) {
+        std::string name = begin + std::to_string(number);
+        if (::CreateDirectoryA(name.c_str(), nullptr)) return name;
+        if (::GetLastError() == ERROR_ALREADY_EXISTS) continue;
+        ADD_FAILURE() << "cannot make " << name;
+        return name;
+    }
 }
 
 }  // namespace
