@@ -23,12 +23,8 @@ using DeviceNoticeSink = std::function<void(DeviceNotice)>;
 
 class DeviceSubscription {
 public:
-    DeviceSubscription() = default;
     // No notice comes afterwards, and none is being taken. Not to be destroyed by the sink.
     virtual ~DeviceSubscription() = default;
-
-    DeviceSubscription(const DeviceSubscription&) = delete;
-    DeviceSubscription& operator=(const DeviceSubscription&) = delete;
 };
 
 // Subscribes to an interface class, or to all for null: with the configuration manager where the

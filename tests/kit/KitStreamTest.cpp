@@ -364,6 +364,12 @@ protected:
         return std::string(reinterpret_cast<const char*>(aRequest.GetBuffer()), aOutcome.size);
     }
 
+    std::unique_ptr<Request> BeginRead() const {
+        auto request = channel_->MakeRequest(100);
+        request->Read(100);
+        return request;
+    }
+
     PipeServer server_;
     std::unique_ptr<Channel> channel_ = QvKit::OpenChannel(AddressOf(server_.Name()));
     StopSignal stop_;
@@ -416,8 +422,7 @@ TEST_F(KitChannelTest, ARequestIsUsedAgain) {
 }
 
 TEST_F(KitChannelTest, AWaitEndsWhenItIsStoppedOrItsTimeIsOver) {
-    const auto request = channel_->MakeRequest(100);
-    request->Read(100);
+    const auto request = BeginRead();
 
     EXPECT_FALSE(request->WaitFor(milliseconds(1), nullptr));
     EXPECT_FALSE(request->WaitFor(milliseconds(1), &stop_));
@@ -439,10 +444,8 @@ TEST_F(KitChannelTest, ACompleteRequestCountsBeforeTheWishToStop) {
 }
 
 TEST_F(KitChannelTest, OneRequestIsCancelledAndTheOthersAreNot) {
-    const auto first = channel_->MakeRequest(100);
-    const auto second = channel_->MakeRequest(100);
-    first->Read(100);
-    second->Read(100);
+    const auto first = BeginRead();
+    const auto second = BeginRead();
 
     first->Cancel();
 
@@ -452,10 +455,8 @@ TEST_F(KitChannelTest, OneRequestIsCancelledAndTheOthersAreNot) {
 }
 
 TEST_F(KitChannelTest, AfterCancellingAllTheChannelCanStillBeUsed) {
-    const auto first = channel_->MakeRequest(100);
-    const auto second = channel_->MakeRequest(100);
-    first->Read(100);
-    second->Read(100);
+    const auto first = BeginRead();
+    const auto second = BeginRead();
 
     channel_->CancelAll();
 
@@ -577,6 +578,13 @@ protected:
     static void AwaitPackets(const QvKit::Transfer& aTransfer, std::uint64_t aCount) {
         while (aTransfer.GetProgress().GetItems() < aCount) std::this_thread::yield();
     }
+
+    // Waits for the end, which no error has brought.
+    static void ExpectEnd(StreamReader& aReader, std::uint64_t aPackets) {
+        EXPECT_TRUE(aReader.WaitFor(kNoLimit));
+        EXPECT_FALSE(aReader.GetError().has_value());
+        EXPECT_EQ(aPackets, aReader.GetAccount().GetPackets());
+    }
 };
 
 TEST_F(KitStreamReaderTest, EndsWithTheLastPacketThatWasAskedFor) {
@@ -586,10 +594,7 @@ TEST_F(KitStreamReaderTest, EndsWithTheLastPacketThatWasAskedFor) {
     reader.Start();
 
     Deliver(0, 10);
-    EXPECT_TRUE(reader.WaitFor(kNoLimit));
-
-    EXPECT_FALSE(reader.GetError().has_value());
-    EXPECT_EQ(10u, reader.GetAccount().GetPackets());
+    ExpectEnd(reader, 10u);
     EXPECT_TRUE(reader.GetAccount().IsClean());
     EXPECT_EQ(9u, reader.GetIntervals().GetCount());
     EXPECT_EQ(1.0, reader.GetProgress().GetDone());
@@ -609,10 +614,7 @@ TEST_F(KitStreamReaderTest, StopsWhileADeviceIsSilent) {
     EXPECT_FALSE(reader.WaitFor(milliseconds(0)));
 
     stop_.Request();
-    EXPECT_TRUE(reader.WaitFor(kNoLimit));
-
-    EXPECT_FALSE(reader.GetError().has_value());
-    EXPECT_EQ(3u, reader.GetAccount().GetPackets());
+    ExpectEnd(reader, 3u);
     EXPECT_TRUE(reader.GetProgress().IsStopping());
     EXPECT_FALSE(reader.GetProgress().GetDone().has_value());
 }
@@ -630,10 +632,7 @@ TEST_F(KitStreamReaderTest, TheDeviceCanBeUsedAfterAStop) {
     StreamReader reader(*channel_, kFormat, settings, later);
     reader.Start();
     Deliver(0, 2);
-    EXPECT_TRUE(reader.WaitFor(kNoLimit));
-
-    EXPECT_FALSE(reader.GetError().has_value());
-    EXPECT_EQ(2u, reader.GetAccount().GetPackets());
+    ExpectEnd(reader, 2u);
 }
 
 TEST_F(KitStreamReaderTest, DestructionStopsIt) {

@@ -18,11 +18,7 @@ namespace Qvctl {
 // The same facts in two forms. The printer chooses one.
 class Report {
 public:
-    Report() = default;
     virtual ~Report() = default;
-
-    Report(const Report&) = delete;
-    Report& operator=(const Report&) = delete;
 
     virtual void WriteText(Output& aOut) const = 0;
 

@@ -30,11 +30,7 @@ enum SharedOption : unsigned {
 
 class Verb {
 public:
-    Verb() = default;
     virtual ~Verb() = default;
-
-    Verb(const Verb&) = delete;
-    Verb& operator=(const Verb&) = delete;
 
     // Adds the arguments that only this verb has. They are filled in when the command line has been
     // read.
