@@ -48,14 +48,23 @@ parameter may be given only once.
 
 All values are checked first: if one is refused, nothing is sent. When the
 device has taken the change, its parameters are loaded again and compared with
-what was asked for.
+what was asked for. The report says which values were rounded or not kept, and
+the exit code is 1 then. A device may refuse the request and still take a part:
+with --all-or-nothing the former values are restored unless all were kept. A
+rounded number counts as kept.
 
-Example:
-  qvctl set SamplingInterval=250 OperatingMode=Triggered "Label=Bench 2")";
+Another program may change the device at the same time. A parameter that it
+changed between the first look and the request is reported; with --if-unchanged
+it is refused, and nothing is sent.
+
+Examples:
+  qvctl set SamplingInterval=250 OperatingMode=Triggered "Label=Bench 2"
+  qvctl set Gain=12 FilterOrder=4 --all-or-nothing
+  qvctl set Gain=12 --dry-run)";
 
 constexpr const char* kResetDetails =
     R"(Without names all parameters that are not read-only are reset, including
-hidden and advanced ones. They are sent in one request, as by set.
+hidden and advanced ones. They are sent in one request, and reported, as by set.
 
 Examples:
   qvctl reset
@@ -74,8 +83,8 @@ Examples:
 constexpr const char* kLoadDetails =
     R"(All values are checked first, against the device as it is now: if one does not
 fit exactly, nothing is sent, and every refusal names the line in the file. All
-are sent in one request, as by set. Parameters that are read-only on this device
-are passed over.
+are sent in one request, and reported, as by set. Parameters that are read-only
+on this device are passed over.
 
 Examples:
   qvctl load bench.json --dry-run
