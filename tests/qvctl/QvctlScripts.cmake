@@ -104,6 +104,8 @@ if(QV_PYTHON)
     qv_add_schema_test(Save save save ${saved})
     set_tests_properties(QvctlSchema.Save PROPERTIES FIXTURES_SETUP saved-profile)
     qv_add_schema_test(Load load load ${saved} --dry-run)
+    qv_add_schema_test(Keep keep keep ${saved} --only Gain --count 1)
+    qv_add_schema_test(KeepWhatDoesNotFit keep keep ${folder}/other-profile.json --count 1)
     qv_add_schema_test(DiffWithTheDevice diff diff ${saved})
     qv_add_schema_test(DiffOfTwoFiles diff diff ${saved} ${folder}/other-profile.json)
     qv_add_python_test(
@@ -112,7 +114,7 @@ if(QV_PYTHON)
         ${PROJECT_SOURCE_DIR}/tests/corpus/profiles ${saved}
     )
     set_tests_properties(
-        QvctlSchema.Load QvctlSchema.DiffWithTheDevice QvctlSchema.DiffOfTwoFiles
+        QvctlSchema.Load QvctlSchema.Keep QvctlSchema.DiffWithTheDevice QvctlSchema.DiffOfTwoFiles
         QvctlSchema.SavedFile PROPERTIES FIXTURES_REQUIRED saved-profile
     )
     qv_add_schema_test(Watch watch watch Temperature --every 1 --count 3)

@@ -90,6 +90,17 @@ Examples:
   qvctl load bench.json --dry-run
   qvctl load bench.json --only Gain Resolution)";
 
+constexpr const char* kKeepDetails =
+    R"(Applies the file as load does, to each device that is there, and to each one
+that arrives or comes back. Prints a line for each, with what was changed, or
+why not; with --json an object a line. A device that does not open, or does not
+return its parameters, is tried again for 10 seconds. Failures of devices do not
+end it. Without --count and --seconds it runs until Ctrl-C, which makes the exit
+code 130.
+
+Example:
+  qvctl keep bench.json)";
+
 constexpr const char* kDiffDetails =
     R"(Compares two files; with one file, the device with it; with --defaults, the
 file, or the device if there is none, with the device's defaults. Of the device
@@ -241,6 +252,8 @@ constexpr struct {
     {"reset", "Set parameters to their defaults", kResetDetails, kAll, MakeResetVerb},
     {"save", "Save parameters in a file", kSaveDetails, kAll, MakeSaveVerb},
     {"load", "Set parameters to what a file holds", kLoadDetails, kAll, MakeLoadVerb},
+    {"keep", "Apply a file to each device that comes", kKeepDetails,
+     InterfaceOption | JsonOption | VerboseOption, MakeKeepVerb},
     {"diff", "Compare a file with another one or the device", kDiffDetails, kAll, MakeDiffVerb},
     {"watch", "Print parameters or devices as they change", kWatchDetails, kAll, MakeWatchVerb},
     {"wait", "Wait until a device comes or goes", kWaitDetails, kAll, MakeWaitVerb},
