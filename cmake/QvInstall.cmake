@@ -77,6 +77,7 @@ set(qv_pages
     docs/architecture.md
     docs/building-blocks.md
     docs/building.md
+    docs/changes.md
     docs/devices.md
     docs/errors-and-logs.md
     docs/getting-started.md

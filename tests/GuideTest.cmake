@@ -9,6 +9,7 @@ set(guide_pages
     README.md
     docs/getting-started.md
     docs/parameters.md
+    docs/changes.md
     docs/profiles.md
     docs/devices.md
     docs/writing-a-driver.md

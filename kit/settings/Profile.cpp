@@ -4,11 +4,11 @@
 #include "QvKit/Profile.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "ProfileFormat.h"
+#include "QvKit/Clock.h"
 #include "QvKit/Text.h"
 #include "WindowsApi.h"
 
@@ -21,10 +21,8 @@ using nlohmann::ordered_json;
 std::string TimeNow() {
     SYSTEMTIME now;
     ::GetSystemTime(&now);
-    char text[64];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02uZ", now.wYear, now.wMonth,
-                  now.wDay, now.wHour, now.wMinute, now.wSecond);
-    return text;
+    const std::string text = CalendarText(now);
+    return text.substr(0, text.find('.')) + "Z";
 }
 
 // Why an index or a text cannot be written so that it is read as the same; empty when it can.

@@ -102,9 +102,9 @@ private:
         } else if (Refused refused = Check(aSaved, *setting)) {
             Add(std::move(*refused), aSaved);
         } else {
-            const std::size_t before = change_.GetRefusals().size();
             change_.Set(aSaved.name, aSaved.ToText());
-            if (change_.GetRefusals().size() > before) Add(change_.GetRefusals().back(), aSaved);
+            const auto& refusal = change_.GetEdits().back().refusal;
+            if (refusal) Add(*refusal, aSaved);
         }
     }
 

@@ -95,6 +95,12 @@ Setting Copy(const Parameter& aParameter, const Snapshot::TextLimits& aLimits) {
     return setting;
 }
 
+template <typename Test>
+const Setting* FindIf(const std::vector<Setting>& aSettings, Test aTest) {
+    const auto found = std::find_if(aSettings.begin(), aSettings.end(), aTest);
+    return found == aSettings.end() ? nullptr : &*found;
+}
+
 }  // namespace
 
 Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters, const TextLimits& aLimits) {
@@ -106,10 +112,11 @@ Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters, const Text
 }
 
 const Setting* Snapshot::Find(const std::string& aName) const {
-    const auto found =
-        std::find_if(settings_.begin(), settings_.end(),
-                     [&](const Setting& aSetting) { return aSetting.name == aName; });
-    return found == settings_.end() ? nullptr : &*found;
+    return FindIf(settings_, [&](const Setting& aSetting) { return aSetting.name == aName; });
+}
+
+const Setting* Snapshot::Find(unsigned long aId) const {
+    return FindIf(settings_, [&](const Setting& aSetting) { return aSetting.id == aId; });
 }
 
 std::vector<Setting> Snapshot::Select(const std::vector<std::string>& aNames) const {

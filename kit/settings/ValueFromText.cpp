@@ -152,6 +152,13 @@ Refused SetFromText(Parameter& aParameter, const Setting& aSetting, const std::w
     }
 }
 
+Refused SetToValue(Parameter& aParameter, const Setting& aSetting, const Value& aValue) {
+    if (const auto* text = std::get_if<std::wstring>(&aValue)) {
+        return SetText(aParameter, aSetting, *text);
+    }
+    return RefusedBy(aParameter.SetInt(std::get<long long>(aValue)));
+}
+
 Refused SetToDefault(Parameter& aParameter, const Setting& aSetting) {
     if (aSetting.type != SettingType::String) return RefusedBy(aParameter.ResetDefault());
     return RefusedBy(SetMarkedText(aParameter, std::get<std::wstring>(aSetting.defaultValue)));

@@ -26,6 +26,8 @@ struct ValueRefusal {
 // took it; otherwise it is unchanged.
 std::optional<ValueRefusal> SetFromText(QvUserLib::Parameter& aParameter, const Setting& aSetting,
                                         const std::wstring& aText);
+std::optional<ValueRefusal> SetToValue(QvUserLib::Parameter& aParameter, const Setting& aSetting,
+                                       const Value& aValue);
 std::optional<ValueRefusal> SetToDefault(QvUserLib::Parameter& aParameter, const Setting& aSetting);
 
 }  // namespace QvKit

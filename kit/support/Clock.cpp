@@ -3,6 +3,10 @@
 
 #include "QvKit/Clock.h"
 
+#include <cstdio>
+
+#include "WindowsApi.h"
+
 namespace QvKit {
 namespace {
 
@@ -14,6 +18,14 @@ public:
 };
 
 }  // namespace
+
+std::string CalendarText(const SYSTEMTIME& aMoment) {
+    char text[64];
+    std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02u.%03u", aMoment.wYear,
+                  aMoment.wMonth, aMoment.wDay, aMoment.wHour, aMoment.wMinute, aMoment.wSecond,
+                  aMoment.wMilliseconds);
+    return text;
+}
 
 const Clock& Clock::GetSystemClock() {
     static const SystemClock clock;

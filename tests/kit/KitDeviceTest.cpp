@@ -85,7 +85,7 @@ TEST_F(KitDeviceTest, AChangeReachesTheDevice) {
     QvKit::Change change(device.LoadParameters());
     change.Set("Gain", "7");
 
-    change.Send();
+    EXPECT_FALSE(change.Send().error.has_value());
 
     EXPECT_EQ(QvKit::Value(7LL),
               Device(FirstDevice()).LoadParameters().GetSnapshot().Find("Gain")->value);

@@ -6,18 +6,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <vector>
 
+#include "FakeDevice.h"
 #include "ImportPatch.h"
 #include "KitTestSupport.h"
 #include "QvKit/Difference.h"
 #include "QvKit/Profile.h"
 #include "QvKit/Text.h"
-#include "QvUserLib/DeviceParameterRepository.h"
 #include "QvUserLib/Parameter.h"
-#include "ScriptedConnection.h"
 #include "TestSupport.h"
 
 namespace {
@@ -32,13 +30,18 @@ using QvKit::SavedSetting;
 using QvKit::Setting;
 using QvKit::Snapshot;
 using QvKit::Value;
+using QvTests::Enumeration;
 using QvTests::ErrorOf;
+using QvTests::FakeDevice;
 using QvTests::HasCode;
+using QvTests::Integer;
 using QvTests::kJapanese;
 using QvTests::kSize;
+using QvTests::kSlowFast;
 using QvTests::MessageOf;
 using QvTests::Record;
 using QvTests::TemporaryDirectory;
+using QvTests::Text;
 using testing::AllOf;
 using testing::ElementsAre;
 using testing::EndsWith;
@@ -47,75 +50,7 @@ using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
 
-Record RecordOf(unsigned int aId, const std::wstring& aName, unsigned int aType) {
-    Record record = {};
-    record.flags = QV_PARAMETER_PERSISTENT;
-    record.type = aType;
-    record.id = aId;
-    aName.copy(record.name, QV_PARAMETER_NAME_UNITS);
-    return record;
-}
-
-Record Integer(unsigned int aId, const std::wstring& aName, unsigned int aValue,
-               const std::string& aUnit = "", unsigned int aFlags = 0) {
-    Record record = RecordOf(aId, aName, QV_PARAMETER_INTEGER);
-    record.flags |= aFlags;
-    aUnit.copy(record.unit, QV_PARAMETER_UNIT_BYTES);
-    record.maximum = 100;
-    record.value = aValue;
-    return record;
-}
-
-// The names end with a zero each.
-Record Enumeration(const std::wstring& aNames, unsigned int aValue) {
-    Record record = RecordOf(2, L"Mode", QV_PARAMETER_ENUMERATION);
-    aNames.copy(record.content.valueNames, QV_PARAMETER_VALUE_NAMES_UNITS);
-    const auto count = std::count(aNames.begin(), aNames.end(), L'\0');
-    record.maximum = static_cast<unsigned int>(count) - 1;
-    record.value = aValue;
-    return record;
-}
-
-Record Text(const std::wstring& aValue) {
-    Record record = RecordOf(3, L"Label", QV_PARAMETER_STRING);
-    aValue.copy(record.content.string.valueText, QV_PARAMETER_TEXT_UNITS);
-    return record;
-}
-
-const std::wstring kSlowFast(L"Slow\0Fast\0", 10);
-
-// A device that has these records, until the test says otherwise.
-class FakeDevice {
-public:
-    explicit FakeDevice(std::vector<Record> aRecords) {
-        connection_.records = std::move(aRecords);
-        EXPECT_THAT(repository_.Connect(&connection_), HasCode(0));
-        connection_.requests.clear();
-    }
-
-    Snapshot GetSnapshot() const { return parameters.GetSnapshot(); }
-    Profile Take() const { return Profile::Take(GetSnapshot(), {}, {}); }
-
-    // What was sent, from the only request that sets.
-    std::vector<Record> GetSent() const {
-        std::vector<Record> sent;
-        int requests = 0;
-        for (const QvTests::Request& request : connection_.requests) {
-            if (request.code != IOCTL_PARAMETERS_SET) continue;
-            sent = request.Records();
-            ++requests;
-        }
-        EXPECT_LE(requests, 1);
-        return sent;
-    }
-
-private:
-    QvTests::ScriptedConnection connection_;
-    QvUserLib::DeviceParameterRepository repository_;
-
-public:
-    QvKit::DeviceParameters parameters{repository_};
-};
+Profile TakeFrom(const FakeDevice& aDevice) { return Profile::Take(aDevice.GetSnapshot(), {}, {}); }
 
 std::string Json(const std::string& aParameters) {
     return "{\n\"format\": \"QvUserLib settings\",\n\"version\": 1,\n\"parameters\": [\n" +
@@ -148,7 +83,7 @@ TEST(KitProfileTest, OnlyWhatCanBeSetAgainIsTaken) {
                              Integer(4, L"Serial", 5, "", QV_PARAMETER_READ_ONLY),
                              Integer(5, L"Level", 5, "", QV_PARAMETER_VOLATILE), forgotten});
 
-    const Profile profile = device.Take();
+    const Profile profile = TakeFrom(device);
 
     ASSERT_THAT(profile.settings, SizeIs(1));
     EXPECT_EQ("Gain", profile.settings[0].name);
@@ -170,7 +105,7 @@ TEST(KitProfileTest, AValueThatAFileCannotHoldCostsOnlyItself) {
         SCOPED_TRACE(oneCase.reason);
         const FakeDevice device({oneCase.record, Integer(1, L"Gain", 12)});
 
-        const Profile profile = device.Take();
+        const Profile profile = TakeFrom(device);
 
         ASSERT_THAT(profile.omissions, SizeIs(1));
         EXPECT_EQ(oneCase.reason, profile.omissions[0].reason);
@@ -202,7 +137,7 @@ TEST(KitProfileTest, ANameThatDoesNotExistIsRefused) {
 TEST(KitProfileTest, TheDocumentHasAParameterInEachLineInTheOrderOfNames) {
     const FakeDevice device(
         {Text(L"S\u00FCd\n\"x\""), Enumeration(kSlowFast, 1), Integer(1, L"Gain", 12, "dB")});
-    Profile profile = device.Take();
+    Profile profile = TakeFrom(device);
     profile.time = "2026-01-31T12:00:00Z";
     profile.origin.serialNumber = "QV-1";
 
@@ -224,15 +159,15 @@ TEST(KitProfileTest, TheDocumentHasAParameterInEachLineInTheOrderOfNames) {
 }
 
 TEST(KitProfileTest, TheTimeIsInUtcAndToTheSecond) {
-    EXPECT_THAT(FakeDevice({}).Take().ToJson(), HasSubstr("\"time\": \"20"));
-    EXPECT_THAT(*FakeDevice({}).Take().time, AllOf(SizeIs(20), EndsWith("Z")));
+    EXPECT_THAT(TakeFrom(FakeDevice({})).ToJson(), HasSubstr("\"time\": \"20"));
+    EXPECT_THAT(*TakeFrom(FakeDevice({})).time, AllOf(SizeIs(20), EndsWith("Z")));
 }
 
 TEST(KitProfileTest, WhatIsWrittenIsReadAsTheSame) {
     const FakeDevice device({Text(QvKit::FromUtf8(std::string(kJapanese) + "\t\\\x7F")),
                              Enumeration(kSlowFast, 1),
                              Integer(1, QvKit::FromUtf8(kSize), 12, "%")});
-    Profile profile = device.Take();
+    Profile profile = TakeFrom(device);
     profile.origin = {"{class}", "QV-1", "1.0.0"};
 
     const Profile again = Parse(profile.ToJson());
@@ -343,8 +278,8 @@ TEST(KitProfileFileTest, ASavedFileIsOpenedAndNothingElseIsLeftBehind) {
     const std::string path = directory.File("a.json");
     const FakeDevice device({Integer(1, L"Gain", 12)});
 
-    device.Take().Save(path);
-    device.Take().Save(path);
+    TakeFrom(device).Save(path);
+    TakeFrom(device).Save(path);
 
     EXPECT_THAT(Profile::Open(path).settings, SizeIs(1));
     WIN32_FIND_DATAA found;
@@ -356,7 +291,7 @@ TEST(KitProfileFileTest, ANameOutsideTheCodePageIsTaken) {
     const TemporaryDirectory directory;
     const std::string path = directory.File(kJapanese);
 
-    FakeDevice({}).Take().Save(path);
+    TakeFrom(FakeDevice({})).Save(path);
 
     EXPECT_THAT(Profile::Open(path).settings, IsEmpty());
     EXPECT_TRUE(::DeleteFileW(QvKit::FromUtf8(path).c_str()));
@@ -376,7 +311,7 @@ TEST(KitProfileFileTest, AFullDiskLeavesTheOldFile) {
     {
         const QvTests::ImportPatch patch("WriteFile", &WriteToFullDisk, nullptr);
         ASSERT_TRUE(patch.IsActive());
-        message = MessageOf([&] { FakeDevice({}).Take().Save(path); });
+        message = MessageOf([&] { TakeFrom(FakeDevice({})).Save(path); });
     }
 
     EXPECT_THAT(message, StartsWith("cannot write '" + path + "': error 112"));
@@ -388,7 +323,8 @@ TEST(KitProfileFileTest, AFullDiskLeavesTheOldFile) {
 TEST(KitProfileFileTest, ADirectoryThatIsMissingIsAnErrorOfTheSystem) {
     const TemporaryDirectory directory;
 
-    const auto error = ErrorOf([&] { FakeDevice({}).Take().Save(directory.File("no\\a.json")); });
+    const auto error =
+        ErrorOf([&] { TakeFrom(FakeDevice({})).Save(directory.File("no\\a.json")); });
 
     ASSERT_TRUE(error.has_value());
     EXPECT_EQ(ErrorKind::SystemFailed, error->GetKind());
@@ -409,12 +345,12 @@ TEST(KitProfileFileTest, AFileLargerThanTheLimitIsRefused) {
 TEST(KitProfileChangeTest, AllValuesGoInOneRequest) {
     const std::vector<Record> records = {Integer(1, L"Gain", 12), Enumeration(kSlowFast, 1),
                                          Text(L"\u65E5\u672C")};
-    const Profile profile = FakeDevice(records).Take();
+    const Profile profile = TakeFrom(FakeDevice(records));
     FakeDevice device({Integer(1, L"Gain", 5), Enumeration(kSlowFast, 0), Text(L"")});
     Change change(device.parameters);
 
     (void)ApplyProfile(profile, ProfileChoice(), device.GetSnapshot(), change);
-    (void)MessageOf([&] { change.Send(); });  // This device keeps nothing.
+    EXPECT_FALSE(change.Send().error.has_value());
 
     const std::vector<Record> sent = device.GetSent();
     ASSERT_THAT(sent, SizeIs(3));
@@ -424,7 +360,7 @@ TEST(KitProfileChangeTest, AllValuesGoInOneRequest) {
 }
 
 TEST(KitProfileChangeTest, AnEntryIsFoundByItsNameWhereverItIs) {
-    const Profile profile = FakeDevice({Enumeration(kSlowFast, 1)}).Take();
+    const Profile profile = TakeFrom(FakeDevice({Enumeration(kSlowFast, 1)}));
     FakeDevice device({Enumeration(std::wstring(L"Fast\0Off\0", 9), 1)});
     Change change(device.parameters);
 
@@ -494,37 +430,32 @@ TEST(KitProfileChangeTest, AllRefusalsAreCollected) {
     EXPECT_EQ("nothing was sent", error->GetConsequence());
 }
 
-TEST(KitProfileChangeTest, WhatIsReadOnlyOnThisDeviceIsPassedOver) {
-    const Profile profile = FakeDevice({Integer(1, L"Gain", 12), Integer(4, L"Rate", 7)}).Take();
-    FakeDevice device({Integer(1, L"Gain", 5, "", QV_PARAMETER_READ_ONLY), Integer(4, L"Rate", 5)});
-    Change change(device.parameters);
-
-    const ProfileRest rest = ApplyProfile(profile, ProfileChoice(), device.GetSnapshot(), change);
-
-    EXPECT_THAT(rest.readOnly, ElementsAre("Gain"));
+// Applies a profile of Gain and Rate, of which one is taken, and returns the rest.
+ProfileRest RestOn(FakeDevice& aDevice, const ProfileChoice& aChoice) {
+    const Profile profile = TakeFrom(FakeDevice({Integer(1, L"Gain", 12), Integer(4, L"Rate", 7)}));
+    Change change(aDevice.parameters);
+    ProfileRest rest = ApplyProfile(profile, aChoice, aDevice.GetSnapshot(), change);
     EXPECT_THAT(change.GetEdits(), SizeIs(1));
+    return rest;
+}
+
+TEST(KitProfileChangeTest, WhatIsReadOnlyOnThisDeviceIsPassedOver) {
+    FakeDevice device({Integer(1, L"Gain", 5, "", QV_PARAMETER_READ_ONLY), Integer(4, L"Rate", 5)});
+
+    EXPECT_THAT(RestOn(device, ProfileChoice()).readOnly, ElementsAre("Gain"));
 }
 
 TEST(KitProfileChangeTest, MissingSettingsMayBeIgnored) {
-    const Profile profile = FakeDevice({Integer(1, L"Gain", 12), Integer(4, L"Rate", 7)}).Take();
     FakeDevice device({Integer(4, L"Rate", 5)});
-    Change change(device.parameters);
 
-    const ProfileRest rest = ApplyProfile(profile, ProfileChoice{{}, /*isMissingIgnored=*/true},
-                                          device.GetSnapshot(), change);
-
-    EXPECT_THAT(rest.missing, ElementsAre("Gain"));
-    EXPECT_THAT(change.GetEdits(), SizeIs(1));
+    EXPECT_THAT(RestOn(device, ProfileChoice{{}, /*isMissingIgnored=*/true}).missing,
+                ElementsAre("Gain"));
 }
 
 TEST(KitProfileChangeTest, OnlyWhatWasChosenIsLookedAt) {
-    const Profile profile = FakeDevice({Integer(1, L"Gain", 12), Integer(4, L"Rate", 7)}).Take();
     FakeDevice device({Integer(4, L"Rate", 5)});
-    Change change(device.parameters);
 
-    (void)ApplyProfile(profile, ProfileChoice{{"Rate"}, false}, device.GetSnapshot(), change);
-
-    EXPECT_THAT(change.GetEdits(), SizeIs(1));
+    EXPECT_THAT(RestOn(device, ProfileChoice{{"Rate"}, false}).missing, IsEmpty());
 }
 
 // Differences

@@ -1,13 +1,14 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Snapshots of parameters, changes and watches, on repositories without a device.
+// Snapshots of parameters, values from texts and watches, on repositories without a device.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <functional>
 #include <limits>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -51,10 +52,6 @@ constexpr unsigned long kId = 1;
 // A repository whose device does what the test says.
 class FakeDevice : public DeviceParameterRepository {
 public:
-    Result Apply() override {
-        ++requests;
-        return applyResult;
-    }
     Result Refresh() override {
         onRefresh();
         return refreshResult;
@@ -86,28 +83,35 @@ public:
     }
 
     DeviceParameters parameters{*this};
-    int requests = 0;
-    Result applyResult = Result(Code::Success);
     Result refreshResult = Result(Code::Success);
     std::function<void()> onRefresh = [] {};
 };
 
-// The only refusal of this edit.
-Refusal RefusalOf(FakeDevice& aDevice, const std::string& aName, const std::string& aText) {
+// The refusal of this edit; nothing if it is none.
+std::optional<Refusal> TryToSet(FakeDevice& aDevice, const std::string& aName,
+                                const std::string& aText) {
     Change change(aDevice.parameters);
     change.Set(aName, aText);
-    const auto error = ErrorOf([&] { change.Send(); });
-    if (!error || error->GetRefusals().size() != 1) {
-        ADD_FAILURE() << "not refused: " << aText;
-        return Refusal();
-    }
-    return error->GetRefusals().front();
+    return change.GetEdits().at(0).refusal;
+}
+
+Refusal RefusalOf(FakeDevice& aDevice, const std::string& aName, const std::string& aText) {
+    const std::optional<Refusal> refusal = TryToSet(aDevice, aName, aText);
+    EXPECT_TRUE(refusal.has_value()) << "not refused: " << aText;
+    return refusal.value_or(Refusal());
 }
 
 bool IsTaken(FakeDevice& aDevice, const std::string& aName, const std::string& aText) {
+    return !TryToSet(aDevice, aName, aText);
+}
+
+// The value that this text is taken as; nothing if it is refused.
+std::optional<Value> ValueFrom(FakeDevice& aDevice, const std::string& aName,
+                               const std::string& aText) {
     Change change(aDevice.parameters);
     change.Set(aName, aText);
-    return change.GetEdits().size() == 1;
+    const QvKit::Edit& edit = change.GetEdits().at(0);
+    return edit.refusal ? std::nullopt : std::optional<Value>(edit.after);
 }
 
 // Snapshots
@@ -288,7 +292,7 @@ TEST(KitSettingTest, AValueIsItsNumberTextOrEntry) {
 
 // Changes: values from texts
 
-TEST(KitChangeTest, AnIntegerIsDecimalOrHexadecimalWithASign) {
+TEST(KitValueTest, AnIntegerIsDecimalOrHexadecimalWithASign) {
     FakeDevice device;
     const Parameter& number = device.AddInteger(std::numeric_limits<long long>::min(),
                                                 std::numeric_limits<long long>::max());
@@ -311,7 +315,7 @@ TEST(KitChangeTest, AnIntegerIsDecimalOrHexadecimalWithASign) {
     }
 }
 
-TEST(KitChangeTest, WhatIsNoNumberIsRefused) {
+TEST(KitValueTest, WhatIsNoNumberIsRefused) {
     FakeDevice device;
     const Parameter& number = device.AddInteger(-100, 100);
     for (const char* text :
@@ -326,7 +330,7 @@ TEST(KitChangeTest, WhatIsNoNumberIsRefused) {
     }
 }
 
-TEST(KitChangeTest, ANumberBeyond64BitsIsRefusedInsteadOfWrapping) {
+TEST(KitValueTest, ANumberBeyond64BitsIsRefusedInsteadOfWrapping) {
     FakeDevice device;
     device.AddInteger(-100, 100);
     for (const char* text : {"9223372036854775808", "-9223372036854775809", "0xffffffffffffffff",
@@ -339,7 +343,7 @@ TEST(KitChangeTest, ANumberBeyond64BitsIsRefusedInsteadOfWrapping) {
     }
 }
 
-TEST(KitChangeTest, AValueOutsideTheRangeIsRefusedInTheLibrarysWords) {
+TEST(KitValueTest, AValueOutsideTheRangeIsRefusedInTheLibrarysWords) {
     FakeDevice device;
     Parameter& number = device.AddInteger(0, 60);
     ASSERT_THAT(number.SetDescription("Gain (dB)"), HasCode(Code::Success));
@@ -353,17 +357,15 @@ TEST(KitChangeTest, AValueOutsideTheRangeIsRefusedInTheLibrarysWords) {
     EXPECT_TRUE(refusal.isLogged);
 }
 
-TEST(KitChangeTest, AnEntrysNameComesBeforeItsIndex) {
+TEST(KitValueTest, AnEntrysNameComesBeforeItsIndex) {
     FakeDevice device;
-    const Parameter& mode = device.AddEnumeration({"Slow", "Fast", "0"});
+    device.AddEnumeration({"Slow", "Fast", "0"});
 
-    EXPECT_TRUE(IsTaken(device, "Mode", "0"));
-    EXPECT_EQ(2, mode.GetInt());
-    EXPECT_TRUE(IsTaken(device, "Mode", "1"));
-    EXPECT_EQ(1, mode.GetInt());
+    EXPECT_EQ(Value(2LL), ValueFrom(device, "Mode", "0"));
+    EXPECT_EQ(Value(1LL), ValueFrom(device, "Mode", "1"));
 }
 
-TEST(KitChangeTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {
+TEST(KitValueTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {
     FakeDevice device;
     device.AddEnumeration({"Slow", "Fast"});
 
@@ -374,19 +376,17 @@ TEST(KitChangeTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {
     EXPECT_TRUE(refusal.isLogged);
 }
 
-TEST(KitChangeTest, AnEntryIsTakenInAnotherCaseWhenOnlyOneIsMeant) {
+TEST(KitValueTest, AnEntryIsTakenInAnotherCaseWhenOnlyOneIsMeant) {
     FakeDevice device;
-    const Parameter& mode = device.AddEnumeration({"Slow", "fast", "Fast"});
+    device.AddEnumeration({"Slow", "fast", "Fast"});
 
-    EXPECT_TRUE(IsTaken(device, "Mode", "Fast"));
-    EXPECT_EQ(2, mode.GetInt());
-    EXPECT_TRUE(IsTaken(device, "Mode", "sLOW"));
-    EXPECT_EQ(0, mode.GetInt());
+    EXPECT_EQ(Value(2LL), ValueFrom(device, "Mode", "Fast"));
+    EXPECT_EQ(Value(0LL), ValueFrom(device, "Mode", "sLOW"));
     EXPECT_EQ("did you mean fast? allowed: Slow, fast, Fast",
               RefusalOf(device, "Mode", "FAST").hint);
 }
 
-TEST(KitChangeTest, AnEntryThatIsNearlyRightIsSuggested) {
+TEST(KitValueTest, AnEntryThatIsNearlyRightIsSuggested) {
     FakeDevice device;
     device.AddEnumeration({"Continuous", "Triggered"});
 
@@ -394,7 +394,7 @@ TEST(KitChangeTest, AnEntryThatIsNearlyRightIsSuggested) {
               RefusalOf(device, "Mode", "trigger").hint);
 }
 
-TEST(KitChangeTest, ANumbersUnitMayFollow) {
+TEST(KitValueTest, ANumbersUnitMayFollow) {
     FakeDevice device;
     Parameter& number = device.AddInteger(0, 1000);
     ASSERT_THAT(number.SetDescription("Gain (dB)"), HasCode(Code::Success));
@@ -409,7 +409,7 @@ TEST(KitChangeTest, ANumbersUnitMayFollow) {
     }
 }
 
-TEST(KitChangeTest, HexadecimalDigitsAreNoUnit) {
+TEST(KitValueTest, HexadecimalDigitsAreNoUnit) {
     FakeDevice device;
     Parameter& number = device.AddInteger(0, 1000);
     ASSERT_THAT(number.SetDescription("Size (B)"), HasCode(Code::Success));
@@ -419,7 +419,7 @@ TEST(KitChangeTest, HexadecimalDigitsAreNoUnit) {
     EXPECT_EQ(0x1B, number.GetInt());
 }
 
-TEST(KitChangeTest, EveryCharacterComesBackFromItsEscapedText) {
+TEST(KitValueTest, EveryCharacterComesBackFromItsEscapedText) {
     FakeDevice device;
     const Parameter& parameter = device.AddText();
     constexpr unsigned int kStep = 50;
@@ -439,18 +439,18 @@ TEST(KitChangeTest, EveryCharacterComesBackFromItsEscapedText) {
     }
 }
 
-TEST(KitChangeTest, AZeroInATextIsRefused) {
+TEST(KitValueTest, AZeroInATextIsRefused) {
     FakeDevice device;
     device.AddText();
     Change change(device.parameters);
 
     change.SetEscaped("Text", "a\\u0000b");
 
-    EXPECT_EQ("Text=a\\u0000b refused: A text cannot have a zero character; nothing was sent",
-              MessageOf([&] { change.Send(); }));
+    EXPECT_STREQ("Text=a\\u0000b refused: A text cannot have a zero character; nothing was sent",
+                 change.GetPlan().error->what());
 }
 
-TEST(KitChangeTest, AnEntryIsTakenByItsEscapedText) {
+TEST(KitValueTest, AnEntryIsTakenByItsEscapedText) {
     FakeDevice device;
     const Parameter& mode = device.AddEnumeration({"A", "B\n"});
     const std::string escaped = Snapshot(device).Find("Mode")->ToEscapedText(1LL);
@@ -462,7 +462,7 @@ TEST(KitChangeTest, AnEntryIsTakenByItsEscapedText) {
     EXPECT_EQ(1, mode.GetInt());
 }
 
-TEST(KitChangeTest, AnEntryThatIsAlikeInTheCodePageOnlyIsRefused) {
+TEST(KitValueTest, AnEntryThatIsAlikeInTheCodePageOnlyIsRefused) {
     FakeDevice device;
     device.AddEnumeration({"??"});
 
@@ -472,7 +472,7 @@ TEST(KitChangeTest, AnEntryThatIsAlikeInTheCodePageOnlyIsRefused) {
     EXPECT_EQ(static_cast<unsigned long>(Code::NotFound), refusal.code);
 }
 
-TEST(KitChangeTest, AReadOnlyParameterIsRefusedAsSuchWhateverTheText) {
+TEST(KitValueTest, AReadOnlyParameterIsRefusedAsSuchWhateverTheText) {
     FakeDevice device;
     ASSERT_THAT(device.Add("Number").SetReadOnly(true), HasCode(Code::Success));
 
@@ -483,7 +483,7 @@ TEST(KitChangeTest, AReadOnlyParameterIsRefusedAsSuchWhateverTheText) {
     EXPECT_EQ(static_cast<unsigned long>(Code::NotAllowed), refusal.code);
 }
 
-TEST(KitChangeTest, AMissingParameterIsRefused) {
+TEST(KitValueTest, AMissingParameterIsRefused) {
     FakeDevice device;
 
     const Refusal refusal = RefusalOf(device, "Number", "1");
@@ -493,7 +493,7 @@ TEST(KitChangeTest, AMissingParameterIsRefused) {
     EXPECT_EQ(static_cast<unsigned long>(Code::InvalidArgument), refusal.code);
 }
 
-TEST(KitChangeTest, ATextIsAsLongAsARecordCarries) {
+TEST(KitValueTest, ATextIsAsLongAsARecordCarries) {
     FakeDevice device;
     device.AddText();
 
@@ -505,7 +505,7 @@ TEST(KitChangeTest, ATextIsAsLongAsARecordCarries) {
     EXPECT_EQ(static_cast<unsigned long>(Code::InvalidArgument), refusal.code);
 }
 
-TEST(KitChangeTest, AChangeThatTheCodePageCannotTellIsMarked) {
+TEST(KitValueTest, AChangeThatTheCodePageCannotTellIsMarked) {
     FakeDevice device;
     Parameter& text = device.AddText();
     ASSERT_THAT(text.SetString(QvKit::ToLibraryText(kJapanese)), HasCode(Code::Success));
@@ -517,7 +517,7 @@ TEST(KitChangeTest, AChangeThatTheCodePageCannotTellIsMarked) {
     EXPECT_EQ(kChinese, QvKit::FromLibraryText(text.GetString()));
 }
 
-TEST(KitChangeTest, AResetSetsTheDefault) {
+TEST(KitValueTest, AResetSetsTheDefault) {
     FakeDevice device;
     ASSERT_THAT(device.Add("Number", 2).SetInt(9), HasCode(Code::Success));
     ASSERT_THAT(device.AddText().SetString("text"), HasCode(Code::Success));
@@ -525,131 +525,21 @@ TEST(KitChangeTest, AResetSetsTheDefault) {
     Change change(device.parameters);
     change.Reset("Number");
     change.Reset("Text");
-    change.Send();
 
     EXPECT_EQ(5, device.GetByID(2UL)->GetInt());
     EXPECT_STREQ("", device.GetByID(kId)->GetString().GetAscii());
     EXPECT_FALSE(change.GetEdits()[0].request.has_value());
 }
 
-TEST(KitChangeTest, AResetOfAReadOnlyParameterIsRefusedInTheLibrarysWords) {
+TEST(KitValueTest, AResetOfAReadOnlyParameterIsRefusedInTheLibrarysWords) {
     FakeDevice device;
     ASSERT_THAT(device.Add("Number").SetReadOnly(true), HasCode(Code::Success));
 
     Change change(device.parameters);
     change.Reset("Number");
 
-    EXPECT_EQ("Number: Parameter is read-only; nothing was sent",
-              MessageOf([&] { change.Send(); }));
-}
-
-// Changes: sending
-
-TEST(KitChangeTest, AllEditsGoInOneRequest) {
-    FakeDevice device;
-    device.Add("A", 1);
-    device.Add("B", 2);
-
-    Change change(device.parameters);
-    change.Set("A", "6");
-    change.Set("B", "5");
-    change.Send();
-
-    EXPECT_EQ(1, device.requests);
-    EXPECT_EQ(Value(5LL), change.GetEdits()[0].setting.value);
-    EXPECT_EQ(Value(6LL), change.GetEdits()[0].after);
-    EXPECT_TRUE(change.GetEdits()[0].IsChange());
-    EXPECT_FALSE(change.GetEdits()[1].IsChange());
-}
-
-TEST(KitChangeTest, NothingIsSentWhenOneEditIsRefused) {
-    FakeDevice device;
-    device.Add("A");
-
-    Change change(device.parameters);
-    change.Set("A", "6");
-    change.Set("B", "7");
-
-    EXPECT_EQ("B=7 refused: The specified parameter doesn't exist; nothing was sent",
-              MessageOf([&] { change.Send(); }));
-    EXPECT_EQ(0, device.requests);
-}
-
-TEST(KitChangeTest, AnotherValueAfterwardsIsNoRefusal) {
-    FakeDevice device;
-    device.Add("A");
-    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
-
-    Change change(device.parameters);
-    change.Set("A", "7");
-    const auto error = ErrorOf([&] { change.Send(); });
-
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ErrorKind::ChangedMeanwhile, error->GetKind());
-    EXPECT_STREQ(
-        "A holds 8 instead of 7: changed by another program meanwhile, or not kept by the device",
-        error->what());
-    EXPECT_THAT(error->GetRefusals(), IsEmpty());
-}
-
-TEST(KitChangeTest, AVolatileValueMayDifferFromWhatWasSent) {
-    FakeDevice device;
-    ASSERT_THAT(device.Add("A").SetVolatile(true), HasCode(Code::Success));
-    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
-
-    Change change(device.parameters);
-    change.Set("A", "7");
-
-    EXPECT_NO_THROW(change.Send());
-}
-
-TEST(KitChangeTest, AParameterThatTheDeviceLostIsNamed) {
-    FakeDevice device;
-    device.Add("A");
-    device.onRefresh = [&] { (void)device.RemoveByID(kId); };
-
-    Change change(device.parameters);
-    change.Reset("A");
-
-    EXPECT_EQ("the device does not have A any more", MessageOf([&] { change.Send(); }));
-}
-
-TEST(KitChangeTest, ARefusalByTheDeviceIsAnErrorWithItsCode) {
-    FakeDevice device;
-    device.applyResult = Result(Code::Pending);
-
-    Change change(device.parameters);
-    const auto error = ErrorOf([&] { change.Send(); });
-
-    ASSERT_TRUE(error.has_value());
-    EXPECT_STREQ("the device refused the change: code 0xffff", error->what());
-    EXPECT_EQ(ErrorKind::DeviceFailed, error->GetKind());
-    EXPECT_EQ(0xFFFFu, error->GetCode());
-}
-
-TEST(KitChangeTest, ARefusalByTheDeviceNamesWhatWasSent) {
-    FakeDevice device;
-    device.Add("A", 1);
-    device.Add("B", 2);
-    device.Add("C", 3);
-    device.applyResult = Result(Code::Pending);
-
-    Change change(device.parameters);
-    change.Set("A", "6");
-    change.Set("B", "5");
-    change.Set("C", "7");
-
-    EXPECT_EQ("the device refused the change of A, C: code 0xffff",
-              MessageOf([&] { change.Send(); }));
-}
-
-TEST(KitChangeTest, ADeviceThatCannotBeReadAfterwardsIsAnErrorThatSaysSo) {
-    FakeDevice device;
-    device.refreshResult = Result(Code::Pending);
-
-    Change change(device.parameters);
-
-    EXPECT_THAT(MessageOf([&] { change.Send(); }), StartsWith("the change was sent, but "));
+    EXPECT_STREQ("Number: Parameter is read-only; nothing was sent",
+                 change.GetPlan().error->what());
 }
 
 // Watches

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -23,6 +24,7 @@
 #include "output/Printable.h"
 #include "output/SettingTable.h"
 #include "output/TextTable.h"
+#include "verbs/ChangeReport.h"
 
 namespace {
 
@@ -197,6 +199,86 @@ TEST(QvctlArgumentsTest, AnInterfaceThatIsNoGuidIsRefused) {
                                     guid.substr(0, 37), "x" + guid, guid.substr(0, 36) + "g}"}) {
         SCOPED_TRACE(text);
         EXPECT_THAT(MessageOf([&] { Qvctl::ParseInterface(text); }), HasSubstr("is no GUID"));
+    }
+}
+
+// Verdicts
+
+QvKit::Edit EditWith(QvKit::Verdict aVerdict, std::optional<long long> aHeld) {
+    QvKit::Edit edit;
+    edit.setting.name = "Gain";
+    edit.setting.unit = "dB";
+    edit.setting.value = 6LL;
+    edit.after = 7LL;
+    edit.verdict = aVerdict;
+    if (aHeld) edit.held = *aHeld;
+    return edit;
+}
+
+TEST(QvctlVerdictTest, EveryVerdictHasItsWordsAndItsName) {
+    using QvKit::Verdict;
+    struct {
+        Verdict verdict;
+        std::optional<long long> held;
+        const char* name;
+        bool hasChanged;
+        const char* words;
+    } const cases[] = {
+        {Verdict::NotSent, std::nullopt, "not-sent", true, ""},
+        {Verdict::Taken, 7, "taken", true, ""},
+        {Verdict::Rounded, 8, "rounded", true, " (rounded to 8 dB)"},
+        {Verdict::NotKept, 6, "not-kept", false, " (not kept: the device holds 6 dB)"},
+        {Verdict::Gone, std::nullopt, "gone", false, " (the device does not have it any more)"},
+        {Verdict::Unknown, std::nullopt, "unknown", false,
+         " (it is not known whether the device took it)"},
+        {Verdict::Restored, 6, "restored", false, " (the former value was restored)"},
+    };
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.name);
+        const QvKit::Edit edit = EditWith(oneCase.verdict, oneCase.held);
+        nlohmann::ordered_json json;
+        Qvctl::AddToJson(json, QvKit::ChangeOutcome{{edit}, {}, {}});
+
+        EXPECT_EQ(std::string("Gain: 6 dB -> 7 dB") + oneCase.words, Qvctl::DescribeEdit(edit));
+        EXPECT_EQ(oneCase.name, json["parameters"][0]["verdict"]);
+        EXPECT_EQ(oneCase.hasChanged, json["parameters"][0]["changed"]);
+        EXPECT_EQ(!oneCase.held.has_value(), json["parameters"][0]["held"].is_null());
+    }
+}
+
+TEST(QvctlVerdictTest, WhatAnotherProgramDidIsTold) {
+    QvKit::Edit edit = EditWith(QvKit::Verdict::Rounded, 8);
+    edit.readBefore = 5LL;
+
+    EXPECT_EQ(
+        "Gain: 6 dB -> 7 dB (rounded to 8 dB; another program changed it from 5 dB meanwhile)",
+        Qvctl::DescribeEdit(edit));
+}
+
+TEST(QvctlVerdictTest, ARefusedEditHasNoValues) {
+    QvKit::Edit edit = EditWith(QvKit::Verdict::Refused, std::nullopt);
+    edit.refusal = QvKit::Refusal{"Gain", "61", "no", "", 18};
+    nlohmann::ordered_json json;
+
+    Qvctl::AddToJson(json, QvKit::ChangeOutcome{{edit}, {}, {}});
+
+    EXPECT_EQ("refused", json["parameters"][0]["verdict"]);
+    EXPECT_TRUE(json["parameters"][0]["before"].is_null());
+    EXPECT_TRUE(json["parameters"][0]["after"].is_null());
+    EXPECT_EQ(false, json["parameters"][0]["changed"]);
+}
+
+TEST(QvctlVerdictTest, JsonTellsWhetherTheFormerValuesWereRestored) {
+    using Restoring = QvKit::ChangeOutcome::Restoring;
+    struct {
+        Restoring restoring;
+        nlohmann::ordered_json json;
+    } const cases[] = {
+        {Restoring::NotNeeded, nullptr}, {Restoring::Done, true}, {Restoring::Failed, false}};
+    for (const auto& oneCase : cases) {
+        nlohmann::ordered_json json;
+        Qvctl::AddToJson(json, QvKit::ChangeOutcome{{}, oneCase.restoring, {}});
+        EXPECT_EQ(oneCase.json, json["restored"]);
     }
 }
 

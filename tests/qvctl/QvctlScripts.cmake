@@ -96,11 +96,16 @@ if(QV_PYTHON)
     qv_add_schema_test(ShowOfAllParameters show show --all)
     qv_add_schema_test(Get get get Gain OperatingMode Label)
     qv_add_schema_test(Set set set Gain=6 OperatingMode=Continuous)
+    qv_add_schema_test(SetAsADryRun set set Gain=7 --dry-run)
+    # Half a character, which the driver refuses.
+    qv_add_schema_test(SetThatTheDriverRefuses set set "Label=\\ud800" --all-or-nothing)
     qv_add_schema_test(Reset reset reset)
     set(saved ${CMAKE_CURRENT_BINARY_DIR}/saved.json)
     qv_add_schema_test(Save save save ${saved})
     set_tests_properties(QvctlSchema.Save PROPERTIES FIXTURES_SETUP saved-profile)
     qv_add_schema_test(Load load load ${saved} --dry-run)
+    qv_add_schema_test(Keep keep keep ${saved} --only Gain --count 1)
+    qv_add_schema_test(KeepWhatDoesNotFit keep keep ${folder}/other-profile.json --count 1)
     qv_add_schema_test(DiffWithTheDevice diff diff ${saved})
     qv_add_schema_test(DiffOfTwoFiles diff diff ${saved} ${folder}/other-profile.json)
     qv_add_python_test(
@@ -109,7 +114,7 @@ if(QV_PYTHON)
         ${PROJECT_SOURCE_DIR}/tests/corpus/profiles ${saved}
     )
     set_tests_properties(
-        QvctlSchema.Load QvctlSchema.DiffWithTheDevice QvctlSchema.DiffOfTwoFiles
+        QvctlSchema.Load QvctlSchema.Keep QvctlSchema.DiffWithTheDevice QvctlSchema.DiffOfTwoFiles
         QvctlSchema.SavedFile PROPERTIES FIXTURES_REQUIRED saved-profile
     )
     qv_add_schema_test(Watch watch watch Temperature --every 1 --count 3)
@@ -131,7 +136,7 @@ if(QV_PYTHON)
     qv_add_schema_test(DriverStatus driver driver status)
     qv_add_schema_test(DriverWithoutDevices driver driver remove --id ROOT/NOWHERE)
     qv_add_schema_test(Version version version)
-    qv_add_schema_test(Refusal failure set Gain=1000 Unknown=1)
+    qv_add_schema_test(Refusal set set Gain=1000 Unknown=1)
     qv_add_schema_test(WrongUsage failure set)
     qv_add_schema_test(NoDevice failure show --device 99)
 

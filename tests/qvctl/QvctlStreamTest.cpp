@@ -390,6 +390,17 @@ TEST_F(QvctlCtrlCTest, StopsAStreamOfADeviceThatIsSilent) {
     EXPECT_EQ(130u, Interrupt({"stream", "--depth", "64", "--verbose"}, kStreaming).exitCode);
 }
 
+TEST_F(QvctlCtrlCTest, StopsAKeptProfile) {
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("empty.json");
+    WriteBytes(path, R"({ "format": "QvUserLib settings", "version": 1, "parameters": [] })");
+
+    const Outcome outcome = Interrupt({"keep", path, "--verbose"}, "qvctl: keeping\n");
+
+    EXPECT_EQ(130u, outcome.exitCode);
+    EXPECT_THAT(LinesOf(outcome.err), Contains("qvctl: interrupted"));
+}
+
 TEST_F(QvctlCtrlCTest, StopsAWatchWithAnObjectOnALine) {
     const Outcome outcome = Interrupt({"watch", "Gain", "--json", "--verbose"}, kWatching);
 

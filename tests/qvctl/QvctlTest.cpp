@@ -342,10 +342,46 @@ TEST_F(QvctlTest, SetAsJsonTellsBeforeAndAfter) {
         Qvctl({"set", "Gain=7", "BufferSize=64", "--json"}).Json()["parameters"];
 
     EXPECT_EQ(json::parse(R"([
-        {"name": "Gain", "before": 6, "after": 7, "changed": true, "restartRequired": false},
+        {"name": "Gain", "before": 6, "after": 7, "changed": true, "restartRequired": false,
+         "verdict": "taken", "held": 7, "readBefore": null},
         {"name": "BufferSize", "before": 64, "after": 64, "changed": false,
-         "restartRequired": false}])"),
+         "restartRequired": false, "verdict": "taken", "held": 64, "readBefore": null}])"),
               parameters);
+}
+
+TEST_F(QvctlTest, ADryRunOfSetSendsNothing) {
+    EXPECT_EQ("Gain: 6 dB -> 7 dB\na dry run: nothing was sent\n",
+              Qvctl({"set", "Gain=7", "--dry-run"}).out);
+    EXPECT_EQ("Gain=6\n", Get("Gain"));
+}
+
+TEST_F(QvctlTest, ADryRunOfResetSendsNothing) {
+    ASSERT_EQ(0u, Qvctl({"set", "Gain=7"}).exitCode);
+
+    EXPECT_EQ("Gain: 7 dB -> 6 dB\na dry run: nothing was sent\n",
+              Qvctl({"reset", "--dry-run"}).out);
+    EXPECT_EQ("Gain=7\n", Get("Gain"));
+}
+
+TEST_F(QvctlTest, ADryRunOfWhatIsRefusedFails) {
+    const Outcome outcome = Qvctl({"set", "Gain=61", "--dry-run", "--json"});
+
+    EXPECT_EQ(1u, outcome.exitCode);
+    EXPECT_EQ("refused", outcome.Json()["parameters"][0]["verdict"]);
+}
+
+TEST_F(QvctlTest, WhatTheDriverRefusesIsNotKept) {
+    // Half a character.
+    const Outcome outcome = Qvctl({"set", "Gain=7", "Label=\\ud800", "--all-or-nothing"});
+
+    EXPECT_EQ(1u, outcome.exitCode);
+    EXPECT_THAT(outcome.err,
+                StartsWith("qvctl: the device refused the change of Gain, Label: DeviceIoControl "
+                           "failed (error 1113"));
+    EXPECT_THAT(
+        LinesOf(outcome.out),
+        ElementsAre("Gain: 6 dB -> 7 dB (not kept: the device holds 6 dB)",
+                    EndsWith(std::string(" (not kept: the device holds ") + kDefaultLabel + ")")));
 }
 
 TEST_F(QvctlTest, SetRefusesWhatDoesNotFitWithOneLineThatSaysWhy) {

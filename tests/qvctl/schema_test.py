@@ -41,8 +41,8 @@ def main():
     run = subprocess.run(command + ["--json"], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                          check=False, timeout=50)
     output = run.stdout.decode("utf-8")
-    # Each line of watch is an object of its own.
-    texts = output.splitlines() if verb.startswith("watch") else [output]
+    # Each line of these is an object of its own.
+    texts = output.splitlines() if verb.startswith(("watch", "keep")) else [output]
     if not texts:
         sys.exit("nothing was printed")
     errors = 0

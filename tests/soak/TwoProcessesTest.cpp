@@ -4,7 +4,9 @@
 // Two processes on one device: what one does to the other, also by its sudden end.
 
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "KernelObjects.h"
@@ -13,6 +15,7 @@
 #include "SampleDevice.h"
 #include "SamplePackets.h"
 #include "ThirdDevice.h"
+#include "ToolProcess.h"
 
 namespace QvTests {
 namespace {
@@ -102,6 +105,59 @@ TEST_F(TwoProcessesTest, OneClosesWhileTheOtherStreams) {
 
     previous = ReadPacket(connection_).sequence;
     EXPECT_EQ(previous + 1, ReadPacket(connection_).sequence);
+}
+
+// What a run of the tool did to the marker.
+struct MarkerRun {
+    explicit MarkerRun(const ToolOutcome& aOutcome)
+        : report(aOutcome.Json()),
+          edit(report["parameters"][0]),
+          isRefused(aOutcome.exitCode == 1 && report["error"]["kind"] == "refused"),
+          isTaken(aOutcome.exitCode == 0 && edit["verdict"] == "taken") {}
+
+    nlohmann::json report;
+    nlohmann::json edit;
+    bool isRefused;
+    bool isTaken;
+};
+
+// Two runs of the tool at the same time, which set the marker to other values; first the one that
+// was sent first.
+std::pair<MarkerRun, MarkerRun> SetMarkerTwice(int aValue, const std::string& aOption,
+                                               const nlohmann::json& aBefore) {
+    const std::string assignment = "Marker=" + std::to_string(aValue);
+    ToolProcess one({"set", assignment + "1", "--json", aOption});
+    ToolProcess other({"set", assignment + "2", "--json", aOption});
+    MarkerRun first(one.Wait());
+    MarkerRun second(other.Wait());
+    const bool isInOrder = first.isTaken && first.edit["before"] == aBefore;
+    return isInOrder ? std::pair(first, second) : std::pair(second, first);
+}
+
+// Every run sees what it overwrites, and the value that it sent before the next one overwrites it.
+TEST_F(TwoProcessesTest, NothingThatTheToolSendsIsLostUnnoticed) {
+    nlohmann::json before = 0;
+    for (int round = 1; round <= 10; ++round) {
+        const auto [first, second] = SetMarkerTwice(round, "--all-or-nothing", before);
+
+        ASSERT_TRUE(first.isTaken && second.isTaken) << first.report << second.report;
+        EXPECT_EQ(before, first.edit["before"]);
+        EXPECT_EQ(first.edit["after"], second.edit["before"]);
+        before = second.edit["after"];
+    }
+}
+
+// The one that read the marker before the other one changed it is refused.
+TEST_F(TwoProcessesTest, TheToolOverwritesOnlyWhatItHasRead) {
+    nlohmann::json before = 0;
+    for (int round = 1; round <= 10; ++round) {
+        const auto [first, second] = SetMarkerTwice(round, "--if-unchanged", before);
+
+        ASSERT_TRUE(first.isTaken && (second.isTaken || second.isRefused))
+            << first.report << second.report;
+        EXPECT_TRUE(second.edit["readBefore"].is_null() || second.isRefused);
+        before = (second.isTaken ? second : first).edit["after"];
+    }
 }
 
 class TwoProcessesLoopBackTest : public SampleLoopBackTest {};

@@ -58,6 +58,7 @@ public:
         requests.push_back({aCode, aIn != nullptr,
                             std::vector<unsigned char>(input, input + aInSize), aOut != nullptr,
                             aOutSize, aInfo != nullptr, aOverlapped != nullptr});
+        if (onRequest) onRequest();
         switch (aCode) {
             case 0x222004:
                 *aInfo = claimedSize.value_or(
@@ -89,6 +90,9 @@ public:
     QvUserLib::Result sizeResult = 0;
     QvUserLib::Result getResult = 0;
     QvUserLib::Result setResult = 0;
+
+    /// Runs before each request is answered; the request is the last one of `requests`.
+    std::function<void()> onRequest;
 
     /// Runs while records are being received.
     std::function<void()> onSet;

@@ -5,8 +5,15 @@
 #define QVKIT_CLOCK_H
 
 #include <chrono>
+#include <string>
+
+struct _SYSTEMTIME;
 
 namespace QvKit {
+
+/// A moment of the calendar in the form of ISO 8601, without its time zone:
+/// "2026-01-31T12:00:00.123".
+std::string CalendarText(const _SYSTEMTIME& aMoment);
 
 /// Where the kit's operations take the time from. Tests give them a clock of their own.
 class Clock {

@@ -41,6 +41,9 @@ public:
     /// snapshot.
     const Setting* Find(const std::string& aName) const;
 
+    /// The same with this identifier.
+    const Setting* Find(unsigned long aId) const;
+
     /// Copies of the settings with these names, in the order of the names.
     ///
     /// Throws `Error`: `ErrorKind::Refused` with a refusal for each name that does not exist.

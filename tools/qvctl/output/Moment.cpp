@@ -3,25 +3,9 @@
 
 #include "output/Moment.h"
 
-#include <cstdio>
+#include "QvKit/Clock.h"
 
 namespace Qvctl {
-namespace {
-
-std::string DateText(const SYSTEMTIME& aTime) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%04u-%02u-%02u", aTime.wYear, aTime.wMonth, aTime.wDay);
-    return text;
-}
-
-std::string TimeText(const SYSTEMTIME& aTime) {
-    char text[64];
-    std::snprintf(text, sizeof text, "%02u:%02u:%02u.%03u", aTime.wHour, aTime.wMinute,
-                  aTime.wSecond, aTime.wMilliseconds);
-    return text;
-}
-
-}  // namespace
 
 Moment Moment::Now() {
     Moment now = {};
@@ -33,14 +17,15 @@ Moment Moment::Now() {
     return now;
 }
 
-std::string UtcText(const Moment& aMoment) {
-    return DateText(aMoment.utc) + "T" + TimeText(aMoment.utc) + "Z";
-}
+std::string UtcText(const Moment& aMoment) { return QvKit::CalendarText(aMoment.utc) + "Z"; }
 
 std::string LocalText(const Moment& aMoment, const Moment& aBegin) {
-    const std::string date = DateText(aMoment.local);
-    const std::string time = TimeText(aMoment.local);
-    return date == DateText(aBegin.local) ? time : date + " " + time;
+    constexpr std::size_t kDate = sizeof "2026-01-31" - 1;
+    std::string text = QvKit::CalendarText(aMoment.local);
+    const bool isSameDay = QvKit::CalendarText(aBegin.local).compare(0, kDate, text, 0, kDate) == 0;
+    if (isSameDay) return text.substr(kDate + 1);
+    text[kDate] = ' ';
+    return text;
 }
 
 }  // namespace Qvctl

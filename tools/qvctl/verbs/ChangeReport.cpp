@@ -3,6 +3,7 @@
 
 #include "verbs/ChangeReport.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -14,73 +15,185 @@ namespace Qvctl {
 namespace {
 
 using nlohmann::ordered_json;
-using Edit = QvKit::Change::Edit;
-using Edits = std::vector<Edit>;
+using QvKit::ChangeOutcome;
+using QvKit::Edit;
+using QvKit::Verdict;
 
-std::string LineOf(const Edit& aEdit) {
-    const std::string line = DescribeEdit(aEdit);
-    const bool isForLater = aEdit.IsChange() && aEdit.setting.isRestartRequired;
-    return isForLater ? line + " (takes effect when the device starts again)" : line;
+const char* NameOf(Verdict aVerdict) {
+    switch (aVerdict) {
+        case Verdict::Refused:
+            return "refused";
+        case Verdict::Taken:
+            return "taken";
+        case Verdict::Rounded:
+            return "rounded";
+        case Verdict::NotKept:
+            return "not-kept";
+        case Verdict::Gone:
+            return "gone";
+        case Verdict::Unknown:
+            return "unknown";
+        case Verdict::Restored:
+            return "restored";
+        default:
+            return "not-sent";
+    }
+}
+
+// Empty when there is nothing to say but what was asked for.
+std::string DescribeVerdict(const Edit& aEdit) {
+    const auto held = [&] { return aEdit.setting.DescribeWithUnit(*aEdit.held); };
+    switch (aEdit.verdict) {
+        case Verdict::Rounded:
+            return "rounded to " + held();
+        case Verdict::NotKept:
+            return "not kept: the device holds " + held();
+        case Verdict::Gone:
+            return "the device does not have it any more";
+        case Verdict::Unknown:
+            return "it is not known whether the device took it";
+        case Verdict::Restored:
+            return "the former value was restored";
+        default:
+            return std::string();
+    }
+}
+
+// In brackets; empty when there are none.
+std::string NotesOf(const Edit& aEdit, bool aWithRestart) {
+    std::string notes;
+    const auto add = [&](const std::string& aNote) {
+        if (!aNote.empty()) notes += (notes.empty() ? " (" : "; ") + aNote;
+    };
+    if (!aEdit.IsChange()) add("unchanged");
+    add(DescribeVerdict(aEdit));
+    if (aEdit.readBefore) {
+        add("another program changed it from " + aEdit.setting.DescribeWithUnit(*aEdit.readBefore) +
+            " meanwhile");
+    }
+    const bool isForLater = aWithRestart && HasChanged(aEdit) && aEdit.setting.isRestartRequired;
+    if (isForLater) add("takes effect when the device starts again");
+    return notes.empty() ? notes : notes + ")";
+}
+
+std::string LineOf(const Edit& aEdit, bool aWithRestart) {
+    const QvKit::Setting& setting = aEdit.setting;
+    std::string line = setting.name + ": " + setting.DescribeWithUnit(setting.value);
+    if (aEdit.IsChange()) line += " -> " + setting.DescribeWithUnit(aEdit.after);
+    return line + NotesOf(aEdit, aWithRestart);
+}
+
+ordered_json EditToJson(const Edit& aEdit) {
+    const auto toJson = [&](const QvKit::Value& aValue) {
+        return ValueToJson(aEdit.setting, aValue);
+    };
+    ordered_json json;
+    json["name"] = aEdit.setting.name;
+    json["before"] = nullptr;
+    json["after"] = nullptr;
+    if (!aEdit.refusal) {
+        json["before"] = toJson(aEdit.setting.value);
+        json["after"] = toJson(aEdit.after);
+    }
+    json["changed"] = HasChanged(aEdit);
+    json["restartRequired"] = HasChanged(aEdit) && aEdit.setting.isRestartRequired;
+    json["verdict"] = NameOf(aEdit.verdict);
+    json["held"] = nullptr;
+    if (aEdit.held) json["held"] = toJson(*aEdit.held);
+    json["readBefore"] = nullptr;
+    if (aEdit.readBefore) json["readBefore"] = toJson(*aEdit.readBefore);
+    return json;
 }
 
 class ChangeReport final : public Report {
 public:
-    ChangeReport(ChosenDevice aDevice, Edits aEdits, bool aWithUnchanged)
-        : device_(std::move(aDevice)), edits_(std::move(aEdits)), withUnchanged_(aWithUnchanged) {}
+    ChangeReport(ChosenDevice aDevice, ChangeOutcome aOutcome, bool aIsDryRun, bool aWithUnchanged)
+        : device_(std::move(aDevice)),
+          outcome_(std::move(aOutcome)),
+          isDryRun_(aIsDryRun),
+          withUnchanged_(aWithUnchanged) {}
 
+    // When nothing was sent, the error says all.
     void WriteText(Output& aOut) const override {
-        for (const Edit& edit : edits_) {
-            if (edit.IsChange() || withUnchanged_) aOut.WriteLine(Printable(LineOf(edit)));
+        if (outcome_.error && !WasSent(outcome_)) return;
+        bool isEmpty = true;
+        for (const Edit& edit : outcome_.edits) {
+            if (!edit.IsChange() && !withUnchanged_) continue;
+            aOut.WriteLine(Printable(LineOf(edit, /*aWithRestart=*/true)));
+            isEmpty = false;
         }
-        if (CountChanges(edits_) == 0 && !withUnchanged_) aOut.WriteLine("nothing to change");
+        if (isEmpty) aOut.WriteLine("nothing to change");
+        if (isDryRun_) aOut.WriteLine(kDryRun);
     }
 
     ordered_json ToJson() const override {
         ordered_json json;
         json["device"] = Qvctl::ToJson(device_);
-        json["parameters"] = EditsToJson(edits_);
+        json["dryRun"] = isDryRun_;
+        AddToJson(json, outcome_);
         return json;
     }
 
 private:
     ChosenDevice device_;
-    Edits edits_;
+    ChangeOutcome outcome_;
+    bool isDryRun_;
     bool withUnchanged_;
 };
 
 }  // namespace
 
-std::string DescribeEdit(const Edit& aEdit) {
-    const QvKit::Setting& setting = aEdit.setting;
-    const std::string before = setting.name + ": " + setting.DescribeWithUnit(setting.value);
-    if (!aEdit.IsChange()) return before + " (unchanged)";
-    return before + " -> " + setting.DescribeWithUnit(aEdit.after);
+void AddChangeFlags(CLI::App& aCommand, ChangeFlags& aFlags) {
+    aCommand.add_flag("--dry-run", aFlags.isDryRun, "Check and report, but send nothing");
+    aCommand.add_flag("--if-unchanged", aFlags.sending.isRefusedIfChanged,
+                      "Refuse what another program changed meanwhile");
+    aCommand.add_flag("--all-or-nothing", aFlags.sending.isAllOrNothing,
+                      "Restore the former values if one is not kept");
 }
 
-ordered_json EditsToJson(const Edits& aEdits) {
-    ordered_json edits = ordered_json::array();
-    for (const Edit& edit : aEdits) {
-        ordered_json json;
-        json["name"] = edit.setting.name;
-        json["before"] = ValueToJson(edit.setting, edit.setting.value);
-        json["after"] = ValueToJson(edit.setting, edit.after);
-        json["changed"] = edit.IsChange();
-        json["restartRequired"] = edit.IsChange() && edit.setting.isRestartRequired;
-        edits.push_back(std::move(json));
+bool HasChanged(const Edit& aEdit) {
+    const Verdict verdict = aEdit.verdict;
+    return aEdit.IsChange() && (verdict == Verdict::NotSent || verdict == Verdict::Taken ||
+                                verdict == Verdict::Rounded);
+}
+
+std::string DescribeEdit(const Edit& aEdit) { return LineOf(aEdit, /*aWithRestart=*/false); }
+
+void AddToJson(ordered_json& aJson, const ChangeOutcome& aOutcome) {
+    aJson["parameters"] = ordered_json::array();
+    for (const Edit& edit : aOutcome.edits) aJson["parameters"].push_back(EditToJson(edit));
+    aJson["restored"] = nullptr;
+    if (aOutcome.restoring != ChangeOutcome::Restoring::NotNeeded) {
+        aJson["restored"] = aOutcome.restoring == ChangeOutcome::Restoring::Done;
     }
-    return edits;
 }
 
-std::size_t CountChanges(const Edits& aEdits) {
-    return std::count_if(aEdits.begin(), aEdits.end(),
-                         [](const Edit& aEdit) { return aEdit.IsChange(); });
+bool WasSent(const ChangeOutcome& aOutcome) {
+    return std::none_of(aOutcome.edits.begin(), aOutcome.edits.end(), [](const Edit& aEdit) {
+        return aEdit.verdict == Verdict::NotSent || aEdit.verdict == Verdict::Refused;
+    });
 }
 
-Outcome SendChange(const Context& aContext, const ChosenDevice& aDevice, QvKit::Change& aChange,
-                   bool aWithUnchanged) {
-    aChange.Send();
-    aContext.Note("parameters sent: " + std::to_string(CountChanges(aChange.GetEdits())));
-    return {std::make_unique<ChangeReport>(aDevice, aChange.GetEdits(), aWithUnchanged), {}};
+ChangeOutcome SendChange(const Context& aContext, const ChosenDevice& aDevice,
+                         QvKit::Change& aChange, const ChangeFlags& aFlags) {
+    if (aFlags.isDryRun) return aChange.GetPlan();
+    ChangeOutcome outcome = aChange.Send(aFlags.sending);
+    if (outcome.error) outcome.error = QvKit::ExplainRemoval(aDevice.address, *outcome.error);
+    if (WasSent(outcome)) {
+        const auto count = std::count_if(outcome.edits.begin(), outcome.edits.end(),
+                                         [](const Edit& aEdit) { return aEdit.IsChange(); });
+        aContext.Note("parameters sent: " + std::to_string(count));
+    }
+    return outcome;
+}
+
+Outcome SendAndReport(const Context& aContext, const ChosenDevice& aDevice, QvKit::Change& aChange,
+                      const ChangeFlags& aFlags, bool aWithUnchanged) {
+    ChangeOutcome outcome = SendChange(aContext, aDevice, aChange, aFlags);
+    std::optional<QvKit::Error> error = outcome.error;
+    return {std::make_unique<ChangeReport>(aDevice, std::move(outcome), aFlags.isDryRun,
+                                           aWithUnchanged),
+            std::move(error)};
 }
 
 }  // namespace Qvctl

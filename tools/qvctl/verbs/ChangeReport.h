@@ -6,7 +6,6 @@
 #ifndef QVCTL_VERBS_CHANGEREPORT_H
 #define QVCTL_VERBS_CHANGEREPORT_H
 
-#include <cstddef>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
@@ -15,20 +14,43 @@
 #include "QvKit/Change.h"
 #include "output/Report.h"
 
+namespace CLI {
+class App;
+}
+
 namespace Qvctl {
 
-// "Gain: 6 dB -> 12 dB".
-std::string DescribeEdit(const QvKit::Change::Edit& aEdit);
+// How a verb changes settings.
+struct ChangeFlags {
+    bool isDryRun = false;
+    QvKit::SendOptions sending;
+};
 
-nlohmann::ordered_json EditsToJson(const std::vector<QvKit::Change::Edit>& aEdits);
+void AddChangeFlags(CLI::App& aCommand, ChangeFlags& aFlags);
 
-// How many of the edits change a value.
-std::size_t CountChanges(const std::vector<QvKit::Change::Edit>& aEdits);
+// Whether the edit changed the value, or would change it.
+bool HasChanged(const QvKit::Edit& aEdit);
 
-// Sends the change and reports it. The JSON form has every edit; the text form has those that
-// changed nothing only if `aWithUnchanged`. Throws `QvKit::Error`.
-Outcome SendChange(const Context& aContext, const ChosenDevice& aDevice, QvKit::Change& aChange,
-                   bool aWithUnchanged);
+// "Gain: 6 dB -> 12 dB", and in brackets what else became of it.
+std::string DescribeEdit(const QvKit::Edit& aEdit);
+
+// The members "parameters" and "restored".
+void AddToJson(nlohmann::ordered_json& aJson, const QvKit::ChangeOutcome& aOutcome);
+
+// Whether anything was sent.
+bool WasSent(const QvKit::ChangeOutcome& aOutcome);
+
+// Sends the change, unless it is a dry run.
+QvKit::ChangeOutcome SendChange(const Context& aContext, const ChosenDevice& aDevice,
+                                QvKit::Change& aChange, const ChangeFlags& aFlags);
+
+// The same with a report. The JSON form has every edit; the text form has those that changed
+// nothing only if `aWithUnchanged`.
+Outcome SendAndReport(const Context& aContext, const ChosenDevice& aDevice, QvKit::Change& aChange,
+                      const ChangeFlags& aFlags, bool aWithUnchanged);
+
+// The last line of a dry run.
+constexpr char kDryRun[] = "a dry run: nothing was sent";
 
 }  // namespace Qvctl
 

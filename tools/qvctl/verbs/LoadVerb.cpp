@@ -10,13 +10,13 @@
 #include "output/Printable.h"
 #include "output/SettingJson.h"
 #include "verbs/ChangeReport.h"
+#include "verbs/ProfileArguments.h"
 #include "verbs/Verb.h"
 
 namespace Qvctl {
 namespace {
 
 using nlohmann::ordered_json;
-using Edit = QvKit::Change::Edit;
 using Names = std::vector<std::string>;
 
 // "begin: 2 (A, B)"; nothing when there are no names.
@@ -31,7 +31,7 @@ struct Loading {
     ChosenDevice device;
     std::string file;
     bool isDryRun;
-    std::vector<Edit> edits;
+    QvKit::ChangeOutcome outcome;
     QvKit::ProfileRest rest;
 };
 
@@ -39,20 +39,28 @@ class LoadReport final : public Report {
 public:
     explicit LoadReport(Loading aLoading) : loading_(std::move(aLoading)) {}
 
+    // When nothing was sent, the error says all.
     void WriteText(Output& aOut) const override {
+        if (loading_.outcome.error && !WasSent(loading_.outcome)) return;
         Names forLater;
-        for (const Edit& edit : loading_.edits) {
+        std::size_t asked = 0;
+        std::size_t changed = 0;
+        for (const QvKit::Edit& edit : loading_.outcome.edits) {
             if (!edit.IsChange()) continue;
+            ++asked;
             aOut.WriteLine(Printable(DescribeEdit(edit)));
+            if (!HasChanged(edit)) continue;
+            ++changed;
             if (edit.setting.isRestartRequired) forLater.push_back(edit.setting.name);
         }
-        const std::size_t changed = CountChanges(loading_.edits);
+        const std::size_t total = loading_.outcome.edits.size();
         aOut.WriteLine("changed " + std::to_string(changed) + ", unchanged " +
-                       std::to_string(loading_.edits.size() - changed));
+                       std::to_string(total - asked) +
+                       (asked > changed ? ", not taken " + std::to_string(asked - changed) : ""));
         WriteNames(aOut, "passed over because they are read-only", loading_.rest.readOnly);
         WriteNames(aOut, "passed over because the device lacks them", loading_.rest.missing);
         WriteNames(aOut, "take effect when the device starts again", forLater);
-        if (loading_.isDryRun) aOut.WriteLine("a dry run: nothing was sent");
+        if (loading_.isDryRun) aOut.WriteLine(kDryRun);
     }
 
     ordered_json ToJson() const override {
@@ -60,7 +68,7 @@ public:
         json["device"] = Qvctl::ToJson(loading_.device);
         json["file"] = loading_.file;
         json["dryRun"] = loading_.isDryRun;
-        json["parameters"] = EditsToJson(loading_.edits);
+        AddToJson(json, loading_.outcome);
         json["readOnly"] = loading_.rest.readOnly;
         json["missing"] = loading_.rest.missing;
         return json;
@@ -73,15 +81,8 @@ private:
 class LoadVerb final : public Verb {
 public:
     void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("FILE", file_, "The file, as save writes it")
-            ->option_text(" ")
-            ->required()
-            ->check(CheckFileName());
-        aCommand.add_flag("--dry-run", isDryRun_, "Check and report, but send nothing");
-        aCommand.add_option("--only", choice_.only, "Load only these parameters of the file")
-            ->option_text("NAME...");
-        aCommand.add_flag("--ignore-missing", choice_.isMissingIgnored,
-                          "Pass over parameters that the device lacks");
+        AddProfileArguments(aCommand, file_, choice_);
+        AddChangeFlags(aCommand, flags_);
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(choice_.only);
@@ -91,16 +92,17 @@ public:
         QvKit::DeviceParameters& parameters = aContext.LoadParameters(*device);
         QvKit::Change change(parameters);
         QvKit::ProfileRest rest = ApplyProfile(profile, choice_, parameters.GetSnapshot(), change);
-        if (!isDryRun_) change.Send();
+        QvKit::ChangeOutcome outcome = SendChange(aContext, chosen, change, flags_);
+        std::optional<QvKit::Error> error = outcome.error;
         return {std::make_unique<LoadReport>(
-                    Loading{chosen, file_, isDryRun_, change.GetEdits(), std::move(rest)}),
-                {}};
+                    Loading{chosen, file_, flags_.isDryRun, std::move(outcome), std::move(rest)}),
+                std::move(error)};
     }
 
 private:
     std::string file_;
-    bool isDryRun_ = false;
     QvKit::ProfileChoice choice_;
+    ChangeFlags flags_;
 };
 
 }  // namespace

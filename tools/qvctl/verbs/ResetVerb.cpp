@@ -23,6 +23,7 @@ public:
     void AddArguments(CLI::App& aCommand) override {
         aCommand.add_option("NAME", names_, "The parameters to reset; all by default")
             ->option_text("...");
+        AddChangeFlags(aCommand, flags_);
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(names_);
@@ -33,11 +34,12 @@ public:
         const std::vector<std::string> names =
             names_.empty() ? NamesOfWritable(parameters.GetSnapshot()) : names_;
         for (const std::string& name : names) change.Reset(name);
-        return SendChange(aContext, chosen, change, /*aWithUnchanged=*/!names_.empty());
+        return SendAndReport(aContext, chosen, change, flags_, /*aWithUnchanged=*/!names_.empty());
     }
 
 private:
     std::vector<std::string> names_;
+    ChangeFlags flags_;
 };
 
 }  // namespace

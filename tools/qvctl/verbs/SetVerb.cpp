@@ -20,6 +20,7 @@ public:
             ->required();
         aCommand.add_flag("--skip-read-only", skipReadOnly_,
                           "Pass over parameters that are read-only");
+        AddChangeFlags(aCommand, flags_);
     }
     Outcome Run(const Context& aContext) override {
         std::vector<Assignment> assignments;
@@ -40,12 +41,13 @@ public:
             if (skipReadOnly_ && setting != nullptr && setting->isReadOnly) continue;
             change.SetEscaped(one.name, one.value);
         }
-        return SendChange(aContext, chosen, change, /*aWithUnchanged=*/true);
+        return SendAndReport(aContext, chosen, change, flags_, /*aWithUnchanged=*/true);
     }
 
 private:
     std::vector<std::string> assignments_;
     bool skipReadOnly_ = false;
+    ChangeFlags flags_;
 };
 
 }  // namespace

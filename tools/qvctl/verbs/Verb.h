@@ -47,6 +47,7 @@ std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeDriverVerb();
 std::unique_ptr<Verb> MakeGetVerb();
 std::unique_ptr<Verb> MakeHelpVerb();
+std::unique_ptr<Verb> MakeKeepVerb();
 std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeLoadVerb();
 std::unique_ptr<Verb> MakeManualVerb();

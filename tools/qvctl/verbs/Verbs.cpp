@@ -48,14 +48,23 @@ parameter may be given only once.
 
 All values are checked first: if one is refused, nothing is sent. When the
 device has taken the change, its parameters are loaded again and compared with
-what was asked for.
+what was asked for. The report says which values were rounded or not kept, and
+the exit code is 1 then. A device may refuse the request and still take a part:
+with --all-or-nothing the former values are restored unless all were kept. A
+rounded number counts as kept.
 
-Example:
-  qvctl set SamplingInterval=250 OperatingMode=Triggered "Label=Bench 2")";
+Another program may change the device at the same time. A parameter that it
+changed between the first look and the request is reported; with --if-unchanged
+it is refused, and nothing is sent.
+
+Examples:
+  qvctl set SamplingInterval=250 OperatingMode=Triggered "Label=Bench 2"
+  qvctl set Gain=12 FilterOrder=4 --all-or-nothing
+  qvctl set Gain=12 --dry-run)";
 
 constexpr const char* kResetDetails =
     R"(Without names all parameters that are not read-only are reset, including
-hidden and advanced ones. They are sent in one request, as by set.
+hidden and advanced ones. They are sent in one request, and reported, as by set.
 
 Examples:
   qvctl reset
@@ -74,12 +83,23 @@ Examples:
 constexpr const char* kLoadDetails =
     R"(All values are checked first, against the device as it is now: if one does not
 fit exactly, nothing is sent, and every refusal names the line in the file. All
-are sent in one request, as by set. Parameters that are read-only on this device
-are passed over.
+are sent in one request, and reported, as by set. Parameters that are read-only
+on this device are passed over.
 
 Examples:
   qvctl load bench.json --dry-run
   qvctl load bench.json --only Gain Resolution)";
+
+constexpr const char* kKeepDetails =
+    R"(Applies the file as load does, to each device that is there, and to each one
+that arrives or comes back. Prints a line for each, with what was changed, or
+why not; with --json an object a line. A device that does not open, or does not
+return its parameters, is tried again for 10 seconds. Failures of devices do not
+end it. Without --count and --seconds it runs until Ctrl-C, which makes the exit
+code 130.
+
+Example:
+  qvctl keep bench.json)";
 
 constexpr const char* kDiffDetails =
     R"(Compares two files; with one file, the device with it; with --defaults, the
@@ -232,6 +252,8 @@ constexpr struct {
     {"reset", "Set parameters to their defaults", kResetDetails, kAll, MakeResetVerb},
     {"save", "Save parameters in a file", kSaveDetails, kAll, MakeSaveVerb},
     {"load", "Set parameters to what a file holds", kLoadDetails, kAll, MakeLoadVerb},
+    {"keep", "Apply a file to each device that comes", kKeepDetails,
+     InterfaceOption | JsonOption | VerboseOption, MakeKeepVerb},
     {"diff", "Compare a file with another one or the device", kDiffDetails, kAll, MakeDiffVerb},
     {"watch", "Print parameters or devices as they change", kWatchDetails, kAll, MakeWatchVerb},
     {"wait", "Wait until a device comes or goes", kWaitDetails, kAll, MakeWaitVerb},
