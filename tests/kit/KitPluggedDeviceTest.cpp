@@ -27,6 +27,7 @@ using QvKit::DeviceLink;
 using QvKit::DeviceWatcher;
 using testing::ElementsAre;
 using testing::SizeIs;
+using testing::StartsWith;
 
 // So that a failure has a reason.
 constexpr std::chrono::seconds kLimit(30);
@@ -92,6 +93,26 @@ TEST_F(KitPluggedDeviceTest, AWatchOfAllClassesSeesThemToo) {
 
     EXPECT_THAT(recorder.Await(2), ElementsAre("arrival " + path, "removal " + path));
     EXPECT_THAT(present, ElementsAre(PathOf(0), PathOf(1)));
+}
+
+TEST_F(KitPluggedDeviceTest, ASubscriptionEndsWithTheRemovalOfItsDevice) {
+    auto devices = std::make_unique<PluggedDevices>(1);
+    QvKit::SettingsPoller poller(
+        std::make_unique<Device>(QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(2)));
+    EventRecorder recorder;
+    QvKit::Subscription subscription(
+        poller, {"Gain"}, std::chrono::milliseconds(1), [&](const QvKit::SettingEvent& aEvent) {
+            recorder.Add(aEvent.error ? aEvent.error->what() : aEvent.after->name);
+        });
+    subscription.Start();
+    recorder.Await(1);
+
+    devices.reset();
+
+    EXPECT_THAT(recorder.Await(2),
+                ElementsAre("Gain", StartsWith("the device has been removed: cannot read ")));
+    poller.Look();
+    EXPECT_THAT(recorder.Get(), SizeIs(2));
 }
 
 TEST_F(KitPluggedDeviceTest, ADeviceIsLinkedByItsInstancePath) {

@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Snapshots of parameters, values from texts and watches, on repositories without a device.
+// Snapshots of parameters, and values from texts, on repositories without a device.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -16,7 +16,6 @@
 #include "QvKit/Change.h"
 #include "QvKit/Snapshot.h"
 #include "QvKit/Text.h"
-#include "QvKit/Watch.h"
 #include "QvUserLib/DeviceParameterRepository.h"
 #include "QvUserLib/Parameter.h"
 #include "TestSupport.h"
@@ -31,7 +30,6 @@ using QvKit::Setting;
 using QvKit::SettingType;
 using QvKit::Snapshot;
 using QvKit::Value;
-using QvKit::Watch;
 using QvTests::ErrorOf;
 using QvTests::HasCode;
 using QvTests::kChinese;
@@ -540,66 +538,6 @@ TEST(KitValueTest, AResetOfAReadOnlyParameterIsRefusedInTheLibrarysWords) {
 
     EXPECT_STREQ("Number: Parameter is read-only; nothing was sent",
                  change.GetPlan().error->what());
-}
-
-// Watches
-
-TEST(KitWatchTest, TellsOnlyWhatDiffersFromTheLookBefore) {
-    FakeDevice device;
-    device.Add("Level");
-    Watch watch(device.parameters, {});
-    EXPECT_THAT(watch.Look(), IsEmpty());
-
-    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
-    const std::vector<Watch::Difference> differences = watch.Look();
-
-    ASSERT_THAT(differences, SizeIs(1));
-    EXPECT_EQ("Level", differences[0].setting.name);
-    EXPECT_EQ(Value(5LL), differences[0].before);
-    EXPECT_EQ(Value(8LL), differences[0].setting.value);
-    EXPECT_THAT(watch.Look(), IsEmpty());
-}
-
-TEST(KitWatchTest, ShowsTheSettingsAsTheyWereAtTheLastLook) {
-    FakeDevice device;
-    device.Add("Level");
-    Watch watch(device.parameters, {});
-    ASSERT_THAT(watch.GetSettings(), SizeIs(1));
-    EXPECT_EQ(Value(5LL), watch.GetSettings()[0].value);
-
-    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
-    (void)watch.Look();
-
-    EXPECT_EQ(Value(8LL), watch.GetSettings()[0].value);
-}
-
-TEST(KitWatchTest, OnlyNamedSettingsAreWatched) {
-    FakeDevice device;
-    device.Add("A", 1);
-    device.Add("B", 2);
-    Watch watch(device.parameters, {"B"});
-    device.onRefresh = [&] { (void)device.GetByID(kId)->SetInt(8); };
-
-    EXPECT_THAT(watch.Look(), IsEmpty());
-    EXPECT_EQ(ErrorKind::Refused, ErrorOf([&] { Watch(device.parameters, {"C"}); })->GetKind());
-}
-
-TEST(KitWatchTest, AParameterThatIsGoneIsAnError) {
-    FakeDevice device;
-    device.Add("Level");
-    Watch watch(device.parameters, {"Level"});
-    device.onRefresh = [&] { (void)device.RemoveByID(kId); };
-
-    EXPECT_EQ("Level: the device has it no longer", MessageOf([&] { watch.Look(); }));
-}
-
-TEST(KitWatchTest, ADeviceThatFailsIsAnError) {
-    FakeDevice device;
-    Watch watch(device.parameters, {});
-    device.refreshResult = Result(Code::NotAllowed);
-
-    EXPECT_THAT(MessageOf([&] { watch.Look(); }),
-                StartsWith("cannot read the device's parameters: "));
 }
 
 }  // namespace

@@ -22,9 +22,11 @@
 #include "output/Assignment.h"
 #include "output/ErrorReport.h"
 #include "output/Printable.h"
+#include "output/SettingJson.h"
 #include "output/SettingTable.h"
 #include "output/TextTable.h"
 #include "verbs/ChangeReport.h"
+#include "verbs/SettingEventReport.h"
 
 namespace {
 
@@ -85,6 +87,81 @@ TEST(QvctlMarksTest, AReadOnlySettingIsNotExpectedToBeSaved) {
     setting.isPersistent = false;
 
     EXPECT_THAT(Qvctl::GetMarks(setting), ElementsAre("read-only"));
+}
+
+// Events of settings
+
+TEST(QvctlSettingEventTest, ALineSaysWhatHasChangedUnlessItIsTheValue) {
+    using Kind = QvKit::SettingEvent::Kind;
+    QvKit::Setting before;
+    before.name = "Gain";
+    before.unit = "dB";
+    before.maximum = 60;
+    before.value = 6LL;
+    before.entries = {"Slow"};
+    QvKit::Setting after = before;
+    after.value = 12LL;
+    after.defaultValue = 3LL;
+    after.isReadOnly = true;
+    struct {
+        Kind kind;
+        const char* text;
+        nlohmann::ordered_json before;
+        nlohmann::ordered_json after;
+    } const cases[] = {
+        {Kind::Value, "Gain: 6 dB -> 12 dB", 6, 12},
+        {Kind::Range,
+         "Gain: range: 0 to 60, default 0 dB -> 0 to 60, default 3 dB",
+         {{"default", 0}, {"unit", "dB"}, {"minimum", 0}, {"maximum", 60}},
+         {{"default", 3}, {"unit", "dB"}, {"minimum", 0}, {"maximum", 60}}},
+        {Kind::Marks, "Gain: marks: persistent -> readOnly, persistent",
+         Qvctl::ToJson(before)["marks"], Qvctl::ToJson(after)["marks"]},
+    };
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.text);
+        const Qvctl::SettingEventReport report({oneCase.kind, {}, before, after, std::nullopt},
+                                               Qvctl::Moment::Now());
+        EXPECT_EQ(oneCase.text, report.ToText());
+        EXPECT_EQ(oneCase.before, report.ToJson()["before"]);
+        EXPECT_EQ(oneCase.after, report.ToJson()["after"]);
+    }
+}
+
+TEST(QvctlSettingEventTest, OtherEntriesAreListed) {
+    QvKit::Setting before;
+    before.name = "Mode";
+    before.type = QvKit::SettingType::Enumeration;
+    before.value = 0LL;
+    before.defaultValue = 0LL;
+    before.entries = {"Slow"};
+    QvKit::Setting after = before;
+    after.entries = {"Slow", "Fast"};
+
+    const Qvctl::SettingEventReport report(
+        {QvKit::SettingEvent::Kind::Entries, {}, before, after, std::nullopt},
+        Qvctl::Moment::Now());
+
+    EXPECT_EQ("Mode: entries: Slow -> Slow, Fast", report.ToText());
+    EXPECT_EQ("entries", report.ToJson()["what"]);
+    EXPECT_EQ(nlohmann::ordered_json({"Slow", "Fast"}), report.ToJson()["after"]);
+}
+
+TEST(QvctlSettingEventTest, AParameterThatComesOrGoesHasItsValueOnOneSide) {
+    QvKit::Setting setting;
+    setting.name = "Gain";
+    setting.value = 6LL;
+    const Qvctl::SettingEventReport come(
+        {QvKit::SettingEvent::Kind::Arrival, {}, std::nullopt, setting, std::nullopt},
+        Qvctl::Moment::Now());
+    const Qvctl::SettingEventReport gone(
+        {QvKit::SettingEvent::Kind::Gone, {}, setting, std::nullopt, std::nullopt},
+        Qvctl::Moment::Now());
+
+    EXPECT_EQ("Gain: arrival: 6", come.ToText());
+    EXPECT_EQ(nullptr, come.ToJson()["before"]);
+    EXPECT_EQ(6, come.ToJson()["after"]);
+    EXPECT_EQ("Gain: gone: 6", gone.ToText());
+    EXPECT_EQ(nullptr, gone.ToJson()["after"]);
 }
 
 // The table

@@ -586,7 +586,8 @@ TEST_F(QvctlStreamTest, ValuesAtTheBeginningHaveNothingBeforeInJson) {
 
     EXPECT_THAT(first["time"].get<std::string>(), MatchesRegex(kUtcTime));
     first.erase("time");
-    EXPECT_EQ(json({{"name", "Gain"}, {"before", nullptr}, {"after", 6}}), first);
+    EXPECT_EQ(json({{"name", "Gain"}, {"what", "present"}, {"before", nullptr}, {"after", 6}}),
+              first);
 }
 
 TEST_F(QvctlStreamTest, WatchReadsVolatileParametersFromTheDriver) {
@@ -610,7 +611,10 @@ TEST_F(QvctlStreamTest, WatchAsJsonIsAnObjectALine) {
     json first = json::parse(lines[0]);
     EXPECT_THAT(first["time"].get<std::string>(), MatchesRegex(kUtcTime));
     first.erase("time");
-    EXPECT_EQ(json({{"name", "OperatingMode"}, {"before", "Continuous"}, {"after", "Triggered"}}),
+    EXPECT_EQ(json({{"name", "OperatingMode"},
+                    {"what", "value"},
+                    {"before", "Continuous"},
+                    {"after", "Triggered"}}),
               first);
     EXPECT_EQ(7, json::parse(lines[1])["after"]);
 }

@@ -33,12 +33,14 @@
 #include "QvKit/RequestRing.h"
 #include "QvKit/SavedSetting.h"
 #include "QvKit/Setting.h"
+#include "QvKit/SettingEvent.h"
+#include "QvKit/SettingsPoller.h"
 #include "QvKit/Snapshot.h"
 #include "QvKit/Spelling.h"
 #include "QvKit/StopSignal.h"
 #include "QvKit/StreamReader.h"
+#include "QvKit/Subscription.h"
 #include "QvKit/Text.h"
 #include "QvKit/Transfer.h"
-#include "QvKit/Watch.h"
 
 #endif

@@ -55,12 +55,12 @@ private:
     Moment moment_ = Moment::Now();
 };
 
+}  // namespace
+
 std::chrono::milliseconds ToLimit(const std::optional<double>& aSeconds) {
     if (!aSeconds) return QvKit::kNoLimit;
     return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(*aSeconds));
 }
-
-}  // namespace
 
 void WatchDevices(const Context& aContext, const DeviceWatchSettings& aSettings) {
     aContext.printer.BeginSeries();

@@ -114,11 +114,13 @@ Examples:
 
 constexpr const char* kWatchDetails =
     R"(Reads the parameters from the driver again and again, and prints a line for
-each that has changed; with --json an object a line. With --initial the values
-at the beginning come first; --count does not count them. Each line has the
-local time, after midnight with its date; in JSON it is UTC. A value that
-changes and changes back between two looks is not noticed. Without --count
-and --seconds it runs until Ctrl-C, which makes the exit code 130.
+each change; with --json an object a line. A line is about a value, or says what
+else it is about: marks, range or entries that are others now, or a parameter
+that arrives or is gone. With --initial the values at the beginning come first;
+--count does not count them. Each line has the local time, after midnight with
+its date; in JSON it is UTC. A value that changes and changes back between two
+looks is not noticed. Without --count and --seconds it runs until Ctrl-C, which
+makes the exit code 130.
 
 With --devices it prints the devices that come and go instead: those with an
 interface of CLASS, a GUID, or any devices.

@@ -2,58 +2,25 @@
 // SPDX-License-Identifier: MIT
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <limits>
-#include <nlohmann/json.hpp>
 #include <optional>
-#include <utility>
+#include <string>
 
 #include "CtrlC.h"
 #include "InterfaceId.h"
-#include "QvKit/Clock.h"
-#include "QvKit/Watch.h"
+#include "QvKit/Subscription.h"
 #include "commandline/ArgumentChecks.h"
 #include "output/Moment.h"
-#include "output/Printable.h"
-#include "output/SettingJson.h"
 #include "verbs/DeviceWatch.h"
+#include "verbs/SettingEventReport.h"
 #include "verbs/Verb.h"
 
 namespace Qvctl {
 namespace {
 
-// One setting that has changed, or is as it was at the beginning.
-class SettingReport final : public Report {
-public:
-    // `aBefore` is nothing at the beginning. `aBegin` is when the watch began.
-    SettingReport(QvKit::Setting aSetting, std::optional<QvKit::Value> aBefore,
-                  const Moment& aBegin)
-        : setting_(std::move(aSetting)), before_(std::move(aBefore)), begin_(aBegin) {}
-
-    void WriteText(Output& aOut) const override {
-        std::string text = setting_.name + ": ";
-        if (before_) text += setting_.DescribeWithUnit(*before_) + " -> ";
-        text += setting_.DescribeWithUnit(setting_.value);
-        aOut.WriteLine(LocalText(moment_, begin_) + "  " + Printable(text));
-    }
-
-    nlohmann::ordered_json ToJson() const override {
-        nlohmann::ordered_json json;
-        json["time"] = UtcText(moment_);
-        json["name"] = setting_.name;
-        json["before"] = nullptr;
-        if (before_) json["before"] = ValueToJson(setting_, *before_);
-        json["after"] = ValueToJson(setting_, setting_.value);
-        return json;
-    }
-
-private:
-    QvKit::Setting setting_;
-    std::optional<QvKit::Value> before_;
-    Moment begin_;
-    Moment moment_ = Moment::Now();
-};
+using Kind = QvKit::SettingEvent::Kind;
 
 class WatchVerb final : public Verb {
 public:
@@ -91,14 +58,8 @@ public:
         aContext.printer.BeginSeries();
         const ChosenDevice chosen = aContext.FindDevice();
         const auto device = aContext.OpenDevice(chosen);
-        QvKit::Watch watch(aContext.LoadParameters(*device), names_);
-        const CtrlC ctrlC;
-        aContext.Note("watching");
-        try {
-            PrintDifferences(aContext, watch, ctrlC.GetStopSignal());
-        } catch (const QvKit::Error& error) {
-            throw QvKit::ExplainRemoval(chosen.address, error);
-        }
+        QvKit::SettingsPoller poller(aContext.LoadParameters(*device), chosen.address);
+        PrintEvents(aContext, poller);
         return {};
     }
 
@@ -110,36 +71,33 @@ private:
         return {};
     }
 
-    void PrintDifferences(const Context& aContext, QvKit::Watch& aWatch,
-                          const QvKit::StopSignal& aStop) const {
-        const QvKit::Stopwatch stopwatch;
+    void PrintEvents(const Context& aContext, QvKit::SettingsPoller& aPoller) const {
+        const CtrlC ctrlC;
+        const QvKit::StopSignal end;
         const Moment begin = Moment::Now();
-        if (initial_) {
-            for (const QvKit::Setting& setting : aWatch.GetSettings()) {
-                aContext.printer.PrintNext(SettingReport(setting, std::nullopt, begin));
-            }
-        }
+        std::optional<QvKit::Error> failure;
         std::uint64_t printed = 0;
-        for (;;) {
-            if (aStop.WaitFor(GetPause(stopwatch))) throw Interrupted();
-            for (QvKit::Watch::Difference& difference : aWatch.Look()) {
-                aContext.printer.PrintNext(
-                    SettingReport(std::move(difference.setting), difference.before, begin));
-                if (++printed == count_) return;
+        const auto print = [&](const QvKit::SettingEvent& aEvent) {
+            const bool isNews = aEvent.kind != Kind::Present;
+            if (end.IsRequested() || (!isNews && !initial_)) return;
+            if (aEvent.error) {
+                failure = aEvent.error;
+            } else {
+                aContext.printer.PrintNext(SettingEventReport(aEvent, begin));
+                if (isNews) ++printed;
             }
-            if (aContext.out.HasFailed()) return;
-            if (seconds_ && stopwatch.GetSeconds() >= *seconds_) return;
-        }
-    }
-
-    // Until the next look, which the end of the time brings forward.
-    std::chrono::milliseconds GetPause(const QvKit::Stopwatch& aStopwatch) const {
-        using std::chrono::milliseconds;
-        const milliseconds every(everyMs_);
-        if (!seconds_) return every;
-        const std::chrono::duration<double> left(
-            std::max(*seconds_ - aStopwatch.GetSeconds(), 0.0));
-        return std::min(every, std::chrono::ceil<milliseconds>(left));
+            if (failure || printed == count_ || aContext.out.HasFailed()) end.Request();
+        };
+        QvKit::Subscription subscription(aPoller, names_, std::chrono::milliseconds(everyMs_),
+                                         print);
+        aContext.Note("watching");
+        subscription.Start();
+        const bool isOver = !end.WaitForEither(ctrlC.GetStopSignal(), ToLimit(seconds_));
+        // The end of the time brings the last look forward.
+        if (isOver) aPoller.Look();
+        subscription.Stop();
+        if (failure) throw *failure;
+        if (ctrlC.IsPressed() && !end.IsRequested()) throw Interrupted();
     }
 
     std::vector<std::string> names_;
