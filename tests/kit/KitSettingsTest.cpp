@@ -24,7 +24,6 @@ namespace {
 
 using QvKit::Change;
 using QvKit::DeviceParameters;
-using QvKit::ErrorKind;
 using QvKit::Refusal;
 using QvKit::Setting;
 using QvKit::SettingType;
@@ -35,15 +34,12 @@ using QvTests::HasCode;
 using QvTests::kChinese;
 using QvTests::kJapanese;
 using QvTests::kSize;
-using QvTests::MessageOf;
 using QvUserLib::Code;
 using QvUserLib::DeviceParameterRepository;
 using QvUserLib::Parameter;
 using QvUserLib::Result;
-using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
-using testing::StartsWith;
 
 constexpr unsigned long kId = 1;
 
