@@ -20,11 +20,13 @@ namespace QvKit {
 /// Make one, edit each setting at most once, then send. For one thread.
 class Change {
 public:
+    /// One setting that is changed.
     struct Edit {
         Setting setting;                     ///< As it was before the change.
         std::optional<std::string> request;  ///< As it was asked for; nothing for the default.
         Value after;                         ///< What was sent.
 
+        /// Whether the value that was sent differs from the one before.
         bool IsChange() const { return setting.value != after; }
     };
 

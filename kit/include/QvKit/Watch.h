@@ -15,7 +15,9 @@ namespace QvKit {
 /// Reads settings again and again, and returns what has changed. For one thread.
 class Watch {
 public:
+    /// A setting whose value has changed.
     struct Difference {
+        /// At the look before.
         Value before;
         Setting setting;  ///< As it is now.
     };
