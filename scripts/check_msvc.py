@@ -1,4 +1,3 @@
-#!/usr/bin/env python3
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 """Compiles the sources of user mode as Visual Studio would, as far as that is possible without it.
@@ -6,7 +5,7 @@
 Clang in MSVC's mode parses and type-checks them, with LLVM's C++ library and with mingw-w64's headers
 of Windows. Only what starts in our own files counts. First it checks that a GNU extension is refused.
 
-Usage: check_msvc.py [BUILD]     (default: build/mingw, which scripts/build.sh configures)
+Usage: check_msvc.py [SOURCE…]     (default: all that are compiled in build/mingw)
 """
 
 import concurrent.futures
@@ -76,10 +75,11 @@ def kept(arguments):
             yield word
 
 
-def sources(build):
+def sources():
     """Each source of user mode with its own arguments."""
     found = {}
-    for entry in json.loads((build / "compile_commands.json").read_text(encoding="utf-8")):
+    commands = ROOT / "build/mingw/compile_commands.json"
+    for entry in json.loads(commands.read_text(encoding="utf-8")):
         file = pathlib.Path(entry["file"])
         output = entry.get("output", "")
         if file.suffix != ".cpp" or not file.is_relative_to(ROOT) or output.startswith("tests/"):
@@ -115,16 +115,19 @@ def refuses_planted_extension():
 
 
 def main():
-    build = ROOT / (sys.argv[1] if len(sys.argv) > 1 else "build/mingw")
     fetch_library()
     if not refuses_planted_extension():
         sys.exit("error: a GNU statement expression is not refused: the check finds nothing")
-    found = sources(build)
+    found = sources()
+    if len(sys.argv) > 1:
+        wanted = [pathlib.Path(name).resolve() for name in sys.argv[1:]]
+        found = {file: found[file] for file in wanted}
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
         results = list(pool.map(check, found.keys(), found.values()))
     # Errors in headers come once with each source.
     errors = sorted({error for result in results for error in result})
-    print("\n".join(errors))
+    for error in errors:
+        print(error)
     if errors or not found:
         sys.exit(f"error: {len(errors)} errors in {len(found)} sources")
     print(f"{len(found)} sources compile in MSVC's mode")

@@ -45,4 +45,12 @@ QV_DECLARE_FOR_EACH_TYPE(isnan);
 QV_DECLARE_FOR_EACH_TYPE(signbit);
 #undef QV_DECLARE_FOR_EACH_TYPE
 
+// LLVM's C++ library does not have this yet; Microsoft's has.
+#include <charconv>
+
+namespace std {
+from_chars_result from_chars(const char* aFirst, const char* aLast, double& aValue,
+                             chars_format aFormat = chars_format::general);
+}  // namespace std
+
 #endif
