@@ -94,16 +94,22 @@ public:
     ///
     /// With 0 only an answer that is there at once counts.
     /// @{
+
+    /// Sends an I/O-control request.
     QvUserLib::Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize,
                                 void* aOut, unsigned int aOutSize, unsigned long* aInfo,
                                 std::chrono::milliseconds aLimit);
+    /// Reads at most `aSize` bytes.
     QvUserLib::Result Read(void* aOut, unsigned int aSize, unsigned long* aInfo,
                            std::chrono::milliseconds aLimit);
+    /// Writes `aSize` bytes.
     QvUserLib::Result Write(const void* aData, unsigned int aSize, unsigned long* aInfo,
                             std::chrono::milliseconds aLimit);
     /// @}
 
+    /// The limit of requests without one of their own: `RequestLimits::request`.
     std::chrono::milliseconds GetLimit() const;
+    /// Changes that limit for calls that begin later.
     void SetLimit(std::chrono::milliseconds aLimit);
 
     /// Ends all calls that run.
@@ -115,6 +121,7 @@ public:
     /// @retval NotSet  It was closed already.
     QvUserLib::Result Close();
 
+    /// Whether `Close` has not been called yet.
     bool IsConnected() const;
 
     /// How many requests of this connection were given up so far. See `CountGivenUpRequests` for

@@ -31,6 +31,7 @@ constexpr std::chrono::milliseconds kCancelLimit = std::chrono::seconds(1);
 /// | the one that submitted | Ends when its requests have ended. The system cancels the others. |
 class Request {
 public:
+    /// How a request ended.
     struct Outcome {
         unsigned long error;  ///< The system's; 0 for a success.
         /// How many bytes were moved. Not 0 also for a warning, such as 234 (ERROR_MORE_DATA).
@@ -54,6 +55,7 @@ public:
     /// After such a request this throws `Error`, `ErrorKind::SystemFailed`, when the system has no
     /// event left. So does submitting.
     virtual unsigned char* GetBuffer() = 0;
+    /// The size of the memory in bytes.
     virtual std::size_t GetCapacity() const = 0;
 
     /// @name Submitting

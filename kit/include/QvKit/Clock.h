@@ -30,10 +30,13 @@ public:
 /// How much time has passed since the object was made. The clock is borrowed.
 class Stopwatch {
 public:
+    /// Starts. The clock is borrowed.
     explicit Stopwatch(const Clock& aClock = Clock::GetSystemClock())
         : clock_(&aClock), start_(aClock.GetTime()) {}
 
+    /// The time since the start.
     std::chrono::nanoseconds GetTime() const { return clock_->GetTime() - start_; }
+    /// The same in seconds.
     double GetSeconds() const { return std::chrono::duration<double>(GetTime()).count(); }
 
 private:

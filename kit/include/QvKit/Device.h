@@ -23,6 +23,7 @@ public:
     Device(const Device&) = delete;
     Device& operator=(const Device&) = delete;
 
+    /// Where it was opened.
     const DeviceAddress& GetAddress() const;
 
     /// Loads the parameters. To be called once; `DeviceParameters::Refresh` loads them again. They

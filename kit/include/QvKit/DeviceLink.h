@@ -22,9 +22,10 @@ struct DeviceSystem;
 /// What a device is, however often it is unplugged. All texts are UTF-8. Upper and lower case count
 /// in parameters only.
 struct DeviceIdentity {
+    /// By what a device is recognised.
     enum class Kind { InstancePath, Parameter, Location };
 
-    /// The device with this instance path, such as ROOT\NAME\0000.
+    /// The device with this instance path, such as `ROOT\NAME\0000`.
     static DeviceIdentity ByInstancePath(std::string aPath);
 
     /// The device with a parameter, such as a serial number, of this value. The value is a text as
@@ -36,12 +37,12 @@ struct DeviceIdentity {
     /// the system states them.
     static DeviceIdentity ByLocation(std::string aLocation);
 
-    /// "the device ROOT\NAME\0000", "the device with SerialNumber=7", "the device in SLOT 3".
+    /// `the device ROOT\NAME\0000`, `the device with SerialNumber=7`, `the device in SLOT 3`.
     std::string ToText() const;
 
-    Kind kind;
-    std::string name;  ///< Of the parameter; empty for other kinds.
-    std::string value;
+    Kind kind;          ///< By what the device is recognised.
+    std::string name;   ///< Of the parameter; empty for other kinds.
+    std::string value;  ///< The path, the value of the parameter, or the place.
 };
 
 /// Keeps a device open through removals: opens it as soon as it is there, and again when it has
@@ -65,6 +66,7 @@ public:
     using Listener = std::function<void(const std::shared_ptr<Device>&)>;
 
     /// @param aInterface  The class of the interface that is opened.
+    /// @param aIdentity   Which device of the class.
     /// @param aListener  May be empty.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed`.
@@ -91,7 +93,8 @@ public:
 
     /// Waits until the device is there and open.
     ///
-    /// @param aStop  Ends the wait; may be null.
+    /// @param aLimit  For how long; `kNoLimit` for any time.
+    /// @param aStop   Ends the wait; may be null.
     ///
     /// Throws `Error`: `ErrorKind::TimedOut` when the time is over, with the reason why it did not
     /// open, if it was there; `ErrorKind::Cancelled` when `aStop` was requested or the link was

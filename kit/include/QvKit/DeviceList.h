@@ -20,7 +20,7 @@ struct DeviceAddress {
     std::string link;  ///< Its symbolic link in the ANSI code page, as the library takes it.
     std::string path;  ///< The same in UTF-8.
     bool isListed;     ///< Whether the system named it. A path that somebody gave may be wrong.
-    /// Such as ROOT\QVSAMPLE\0000; empty if it is not listed. Braces may leave it out.
+    /// Such as `ROOT\QVSAMPLE\0000`; empty if it is not listed. Braces may leave it out.
     std::string instanceId = {};  // NOLINT(readability-redundant-member-init)
 };
 
@@ -43,7 +43,7 @@ std::vector<std::size_t> FindByParameter(const std::vector<DeviceAddress>& aDevi
 /// system does not know.
 std::size_t CountKnownDevices(const _GUID& aInterface);
 
-/// The address of a device path in UTF-8, such as \\.\NAME. It is not looked up: opening it shows
+/// The address of a device path in UTF-8, such as `\\.\NAME`. It is not looked up: opening it shows
 /// whether there is such a device.
 ///
 /// Throws `Error`: `ErrorKind::NoSuchDevice` for a path with characters that no link can have.

@@ -20,13 +20,14 @@ struct DeviceSystem;
 
 /// What happened to an interface of a device.
 struct DeviceEvent {
+    /// What can happen.
     enum class Kind {
         Present,  ///< It was there when the watch began.
         Arrival,  ///< It has come.
         Removal   ///< It has gone.
     };
 
-    Kind kind;
+    Kind kind;                   ///< What happened.
     DeviceAddress device;        ///< The path is in lower case.
     std::string interfaceClass;  ///< Its GUID, with braces and lower-case digits.
 };
@@ -54,6 +55,7 @@ public:
     /// Begins the watch. Events wait until `Start`.
     ///
     /// @param aInterface  The interface class, or null for all of them.
+    /// @param aCallback   Takes the events; must not be empty.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed`.
     DeviceWatcher(const _GUID* aInterface, Callback aCallback);

@@ -15,7 +15,7 @@ namespace QvKit {
 
 /// A setting that two sets do not have alike.
 struct Difference {
-    std::string name;
+    std::string name;                    ///< UTF-8.
     std::optional<SavedSetting> first;   ///< Nothing when the first set does not have it.
     std::optional<SavedSetting> second;  ///< The same of the second set.
 };

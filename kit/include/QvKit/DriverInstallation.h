@@ -17,11 +17,11 @@ namespace QvKit {
 
 /// A root-enumerated device of this machine. All texts are UTF-8.
 struct RootDevice {
-    std::string instanceId;               ///< Such as ROOT\NAME\0000.
+    std::string instanceId;               ///< Such as `ROOT\NAME\0000`.
     std::string service;                  ///< Of its driver; empty while it has none.
     std::vector<std::string> interfaces;  ///< The paths that programs open, of every class.
-    bool isStarted = false;
-    std::string problem;  ///< Why it has not started; empty when it has.
+    bool isStarted = false;               ///< Whether it runs and programs can open it.
+    std::string problem;                  ///< Why it has not started; empty when it has.
 };
 
 /// The root-enumerated devices with a hardware id, started or not, in the order of their instance
@@ -30,6 +30,7 @@ struct RootDevice {
 /// Throws `Error`: `ErrorKind::SystemFailed`.
 std::vector<RootDevice> ListRootDevices(const std::string& aHardwareId = std::string());
 
+/// How a driver is installed.
 struct InstallationSettings {
     std::size_t devices = 1;                      ///< How many there are to be, at least.
     std::chrono::milliseconds startLimit{10000};  ///< How long to wait until they have started.

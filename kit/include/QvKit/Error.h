@@ -30,9 +30,9 @@ enum class ErrorKind {
 
 /// One thing that was asked for and refused, such as a value of one parameter.
 struct Refusal {
-    std::string name;
+    std::string name;                  ///< The parameter, or whatever was asked for.
     std::optional<std::string> value;  ///< As it was asked for; nothing when no value was given.
-    std::string reason;
+    std::string reason;                ///< Why it was refused.
     std::string hint;       ///< What would work instead; empty when there is nothing to say.
     unsigned long code;     ///< Of the library's result, or the system's error.
     bool isLogged = false;  ///< Whether the library has written it to its error log.
@@ -45,17 +45,22 @@ struct Refusal {
 /// which kinds. Copies are independent; any thread may read one.
 class Error : public std::exception {
 public:
-    /// @param aCode  The library's or the system's, if one of them reported the failure.
-    /// @param aReason  The part of the message that says why; empty if it is the whole.
+    /// @param aKind     What went wrong.
+    /// @param aMessage  In UTF-8, without a full stop.
+    /// @param aCode     The library's or the system's, if one of them reported the failure.
+    /// @param aReason   The part of the message that says why; empty if it is the whole.
     Error(ErrorKind aKind, std::string aMessage, std::optional<unsigned long> aCode = std::nullopt,
           std::string aReason = std::string());
 
     /// `ErrorKind::Refused`, for these refusals, at least one.
     ///
+    /// @param aRefusals     What was refused.
     /// @param aConsequence  What became of the rest, as in "nothing was sent"; may be empty.
     explicit Error(std::vector<Refusal> aRefusals, std::string aConsequence = std::string());
 
+    /// What went wrong.
     ErrorKind GetKind() const { return kind_; }
+    /// The library's or the system's code, if one of them reported the failure.
     const std::optional<unsigned long>& GetCode() const { return code_; }
 
     /// The message in UTF-8, without a full stop. Of refusals all in one line.
@@ -66,6 +71,7 @@ public:
 
     /// Empty for all kinds but `ErrorKind::Refused`.
     const std::vector<Refusal>& GetRefusals() const { return refusals_; }
+    /// What became of the rest, after refusals; may be empty.
     const std::string& GetConsequence() const { return consequence_; }
 
 private:

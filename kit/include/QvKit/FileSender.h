@@ -22,6 +22,7 @@ class SystemFile;
 /// when the device refuses one because it is busy and takes it later.
 class FileSender final : public Transfer {
 public:
+    /// What is sent, and how.
     struct Settings {
         std::string path;                       ///< UTF-8.
         std::size_t requestSize = 4096;         ///< In bytes; the last request may be smaller.
@@ -35,6 +36,7 @@ public:
                const Clock& aClock = Clock::GetSystemClock());
     ~FileSender() override;
 
+    /// The file, in UTF-8.
     const std::string& GetPath() const { return settings_.path; }
 
     /// @name What may be read when the transfer has ended
@@ -43,7 +45,9 @@ public:
     ///
     /// @{
 
+    /// How many requests the device took.
     std::uint64_t GetRequests() const { return requests_; }
+    /// How many bytes it took.
     std::uint64_t GetBytes() const { return bytes_; }
 
     /// How often a request was sent again.

@@ -15,12 +15,15 @@ namespace QvKit {
 /// too high. The shortest and the longest time are exact.
 class IntervalStatistics {
 public:
+    /// Adds a time.
     void Add(std::uint64_t aNanoseconds);
 
+    /// How many times were added.
     std::uint64_t GetCount() const { return count_; }
 
-    /// In ns; 0 as long as nothing was added.
+    /// The shortest time in ns; 0 as long as nothing was added.
     std::uint64_t GetMinimum() const { return minimum_; }
+    /// The longest time in ns; 0 as long as nothing was added.
     std::uint64_t GetMaximum() const { return maximum_; }
 
     /// The time, in ns, that at least `aPercent` of 100 do not exceed; 0 as long as nothing was

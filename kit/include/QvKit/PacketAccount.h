@@ -24,8 +24,10 @@ public:
     /// Returns whether the bytes are one whole packet, whatever its payload holds.
     bool Take(const unsigned char* aBytes, std::size_t aSize);
 
+    /// Whether every byte of the payload is looked at.
     bool IsWithPayload() const { return withPayload_; }
 
+    /// The format of the packets.
     const PacketFormat& GetFormat() const { return format_; }
 
     /// Whether what follows from the packets' numbers is known: the format has numbers, and not all
@@ -34,15 +36,17 @@ public:
         return format_.IsNumbered() && (packets_ == 0 || unnumbered_ < packets_);
     }
 
-    /// What was taken, broken packets included.
+    /// How many packets were taken, broken ones included.
     std::uint64_t GetPackets() const { return packets_; }
+    /// The bytes of those packets.
     std::uint64_t GetBytes() const { return bytes_; }
 
     /// What was no packet of a format with numbers: it is in no sequence. Without numbers it is 0.
     std::uint64_t GetUnnumbered() const { return unnumbered_; }
 
-    /// How often packets were left out of the sequence, which begins with 0, and how many.
+    /// How often packets were left out of the sequence, which begins with 0.
     std::uint64_t GetGaps() const { return gaps_; }
+    /// How many packets were left out in all.
     std::uint64_t GetMissing() const { return missing_; }
 
     /// As the driver counts them since the stream began.

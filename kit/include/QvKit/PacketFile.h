@@ -24,7 +24,8 @@ public:
 
     /// Adds to what is open already, such as a pipe or standard output. The handle is not closed.
     ///
-    /// @param aName  Takes the place of the path.
+    /// @param aHandle  A Win32 handle, open for writing.
+    /// @param aName    Takes the place of the path.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed`.
     PacketFile(void* aHandle, const std::string& aName);
@@ -39,8 +40,11 @@ public:
     /// Throws `Error`: `ErrorKind::SystemFailed`.
     void Append(const unsigned char* aBytes, std::size_t aSize);
 
+    /// The path, or the name that took its place.
     const std::string& GetPath() const;
+    /// How often bytes were added.
     std::uint64_t GetPackets() const { return packets_; }
+    /// How many bytes were added.
     std::uint64_t GetBytes() const { return bytes_; }
 
 private:

@@ -38,6 +38,8 @@ public:
 
     /// Looks at what a read returned. It allocates nothing unless something is wrong.
     ///
+    /// @param aBytes        What was read.
+    /// @param aSize         How many bytes that are.
     /// @param aWithPayload  Whether to look at every byte of the payload.
     virtual Packet Examine(const unsigned char* aBytes, std::size_t aSize,
                            bool aWithPayload) const = 0;

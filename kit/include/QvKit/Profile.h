@@ -27,19 +27,25 @@ struct Profile {
 
     /// What it was taken from. What is not known is left out.
     struct Origin {
+        /// The GUID of its interface class.
         std::optional<std::string> deviceClass;
+        /// Of the device.
         std::optional<std::string> serialNumber;
+        /// Of the driver's file.
         std::optional<std::string> driverVersion;
     };
 
     /// A setting that is not in the profile.
     struct Omission {
+        /// UTF-8.
         std::string name;
         std::string reason;  ///< "it is read-only", and so on.
     };
 
     std::optional<std::string> time;  ///< When it was taken, in UTC: "2026-01-31T12:00:00Z".
+    /// What it was taken from.
     Origin origin;
+    /// With their values.
     std::vector<SavedSetting> settings;
     std::vector<Omission> omissions;  ///< Of `Take`; a file does not have them.
 
@@ -47,7 +53,9 @@ struct Profile {
     /// volatile, that the driver does not keep, or whose value has no exact form in a file. The
     /// time is now.
     ///
-    /// @param aNames  The settings to take; all of them when there is no name.
+    /// @param aSnapshot  What the device holds.
+    /// @param aNames     The settings to take; all of them when there is no name.
+    /// @param aOrigin    Is kept as it is.
     ///
     /// Throws `Error`: `ErrorKind::Refused` when there is no setting of a name.
     static Profile Take(const Snapshot& aSnapshot, const std::vector<std::string>& aNames,
@@ -58,6 +66,7 @@ struct Profile {
 
     /// Reads a document.
     ///
+    /// @param aJson  The document in UTF-8.
     /// @param aFile  How messages call it.
     ///
     /// Throws `Error`: `ErrorKind::BadFile`, with line and column, for anything that is not exactly
@@ -86,7 +95,9 @@ struct ProfileChoice {
 
 /// What a device does not take from a profile, by names.
 struct ProfileRest {
+    /// Settings that are read-only on the device.
     std::vector<std::string> readOnly;
+    /// Settings that the device lacks.
     std::vector<std::string> missing;
 };
 

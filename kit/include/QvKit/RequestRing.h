@@ -18,9 +18,9 @@ class RequestRing {
 public:
     /// What became of a request. The bytes are valid until the next request is submitted.
     struct Outcome {
-        unsigned long error;  ///< The system's; 0 for a success.
-        const unsigned char* bytes;
-        std::size_t size;
+        unsigned long error;         ///< The system's; 0 for a success.
+        const unsigned char* bytes;  ///< What was read.
+        std::size_t size;            ///< How many bytes were moved.
     };
 
     /// `aDepth` requests can be in flight, each of at most `aSize` bytes; both are 1 at least.
@@ -34,12 +34,16 @@ public:
     RequestRing(const RequestRing&) = delete;
     RequestRing& operator=(const RequestRing&) = delete;
 
+    /// Whether no request is in flight.
     bool IsEmpty() const { return pending_ == 0; }
+    /// Whether no more request can be submitted before one is taken.
     bool IsFull() const { return pending_ == requests_.size(); }
+    /// How many requests are in flight.
     unsigned int GetPending() const { return pending_; }
 
-    /// Submit a request; the ring must not be full. A refusal is the outcome that is taken later.
+    /// Submits a read; the ring must not be full. A refusal is the outcome that is taken later.
     void Read();
+    /// Submits a write of the first `aSize` bytes of the next buffer, in the same way.
     void Write(std::size_t aSize);
 
     /// What the next `Write` writes.

@@ -18,9 +18,9 @@ const char* NameOf(SettingType aType);
 /// A value of a setting with what is needed to recognise the setting again, on another day, another
 /// device, or with another driver. It is a value; texts are UTF-8.
 struct SavedSetting {
-    std::string name;
-    std::optional<unsigned long> id;  ///< Nothing when it is not known.
-    SettingType type = SettingType::Integer;
+    std::string name;                         ///< That of the setting.
+    std::optional<unsigned long> id;          ///< Nothing when it is not known.
+    SettingType type = SettingType::Integer;  ///< What the value is.
     std::optional<std::string> unit;  ///< Of an integer, empty for none; nothing if not known.
     /// As in a `Setting`, but of an enumeration the name of the entry, because a driver may number
     /// its entries in another way. Of an index that has no entry it is the index.
@@ -29,7 +29,8 @@ struct SavedSetting {
 
     SavedSetting() = default;
 
-    /// @param aValue  Of the setting, or its default.
+    /// @param aSetting  What is to be recognised again.
+    /// @param aValue    Of the setting, or its default.
     SavedSetting(const Setting& aSetting, const Value& aValue);
 
     /// The number, the entry's name, or the text.

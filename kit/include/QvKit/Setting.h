@@ -17,23 +17,24 @@ using Value = std::variant<long long, std::wstring>;
 /// The unit of integers that people read in hexadecimal, such as states and masks. It is not shown.
 inline constexpr char kHexadecimalUnit[] = "hex";
 
+/// What a value is.
 enum class SettingType { Integer, Enumeration, String };
 
 /// One parameter of a device as it was at one moment: a value, detached from the device and the
 /// library. Texts are UTF-8.
 struct Setting {
-    std::string name;
-    unsigned long id = 0;
-    SettingType type = SettingType::Integer;
-    std::string description;  ///< Without the unit.
-    std::string unit;         ///< Of an integer; empty for none.
-    Value value;
-    Value defaultValue;
+    std::string name;                         ///< As the driver spells it.
+    unsigned long id = 0;                     ///< The driver's number for it.
+    SettingType type = SettingType::Integer;  ///< What the value is.
+    std::string description;                  ///< Without the unit.
+    std::string unit;                         ///< Of an integer; empty for none.
+    Value value;                              ///< At that moment.
+    Value defaultValue;                       ///< What the driver begins with.
     long long minimum = 0;  ///< Of an integer or enumeration, inclusive, as is the maximum.
     long long maximum = 0;  ///< Of a string, how many UTF-16 units its text may have.
     std::vector<std::string> entries;  ///< The names of an enumeration's entries.
 
-    bool isReadOnly = false;
+    bool isReadOnly = false;         ///< It cannot be changed.
     bool isVolatile = false;         ///< The driver changes the value by itself.
     bool isRestartRequired = false;  ///< A change takes effect when the device starts again.
     bool isPersistent = true;        ///< The value outlives a restart of the driver.

@@ -34,7 +34,9 @@ public:
     explicit Snapshot(const QvUserLib::ParameterRepository& aParameters,
                       const TextLimits& aLimits = TextLimits());
 
+    /// The settings, in the driver's order.
     const std::vector<Setting>& GetSettings() const { return settings_; }
+    /// Whether there are no settings.
     bool IsEmpty() const { return settings_.empty(); }
 
     /// The setting with exactly this name, in UTF-8; null when there is none. It belongs to the

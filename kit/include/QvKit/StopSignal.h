@@ -23,7 +23,9 @@ public:
     StopSignal(const StopSignal&) = delete;
     StopSignal& operator=(const StopSignal&) = delete;
 
+    /// Requests to stop.
     void Request() const;
+    /// Whether that was requested.
     bool IsRequested() const;
 
     /// Waits for a request. Returns whether there was one before the time was over.

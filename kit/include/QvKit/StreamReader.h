@@ -18,6 +18,7 @@
 
 namespace QvKit {
 
+/// How packets are read, and when that ends.
 struct StreamSettings {
     /// @name What ends the stream, whichever comes first
     /// @{
@@ -50,6 +51,7 @@ public:
                  const StopSignal& aStop, const Clock& aClock = Clock::GetSystemClock());
     ~StreamReader() override { StopAndWait(); }
 
+    /// The settings as they were given.
     const StreamSettings& GetSettings() const { return settings_; }
 
     /// May be read when the transfer has ended. Errors are of the kinds

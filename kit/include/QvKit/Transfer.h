@@ -21,8 +21,9 @@ namespace QvKit {
 /// tied to each other.
 class TransferProgress {
 public:
-    /// What was moved so far: packets or requests, and their bytes.
+    /// How many packets or requests were moved so far.
     std::uint64_t GetItems() const { return items_.load(std::memory_order_relaxed); }
+    /// How many bytes were moved so far.
     std::uint64_t GetBytes() const { return bytes_.load(std::memory_order_relaxed); }
 
     /// The driver's count of packets it dropped.
@@ -34,10 +35,17 @@ public:
     /// Whether the transfer is on its way to its end, as it has to be stopped or is complete.
     bool IsStopping() const { return isStopping_.load(std::memory_order_relaxed); }
 
-    // For the transfer.
+    /// @name For the transfer
+    /// @{
+
+    /// Stores the three counts.
     void SetCounts(std::uint64_t aItems, std::uint64_t aBytes, std::uint64_t aDropped);
+    /// Stores how much is done, from 0 to 1.
     void SetDone(double aDone) { done_.store(aDone, std::memory_order_relaxed); }
+    /// Says that the transfer is on its way to its end.
     void SetStopping() { isStopping_.store(true, std::memory_order_relaxed); }
+
+    /// @}
 
 private:
     std::atomic<std::uint64_t> items_{0};
@@ -66,6 +74,7 @@ public:
     /// was over.
     bool WaitFor(std::chrono::milliseconds aLimit) const;
 
+    /// How far it has come. May be read at any time.
     const TransferProgress& GetProgress() const { return progress_; }
 
     /// @name What may be read when the transfer has ended
@@ -97,8 +106,11 @@ protected:
 
     /// Whether the work has to end.
     bool MustEnd() const { return error_ || stop_.IsRequested(); }
+    /// Stops the work early.
     const StopSignal& GetStopSignal() const { return stop_; }
+    /// The time since the start.
     std::chrono::nanoseconds GetElapsed() const { return stopwatch_.GetTime(); }
+    /// For the work, which writes how far it has come.
     TransferProgress& ChangeProgress() { return progress_; }
 
     /// To be called for each request that the device has completed.
