@@ -23,6 +23,7 @@
 #include "QvKit/DriverPackage.h"
 #include "QvKit/Error.h"
 #include "QvKit/FileSender.h"
+#include "QvKit/FileVersion.h"
 #include "QvKit/Guid.h"
 #include "QvKit/IntervalStatistics.h"
 #include "QvKit/PacketAccount.h"
