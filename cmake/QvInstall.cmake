@@ -89,6 +89,7 @@ set(qv_pages
     docs/reliability.md
     docs/streaming.md
     docs/troubleshooting.md
+    docs/unknown-devices.md
     docs/writing-a-driver.md
     driver/README.md
     examples/README.md

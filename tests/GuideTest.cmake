@@ -20,6 +20,7 @@ set(guide_pages
     docs/building.md
     docs/qvctl.md
     docs/troubleshooting.md
+    docs/unknown-devices.md
     docs/architecture.md
     docs/abi.md
     docs/reference.md

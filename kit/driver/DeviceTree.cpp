@@ -4,7 +4,6 @@
 #include "DeviceTree.h"
 
 #include <algorithm>
-#include <functional>
 #include <map>
 #include <vector>
 
@@ -15,10 +14,6 @@
 #include "QvKit/Guid.h"
 #include "QvKit/Text.h"
 #include "WideTexts.h"
-
-// After windows.h, which they need.
-#include <cfgmgr32.h>
-#include <devpropdef.h>
 
 namespace QvKit {
 namespace {
@@ -48,8 +43,7 @@ std::wstring InstanceId(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
 }
 
 std::wstring ServiceOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
-    const std::vector<std::wstring> texts = TextsOf(aSet, aDevice, SPDRP_SERVICE);
-    return texts.empty() ? std::wstring() : texts[0];
+    return TextIn(ReadProperty(aSet, aDevice, SPDRP_SERVICE));
 }
 
 // By instance ids in lower case.
@@ -69,39 +63,12 @@ Interfaces ActiveInterfaces() {
     return interfaces;
 }
 
-using UseDevice = std::function<void(HDEVINFO, SP_DEVINFO_DATA&)>;
-
-// @param aEnumerator  Null for the devices of all.
-void ForEachDevice(const wchar_t* aEnumerator, const UseDevice& aUse) {
-    const UniqueDeviceSet set =
-        Own(::SetupDiGetClassDevsW(nullptr, aEnumerator, nullptr, DIGCF_ALLCLASSES));
-    auto data = EmptyData<SP_DEVINFO_DATA>();
-    for (DWORD i = 0; ::SetupDiEnumDeviceInfo(set.Get(), i, &data); ++i) aUse(set.Get(), data);
-}
-
-void UseOneDevice(const std::string& aInstanceId, const UseDevice& aUse) {
-    const UniqueDeviceSet set = Own(::SetupDiCreateDeviceInfoList(nullptr, nullptr));
-    auto data = EmptyData<SP_DEVINFO_DATA>();
-    const BOOL isThere = ::SetupDiOpenDeviceInfoW(set.Get(), FromUtf8(aInstanceId).c_str(), nullptr,
-                                                  /*OpenFlags=*/0, &data);
-    const unsigned long code = ::GetLastError();
-    if (!isThere) {
+void UseDeviceOf(const std::string& aInstanceId, const UseDevice& aUse) {
+    const DWORD error = UseOneDevice(FromUtf8(aInstanceId), aUse);
+    if (error != ERROR_SUCCESS) {
         throw SystemError(ErrorKind::NoSuchDevice, "there is no device '" + aInstanceId + "'",
-                          code);
+                          error);
     }
-    aUse(set.Get(), data);
-}
-
-struct NodeStatus {
-    bool isStarted = false;
-    unsigned long problem = 0;
-};
-
-NodeStatus StatusOf(const SP_DEVINFO_DATA& aDevice) {
-    ULONG status = 0;
-    ULONG problem = 0;
-    if (::CM_Get_DevNode_Status(&status, &problem, aDevice.DevInst, 0) != CR_SUCCESS) return {};
-    return {(status & DN_STARTED) != 0, (status & DN_HAS_PROBLEM) != 0 ? problem : 0};
 }
 
 // What is wrong with the driver of a device that has not started.
@@ -131,18 +98,8 @@ bool HasHardwareId(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, const std::wstring& 
 
 // Drivers that were installed later have an INF named oemNN.inf. Wine does not tell the name.
 bool IsPartOfWindows(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
-    wchar_t inf[MAX_PATH] = {};
-    DEVPROPTYPE type = 0;
-    const BOOL isKnown =
-        ::SetupDiGetDevicePropertyW(aSet, &aDevice, &kDriverInfPath, &type,
-                                    reinterpret_cast<BYTE*>(inf), sizeof inf, nullptr, 0);
-    return isKnown && !StartsWith(inf, L"oem");
-}
-
-bool NeedsRestart(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
-    auto parameters = EmptyData<SP_DEVINSTALL_PARAMS_W>();
-    if (!::SetupDiGetDeviceInstallParamsW(aSet, &aDevice, &parameters)) return false;
-    return (parameters.Flags & (DI_NEEDREBOOT | DI_NEEDRESTART)) != 0;
+    const std::optional<PropertyData> inf = ReadProperty(aSet, aDevice, kDriverInfPath);
+    return inf && !StartsWith(TextIn(inf), L"oem");
 }
 
 }  // namespace
@@ -161,7 +118,7 @@ std::vector<RootDevice> ListRootDevices(const std::string& aHardwareId) {
         if (!hardwareId.empty() && !HasHardwareId(aSet, aDevice, hardwareId)) return;
         const std::wstring id = InstanceId(aSet, aDevice);
         const std::wstring service = ServiceOf(aSet, aDevice);
-        const NodeStatus status = StatusOf(aDevice);
+        const NodeStatus status = StatusOf(aDevice).value_or(NodeStatus());
         RootDevice device;
         device.instanceId = ToUtf8(id);
         device.service = ToUtf8(service);
@@ -208,7 +165,7 @@ std::string RegisterDevice(const DriverPackage& aPackage) {
 }
 
 void CheckRemovable(const std::string& aInstanceId) {
-    UseOneDevice(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    UseDeviceOf(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
         if (!StartsWith(InstanceId(aSet, aDevice), L"ROOT\\")) {
             throw Error(ErrorKind::WrongUse, "'" + aInstanceId + "' is no root-enumerated device");
         }
@@ -221,10 +178,10 @@ void CheckRemovable(const std::string& aInstanceId) {
 
 RemovedDevice RemoveDevice(const std::string& aInstanceId) {
     RemovedDevice removed = {};
-    UseOneDevice(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    UseDeviceOf(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
         removed.service = ToUtf8(ServiceOf(aSet, aDevice));
         Check(::SetupDiCallClassInstaller(DIF_REMOVE, aSet, &aDevice), "cannot remove the device");
-        removed.needsRestart = NeedsRestart(aSet, aDevice);
+        removed.needsRestart = NeedsMachineRestart(aSet, aDevice);
     });
     return removed;
 }

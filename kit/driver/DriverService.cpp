@@ -33,18 +33,25 @@ UniqueService Open(const std::wstring& aName, DWORD aAccess) {
     return UniqueService(::OpenServiceW(manager.Get(), aName.c_str(), aAccess));
 }
 
+std::filesystem::path WindowsDirectory() {
+    wchar_t windows[MAX_PATH] = {};
+    ::GetSystemWindowsDirectoryW(windows, MAX_PATH);
+    return windows;
+}
+
 // A driver's path as the service has it: complete, of the kernel's form, or below the directory of
 // Windows.
 std::filesystem::path ToWin32Path(const std::wstring& aImage) {
     static const std::wstring kKernelPrefix = L"\\??\\";
-    static const std::wstring kSystemRoot = L"\\SystemRoot\\";
+    static const std::wstring kBeginnings[] = {L"\\SystemRoot\\", L"%SystemRoot%\\"};
     if (aImage.empty()) return std::filesystem::path();
     if (StartsWith(aImage, kKernelPrefix)) return aImage.substr(kKernelPrefix.size());
-    wchar_t windows[MAX_PATH] = {};
-    ::GetSystemWindowsDirectoryW(windows, MAX_PATH);
-    const bool isNamed = StartsWith(aImage, kSystemRoot);
+    for (const std::wstring& beginning : kBeginnings) {
+        if (StartsWith(aImage, beginning))
+            return WindowsDirectory() / aImage.substr(beginning.size());
+    }
     // A complete path replaces what it is added to.
-    return std::filesystem::path(windows) / (isNamed ? aImage.substr(kSystemRoot.size()) : aImage);
+    return WindowsDirectory() / aImage;
 }
 
 std::wstring ImagePath(SC_HANDLE aService) {
@@ -79,6 +86,16 @@ std::optional<DriverService> FindDriverService(const std::wstring& aName) {
     const bool hasReason = !isRunning && status.dwWin32ExitCode != ERROR_SERVICE_NEVER_STARTED;
     return DriverService{ToWin32Path(ImagePath(service.Get())), isRunning,
                          hasReason ? status.dwWin32ExitCode : 0};
+}
+
+std::filesystem::path FindDriverFile(const std::wstring& aService) {
+    const std::optional<DriverService> service = FindDriverService(aService);
+    if (!service || !service->file.empty())
+        return service ? service->file : std::filesystem::path();
+    // The system looks here for a driver whose service does not say.
+    const auto usual = WindowsDirectory() / L"System32\\drivers" / (aService + L".sys");
+    std::error_code error;
+    return std::filesystem::exists(usual, error) ? usual : std::filesystem::path();
 }
 
 void DiscardDriver(const std::wstring& aService, const std::filesystem::path& aFile) {

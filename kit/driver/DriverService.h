@@ -23,6 +23,10 @@ struct DriverService {
 // Nothing when there is no such service, or it cannot be read.
 std::optional<DriverService> FindDriverService(const std::wstring& aName);
 
+// The file of a service's driver: what the service says, or the file in the system's directory of
+// drivers that has its name. Empty when there is neither.
+std::filesystem::path FindDriverFile(const std::wstring& aService);
+
 // Unloads the driver and deletes its file, as far as the system allows it, which is when no device
 // is left. Windows unloads the driver by itself then, Wine has to be asked. The file is deleted
 // because neither needs to replace it by another one of the same version.

@@ -3,8 +3,8 @@
 
 #include "DeviceSets.h"
 
+#include <algorithm>
 #include <cstddef>
-#include <cwchar>
 
 #include "QvKit/Error.h"
 #include "QvKit/Guid.h"
@@ -16,6 +16,8 @@
 
 namespace QvKit {
 namespace {
+
+using QvBaseLib::UniqueDeviceSet;
 
 constexpr wchar_t kInterfaceClasses[] = L"SYSTEM\\CurrentControlSet\\Control\\DeviceClasses";
 
@@ -29,6 +31,52 @@ std::wstring PathOf(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface) {
     const BOOL done = ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, detail, size, nullptr,
                                                          /*DeviceInfoData=*/nullptr);
     return done ? detail->DevicePath : std::wstring();
+}
+
+UniqueDeviceSet Own(HDEVINFO aSet) {
+    const DWORD error = ::GetLastError();
+    if (aSet != INVALID_HANDLE_VALUE) return UniqueDeviceSet(aSet);
+    throw SystemError(ErrorKind::SystemFailed, "the system cannot list its devices", error);
+}
+
+void ForEachInterface(const GUID& aClass, DWORD aFlags, const UseInterface& aUse) {
+    const UniqueDeviceSet set = Own(::SetupDiGetClassDevsW(
+        &aClass, /*Enumerator=*/nullptr, /*hwndParent=*/nullptr, aFlags | DIGCF_DEVICEINTERFACE));
+    auto data = EmptyData<SP_DEVICE_INTERFACE_DATA>();
+    for (DWORD index = 0; ::SetupDiEnumDeviceInterfaces(set.Get(), nullptr, &aClass, index, &data);
+         ++index) {
+        const std::wstring path = PathOf(set.Get(), data);
+        if (!path.empty()) aUse(set.Get(), data, path);
+    }
+}
+
+// Gets a buffer with its size, and stores the type and the size of the data; returns whether the
+// data fits.
+using Ask = std::function<bool(ULONG&, BYTE*, DWORD, DWORD&)>;
+
+std::optional<PropertyData> Read(const Ask& aAsk) {
+    constexpr DWORD kFirstTry = 512;
+    constexpr DWORD kMost = 1048576;
+    constexpr int kTries = 4;  // The data may grow in between.
+    PropertyData data{DEVPROP_TYPE_EMPTY, {}};
+    DWORD size = kFirstTry;
+    for (int i = 0; i < kTries; ++i) {
+        data.bytes.resize(size);
+        DWORD needed = 0;
+        if (aAsk(data.type, data.bytes.data(), size, needed)) {
+            data.bytes.resize(std::min(needed, size));
+            return data;
+        }
+        if (needed <= size || needed > kMost) return std::nullopt;
+        size = needed;
+    }
+    return std::nullopt;
+}
+
+std::optional<PropertyData> ReadFromRegistry(const Ask& aAsk) {
+    std::optional<PropertyData> data = Read(aAsk);
+    if (data) data->type = FromRegistryType(data->type);
+    return data;
 }
 
 }  // namespace
@@ -57,19 +105,29 @@ std::vector<GUID> ListInterfaceClasses() {
 }
 
 void ForEachPresentInterface(const GUID& aClass, const UseInterface& aUse) {
-    const QvBaseLib::UniqueDeviceSet set(
-        ::SetupDiGetClassDevsW(&aClass, /*Enumerator=*/nullptr, /*hwndParent=*/nullptr,
-                               DIGCF_PRESENT | DIGCF_DEVICEINTERFACE));
+    ForEachInterface(aClass, DIGCF_PRESENT, aUse);
+}
+
+void ForEachKnownInterface(const GUID& aClass, const UseInterface& aUse) {
+    ForEachInterface(aClass, /*aFlags=*/0, aUse);
+}
+
+void ForEachDevice(const wchar_t* aEnumerator, const UseDevice& aUse) {
+    const UniqueDeviceSet set =
+        Own(::SetupDiGetClassDevsW(nullptr, aEnumerator, nullptr, DIGCF_ALLCLASSES));
+    auto data = EmptyData<SP_DEVINFO_DATA>();
+    for (DWORD i = 0; ::SetupDiEnumDeviceInfo(set.Get(), i, &data); ++i) aUse(set.Get(), data);
+}
+
+DWORD UseOneDevice(const std::wstring& aInstanceId, const UseDevice& aUse) {
+    const UniqueDeviceSet set = Own(::SetupDiCreateDeviceInfoList(nullptr, nullptr));
+    auto data = EmptyData<SP_DEVINFO_DATA>();
+    const BOOL isThere = ::SetupDiOpenDeviceInfoW(set.Get(), aInstanceId.c_str(), nullptr,
+                                                  /*OpenFlags=*/0, &data);
     const DWORD error = ::GetLastError();
-    if (!set.IsValid()) {
-        throw SystemError(ErrorKind::SystemFailed, "the system cannot list its devices", error);
-    }
-    auto data = EmptyData<SP_DEVICE_INTERFACE_DATA>();
-    for (DWORD index = 0; ::SetupDiEnumDeviceInterfaces(set.Get(), nullptr, &aClass, index, &data);
-         ++index) {
-        const std::wstring path = PathOf(set.Get(), data);
-        if (!path.empty()) aUse(set.Get(), data, path);
-    }
+    if (!isThere) return error;
+    aUse(set.Get(), data);
+    return ERROR_SUCCESS;
 }
 
 SP_DEVINFO_DATA OwnerOf(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface) {
@@ -85,21 +143,51 @@ std::wstring InstanceIdOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
     return done ? id : std::wstring();
 }
 
+std::optional<PropertyData> ReadProperty(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, DWORD aProperty) {
+    return ReadFromRegistry([&](ULONG& aType, BYTE* aBuffer, DWORD aSize, DWORD& aNeeded) {
+        return ::SetupDiGetDeviceRegistryPropertyW(aSet, &aDevice, aProperty, &aType, aBuffer,
+                                                   aSize, &aNeeded) != FALSE;
+    });
+}
+
+std::optional<PropertyData> ReadProperty(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice,
+                                         const DEVPROPKEY& aKey) {
+    return Read([&](ULONG& aType, BYTE* aBuffer, DWORD aSize, DWORD& aNeeded) {
+        return ::SetupDiGetDevicePropertyW(aSet, &aDevice, &aKey, &aType, aBuffer, aSize, &aNeeded,
+                                           /*Flags=*/0) != FALSE;
+    });
+}
+
+std::optional<PropertyData> ReadDriverValue(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice,
+                                            const wchar_t* aName) {
+    const HKEY opened = ::SetupDiOpenDevRegKey(aSet, &aDevice, DICS_FLAG_GLOBAL, /*HwProfile=*/0,
+                                               DIREG_DRV, KEY_READ);
+    if (opened == INVALID_HANDLE_VALUE) return std::nullopt;
+    const QvBaseLib::UniqueRegistryKey key(opened);
+    return ReadFromRegistry([&](ULONG& aType, BYTE* aBuffer, DWORD aSize, DWORD& aNeeded) {
+        aNeeded = aSize;
+        return ::RegQueryValueExW(key.Get(), aName, nullptr, &aType, aBuffer, &aNeeded) ==
+               ERROR_SUCCESS;
+    });
+}
+
 std::vector<std::wstring> TextsOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, DWORD aProperty) {
-    DWORD size = 0;
-    ::SetupDiGetDeviceRegistryPropertyW(aSet, &aDevice, aProperty, nullptr, nullptr, 0, &size);
-    // Two zeros stay behind the texts.
-    std::vector<wchar_t> buffer(size / sizeof(wchar_t) + 2);
-    std::vector<std::wstring> texts;
-    if (size == 0 || !::SetupDiGetDeviceRegistryPropertyW(aSet, &aDevice, aProperty, nullptr,
-                                                          reinterpret_cast<BYTE*>(buffer.data()),
-                                                          size, nullptr)) {
-        return texts;
-    }
-    for (const wchar_t* text = buffer.data(); *text != L'\0'; text += std::wcslen(text) + 1) {
-        texts.emplace_back(text);
-    }
-    return texts;
+    return TextsIn(ReadProperty(aSet, aDevice, aProperty));
+}
+
+std::optional<NodeStatus> StatusOf(const SP_DEVINFO_DATA& aDevice) {
+    ULONG status = 0;
+    ULONG problem = 0;
+    if (::CM_Get_DevNode_Status(&status, &problem, aDevice.DevInst, 0) != CR_SUCCESS)
+        return std::nullopt;
+    return NodeStatus{status != 0, (status & DN_STARTED) != 0,
+                      (status & DN_HAS_PROBLEM) != 0 ? problem : 0};
+}
+
+bool NeedsMachineRestart(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
+    auto parameters = EmptyData<SP_DEVINSTALL_PARAMS_W>();
+    if (!::SetupDiGetDeviceInstallParamsW(aSet, &aDevice, &parameters)) return false;
+    return (parameters.Flags & (DI_NEEDREBOOT | DI_NEEDRESTART)) != 0;
 }
 
 }  // namespace QvKit

@@ -96,7 +96,7 @@ function(qv_link_guarded program)
         add_dependencies(${program} ${library})
     endforeach()
     target_link_libraries(
-        ${program} PRIVATE ${files} -Wl,--end-group GTest::gmock newdev ole32 setupapi shell32
+        ${program} PRIVATE ${files} -Wl,--end-group GTest::gmock newdev ole32 setupapi shell32 version
                            version
     )
     target_link_options(${program} PRIVATE -s -fstack-protector-strong)

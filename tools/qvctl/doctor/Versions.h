@@ -20,9 +20,6 @@ struct Library {
 // The project's DLLs, from where the system found them.
 std::vector<Library> GetLibraries();
 
-// "1.2.3", or "1.2.3.4" where the fourth number is not 0; empty for a file without version.
-std::string FileVersion(const std::wstring& aPath);
-
 }  // namespace Qvctl
 
 #endif

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
+#include "QvKit/DeviceInformation.h"
 #include "QvKit/Guid.h"
 #include "QvKit/Profile.h"
 #include "commandline/ArgumentChecks.h"
@@ -81,6 +82,9 @@ private:
         if (!aDevice.index) return origin;
         origin.deviceClass = QvKit::GuidToText(aOptions.interfaceClass);
         origin.serialNumber = SerialNumberOf(aOptions.interfaceClass, aSnapshot);
+        const std::string version =
+            QvKit::ReadDriverInformation(aDevice.address.instanceId).version;
+        if (!version.empty()) origin.driverVersion = version;
         return origin;
     }
 

@@ -11,11 +11,36 @@ namespace {
 
 constexpr unsigned kAll = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
 
+// What names a device, for verbs that do not open it.
+constexpr unsigned kChoice = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
+
 constexpr const char* kListDetails =
     R"(Prints the number of each device, which --device takes, and its path.
 
-Example:
-  qvctl list)";
+With --all it lists the devices of all drivers, whatever --interface says: each
+interface class of which a device is present, with the number, the path and the
+name of each device. The numbers go with --interface for that class.
+
+With --all --present=no it lists the devices that were there once and are not
+present now, with the instance IDs that --device takes.
+
+Examples:
+  qvctl list
+  qvctl list --all
+  qvctl list --all --present=no)";
+
+constexpr const char* kInfoDetails =
+    R"(Prints what the system knows of a device of any driver, without opening it:
+names, IDs, driver, location, the devices that it is connected to, the device
+manager's problem code in words, and the paths of all its interfaces. What the
+system does not know is left out.
+
+An instance ID may be that of a device without any interface, or of one that is
+not present. "qvctl list --all" shows paths and instance IDs.
+
+Examples:
+  qvctl info
+  qvctl info --device ROOT\QVSAMPLE\0001 --json)";
 
 constexpr const char* kShowDetails =
     R"(Named parameters are shown even if they are hidden or advanced. With --verbose
@@ -69,6 +94,15 @@ hidden and advanced ones. They are sent in one request, and reported, as by set.
 Examples:
   qvctl reset
   qvctl reset Gain Label)";
+
+constexpr const char* kRestartDetails =
+    R"(Stops the device and starts it again, for parameters marked "restart". Then it
+waits until the device has started and can be opened again. It needs the rights
+of an administrator. While a program has the device open, it cannot be stopped.
+Wine 8 cannot restart devices.
+
+Example:
+  qvctl restart --device 1 --timeout 30s)";
 
 constexpr const char* kSaveDetails =
     R"(Without names all parameters are saved. Left out are those that are read-only,
@@ -248,10 +282,12 @@ constexpr struct {
 } kVerbs[] = {
     {"list", "List the devices that are present", kListDetails, InterfaceOption | JsonOption,
      MakeListVerb},
+    {"info", "Show what the system knows of a device", kInfoDetails, kChoice, MakeInfoVerb},
     {"show", "Show parameters as a table", kShowDetails, kAll, MakeShowVerb},
     {"get", "Print values, one NAME=VALUE a line", kGetDetails, kAll, MakeGetVerb},
     {"set", "Change parameters, all in one request", kSetDetails, kAll, MakeSetVerb},
     {"reset", "Set parameters to their defaults", kResetDetails, kAll, MakeResetVerb},
+    {"restart", "Stop a device and start it again", kRestartDetails, kChoice, MakeRestartVerb},
     {"save", "Save parameters in a file", kSaveDetails, kAll, MakeSaveVerb},
     {"load", "Set parameters to what a file holds", kLoadDetails, kAll, MakeLoadVerb},
     {"keep", "Apply a file to each device that comes", kKeepDetails,
