@@ -26,3 +26,8 @@ describe_run() {
         "$(wine --version 2>/dev/null)" "$(x86_64-w64-mingw32-g++-posix --version | head -n 1)" \
         "$(nproc)" "$(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -n 1)"
 }
+
+# list_sources PATHSPEC…: the names of files that git has or would take, each with a NUL behind it.
+list_sources() {
+    git ls-files -z --cached --others --exclude-standard -- "$@"
+}

@@ -22,7 +22,7 @@ packages=(
     # Runs what was built, the kernel driver included.
     wine wine64
     # The checks of scripts/check.sh.
-    clang-format-19 clang-tidy-19
+    clang-format-19
     # Lays classes out as MSVC does, to compare the binary interface.
     clang-19
     # The reference, and the spelling of public texts.

@@ -2,21 +2,24 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Tests what scripts/test.sh does not: the unit tests at special dates; the sources in MSVC's mode of
-# Clang; and everything built in other ways: so that undefined behaviour ends the program, and with
-# Clang.
-# Usage: scripts/test-variants.sh [dates | msvc | PRESET…]
-#        (default: dates msvc mingw-ubsan mingw-clang)
+# Tests what scripts/test.sh has no time for: the sources with clang-tidy and in MSVC's mode of Clang;
+# the unit tests at special dates; and everything built in other ways: so that undefined behaviour
+# ends the program, and with Clang.
+# Usage: scripts/test-variants.sh [tidy | msvc | dates | PRESET…]
+#        (default: tidy msvc dates mingw-ubsan mingw-clang)
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 variants=("$@")
-((${#variants[@]} > 0)) || variants=(dates msvc mingw-ubsan mingw-clang)
+((${#variants[@]} > 0)) || variants=(tidy msvc dates mingw-ubsan mingw-clang)
 
 scripts/install-packages.sh --quiet clang-19 lld-19
 for variant in "${variants[@]}"; do
-    if [[ "$variant" == dates ]]; then
+    if [[ "$variant" == tidy ]]; then
+        scripts/build.sh mingw
+        scripts/tidy.sh mingw
+    elif [[ "$variant" == dates ]]; then
         scripts/build.sh mingw
         scripts/test-dates.sh mingw
     elif [[ "$variant" == msvc ]]; then

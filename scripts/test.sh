@@ -10,5 +10,5 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 scripts/build.sh mingw
-scripts/check.sh mingw --products
+scripts/check.sh
 scripts/run-suite.sh mingw "$@"

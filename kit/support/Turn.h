@@ -9,8 +9,9 @@
 namespace QvKit {
 
 // While one exists, other programs and threads that use the kit wait to change a device: between
-// looking at it, sending, and looking again. One program can keep others waiting for 5 seconds only,
-// as its device may hang. Then, and where the system denies the wait, the change goes without it.
+// looking at it, sending, and looking again. One program can keep others waiting for 5 seconds
+// only, as its device may hang. Then, and where the system denies the wait, the change goes without
+// it.
 class Turn {
 public:
     Turn();
