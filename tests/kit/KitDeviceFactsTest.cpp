@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "ImportPatch.h"
 #include "KitTestSupport.h"
 #include "PluggedDevices.h"
 #include "QvKit/QvKit.h"
@@ -97,6 +98,46 @@ TEST(KitDeviceFactsTest, TheSampleDriverIsKnownByItsFile) {
     EXPECT_EQ(QvKit::ReadFileVersion(OwnDirectory() + "\\QvSampleDriver.sys").version,
               driver.version);
     EXPECT_EQ(driver.version, QvKit::ReadDriverInformation(kFirst).version);
+}
+
+// What the service says of its driver's file.
+std::wstring theImage;
+
+BOOL WINAPI TellTheImage(SC_HANDLE, QUERY_SERVICE_CONFIGW* aConfig, DWORD aSize, DWORD* aNeeded) {
+    *aNeeded = sizeof *aConfig;
+    if (aSize < sizeof *aConfig) return FALSE;
+    *aConfig = {};
+    aConfig->lpBinaryPathName = theImage.data();
+    return TRUE;
+}
+
+TEST(KitDeviceFactsTest, TheDriversFileIsFoundHoweverTheServiceNamesIt) {
+    const std::string file = ReadDeviceInformation(kFirst).driver.file;
+    const ImportPatch service("QueryServiceConfigW", &TellTheImage, nullptr);
+    ASSERT_TRUE(service.IsActive());
+    const std::wstring windows = Widen(file.substr(0, file.find("\\system32")));
+    const std::wstring below = L"system32\\drivers\\QvSampleDriver.sys";
+    for (const std::wstring& image :
+         {std::wstring(), below, L"\\SystemRoot\\" + below, L"%SystemRoot%\\" + below,
+          L"\\??\\" + windows + L"\\" + below, windows + L"\\" + below}) {
+        theImage = image;
+
+        const QvKit::DriverInformation driver = QvKit::ReadDriverInformation(kFirst);
+
+        EXPECT_STRCASEEQ(file.c_str(), driver.file.c_str()) << testing::PrintToString(image);
+        EXPECT_THAT(driver.version, Not(IsEmpty()));
+    }
+}
+
+TEST(KitDeviceFactsTest, ADriversFileThatIsMissingHasNoVersion) {
+    const ImportPatch service("QueryServiceConfigW", &TellTheImage, nullptr);
+    theImage = L"Z:\\nowhere\\missing.sys";
+
+    const QvKit::DriverInformation driver = QvKit::ReadDriverInformation(kFirst);
+
+    EXPECT_EQ("Z:\\nowhere\\missing.sys", driver.file);
+    EXPECT_THAT(driver.version, IsEmpty());
+    EXPECT_THAT(driver.provider, IsEmpty());
 }
 
 TEST(KitDeviceFactsTest, TheInterfacesAreThoseThatProgramsOpen) {

@@ -56,6 +56,18 @@ protected:
         records_.interfaces.push_back({aClass, aPath, kId, aIsActive});
     }
 
+    void AddDriverFile() {
+        device_.oldProperties = {{SPDRP_SERVICE, Text(L"Meter")}};
+        records_.driverFiles[L"Meter"] = L"C:\\meter.sys";
+        records_.versions[L"C:\\meter.sys"] = {"1.0.0", "File"};
+    }
+
+    void AddDriverKey() {
+        device_.driverValues = {{L"ProviderName", Text(L"Registry")},
+                                {L"DriverVersion", Text(L"2.0.0.0")},
+                                {L"DriverDateData", DataOf(DEVPROP_TYPE_BINARY, Day(1))}};
+    }
+
     ScriptedDeviceRecords records_;
     ScriptedDevice& device_ = records_.devices[kId];
 };
@@ -107,9 +119,7 @@ TEST_F(KitDeviceInformationTest, TheDriverIsReadFromTheDevicesPropertiesFirst) {
     device_.Set(DEVPKEY_Device_DriverProvider, Text(L"Property"));
     device_.Set(DEVPKEY_Device_DriverVersion, Text(L"3.0.0.0"));
     device_.Set(DEVPKEY_Device_DriverDate, DataOf(DEVPROP_TYPE_FILETIME, Day(155267)));
-    device_.driverValues = {{L"ProviderName", Text(L"Registry")},
-                            {L"DriverVersion", Text(L"2.0.0.0")},
-                            {L"DriverDateData", DataOf(DEVPROP_TYPE_BINARY, Day(1))}};
+    AddDriverKey();
 
     const DeviceInformation device = Read();
 
@@ -119,12 +129,8 @@ TEST_F(KitDeviceInformationTest, TheDriverIsReadFromTheDevicesPropertiesFirst) {
 }
 
 TEST_F(KitDeviceInformationTest, TheDriversRegistryKeyComesNext) {
-    device_.oldProperties = {{SPDRP_SERVICE, Text(L"Meter")}};
-    records_.driverFiles[L"Meter"] = L"C:\\meter.sys";
-    records_.versions[L"C:\\meter.sys"] = {"1.0.0", "File"};
-    device_.driverValues = {{L"ProviderName", Text(L"Registry")},
-                            {L"DriverVersion", Text(L"2.0.0.0")},
-                            {L"DriverDateData", DataOf(DEVPROP_TYPE_BINARY, Day(1))}};
+    AddDriverFile();
+    AddDriverKey();
 
     const DeviceInformation device = Read();
 
@@ -134,9 +140,7 @@ TEST_F(KitDeviceInformationTest, TheDriversRegistryKeyComesNext) {
 }
 
 TEST_F(KitDeviceInformationTest, TheDriversFileComesLast) {
-    device_.oldProperties = {{SPDRP_SERVICE, Text(L"Meter")}};
-    records_.driverFiles[L"Meter"] = L"C:\\meter.sys";
-    records_.versions[L"C:\\meter.sys"] = {"1.0.0", "File"};
+    AddDriverFile();
 
     const DeviceInformation device = Read();
 
