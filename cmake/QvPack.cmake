@@ -36,4 +36,11 @@ if(QV_MAKENSIS)
     set(CPACK_NSIS_COMPRESSOR "/SOLID lzma")
 endif()
 
+if(CMAKE_CROSSCOMPILING)
+    # The versions of what others made are those of Debian's packages.
+    set(CPACK_QV_PYTHON ${Python3_EXECUTABLE})
+    set(CPACK_QV_SOURCE_DIR ${PROJECT_SOURCE_DIR})
+    set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/QvFinishPackage.cmake)
+endif()
+
 include(CPack)

@@ -29,11 +29,12 @@ endfunction()
 
 # qv_link_image(TARGET): how GNU and LLVM linkers lay out our images. In a build that is delivered
 # the C library's debug information, half of a small DLL, is left out, and sections begin at page
-# boundaries in the file, so that Wine maps them instead of reading them.
+# boundaries in the file, so that Wine maps them instead of reading them. The time of linking is left
+# out, so that the same sources give the same bytes.
 function(qv_link_image target)
     target_link_options(
         ${target}
-        PRIVATE -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va
+        PRIVATE -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va -Wl,--no-insert-timestamp
                 $<$<NOT:$<CONFIG:Debug,RelWithDebInfo>>:-Wl,--strip-debug,--file-alignment=4096>
     )
 endfunction()
@@ -110,7 +111,8 @@ function(qv_add_runtime_dlls)
         add_custom_command(
             OUTPUT ${copy}
             COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}
-            COMMAND ${CMAKE_STRIP} -o ${copy} ${file}
+            # Otherwise it writes the present time into the copy.
+            COMMAND ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_STRIP} -o ${copy} ${file}
             DEPENDS ${file}
             COMMENT "Copying ${name}"
             VERBATIM

@@ -2,7 +2,8 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds what we deliver and packs it into a zip file and an installer, in build/mingw/dist.
+# Builds what we deliver and packs it into a zip file and an installer, in build/mingw/dist. The times
+# in the packages are that of the commit.
 # Usage: scripts/package.sh
 set -euo pipefail
 
@@ -10,6 +11,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/common.sh
 
 scripts/install-packages.sh --quiet nsis
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH
 scripts/build.sh mingw delivered
 scripts/docs.sh
 step "Packing into build/mingw/dist"

@@ -3,8 +3,8 @@
 # SPDX-License-Identifier: MIT
 #
 # Tries the packages of scripts/package.sh in a fresh Wine prefix of the build directory: runs the
-# installer without questions, uses what it installed, and uninstalls it. Then follows the guide with
-# the zip file, in another prefix.
+# installer without questions, uses what it installed, and uninstalls it. Then builds clients of the
+# library and the kit with the zip file alone, and follows the guide with it, in another prefix.
 # Usage: scripts/test-package.sh
 set -euo pipefail
 
@@ -99,7 +99,7 @@ windows "$installer" /S /ADDPATH=1 "${directory_option[@]}"
 expect_path "$short_path;$place\\bin"
 for file in share/QvUserLib/driver/src/Driver.c share/licenses/QvUserLib/LICENSE \
     share/man/man1/qvctl.1 share/qvctl/profile.schema.json \
-    share/qvctl/qvctl.schema.json; do
+    share/bash-completion/completions/qvctl share/qvctl/qvctl.schema.json; do
     [[ -e "$installed/$file" ]] || fail "$file was not installed"
 done
 expect_text "QvUserLib" reg query "$programs" /v DisplayName
@@ -110,6 +110,13 @@ expect_text "  started  " cmd /c qvctl driver install "$place\\bin\\QvSampleDriv
 expect_text '0  \\?\root#qvsample' cmd /c qvctl list
 expect_text "Gain: 6 dB -> 12 dB" cmd /c qvctl set Gain=12
 expect_text "ok       parameters" cmd /c qvctl doctor
+windows cmd /c qvctl save 'C:\profile.json' >/dev/null || fail "no profile was saved"
+python3 -W ignore -m jsonschema -i "$root/profile.json" "$installed/share/qvctl/profile.schema.json"
+diff <(windows cmd /c qvctl manual) "$installed/share/man/man1/qvctl.1"
+# shellcheck disable=SC2016
+PATH="$installed/bin:$PATH" timeout 60 bash -c 'source "$1" && complete -p qvctl >/dev/null' bash \
+    "$installed/share/bash-completion/completions/qvctl" || fail "bash has no completion for qvctl"
+python3 tests/package/check_bill.py "$installed"
 expect_text "Removed ROOT" cmd /c qvctl driver remove --id 'ROOT\QVSAMPLE'
 
 step "Uninstalling"
@@ -120,6 +127,15 @@ expect_path "$short_path"
 if is_registered; then fail "the system's list of programs still has the library"; fi
 rest=$(find "$root/Driver Tools" -type f ! -name Uninstall.exe)
 [[ "$rest" == "$installed/a file of the user" ]] || fail "wrong files are left: $rest"
+
+step "Building clients with the zip file"
+cmake -E chdir "$work" cmake -E tar xf "$PWD/$archive"
+mv "$work/$(basename "$archive" .zip)" "$work/installed"
+for script in FindByCMake FindByPkgConfig; do
+    cmake -D WORK="$work" -D TOOLCHAIN="$PWD/cmake/x86_64-w64-mingw32.cmake" \
+        -D CXX=x86_64-w64-mingw32-g++-posix -D PKG_CONFIG=pkgconf -D EMULATOR=wine \
+        -P "tests/package/$script.cmake"
+done
 
 step "Doing with the zip file what the guide says"
 cmake -D ZIP="$PWD/$archive" -D WORK="$work" -D PYTHON=python3 -P tests/package/FollowGuide.cmake

@@ -26,6 +26,7 @@ foreach(file README.md CHANGELOG.md LICENSE)
     endif()
 endforeach()
 run(${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/../../scripts/check_docs.py --links-only ${read}/README.md)
+run(${PYTHON} ${CMAKE_CURRENT_LIST_DIR}/check_bill.py ${read})
 list(TRANSFORM pages PREPEND ${read}/share/doc/QvUserLib/docs/)
 
 execute_process(

@@ -31,6 +31,7 @@ foreach(
     share/QvUserLib/examples/list-devices.cpp
     share/doc/QvUserLib/README.md
     share/doc/QvUserLib/docs/getting-started.md
+    share/bash-completion/completions/qvctl
     share/man/man1/qvctl.1
     share/qvctl/profile.schema.json
     share/qvctl/qvctl.schema.json
