@@ -197,7 +197,9 @@ private:
         void Control(unsigned long, std::size_t, std::size_t) override {
             channel_.sent.assign(buffer_.begin(), buffer_.end());
         }
-        bool WaitFor(milliseconds, const StopSignal*) override { return channel_.onWait(); }
+        bool WaitFor(milliseconds, const StopSignal*, const StopSignal*) override {
+            return channel_.onWait();
+        }
         void Cancel() override { ++channel_.cancelled; }
         Outcome Take() override {
             channel_.onTake(buffer_.data());

@@ -29,6 +29,7 @@
 #include "QvKit/PacketFile.h"
 #include "QvKit/PacketFormat.h"
 #include "QvKit/Profile.h"
+#include "QvKit/RequestLimits.h"
 #include "QvKit/RequestRing.h"
 #include "QvKit/SavedSetting.h"
 #include "QvKit/Setting.h"
