@@ -11,6 +11,7 @@ set(guide_pages
     docs/parameters.md
     docs/profiles.md
     docs/devices.md
+    docs/requests-that-end.md
     docs/writing-a-driver.md
     docs/streaming.md
     docs/errors-and-logs.md
