@@ -87,6 +87,7 @@ set(qv_pages
     docs/performance.md
     docs/qvctl.md
     docs/reliability.md
+    docs/requests-that-end.md
     docs/streaming.md
     docs/troubleshooting.md
     docs/unknown-devices.md

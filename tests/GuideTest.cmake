@@ -12,6 +12,7 @@ set(guide_pages
     docs/changes.md
     docs/profiles.md
     docs/devices.md
+    docs/requests-that-end.md
     docs/writing-a-driver.md
     docs/streaming.md
     docs/errors-and-logs.md

@@ -173,6 +173,7 @@ class BoundedConnection::State {
 public:
     State(std::unique_ptr<Channel> aChannel, RequestLimits aLimits)
         : limit(aLimits.request),
+          stop_(aLimits.stop),
           closeLimit_(std::min<milliseconds>(aLimits.cancel, kLongestCancel) + kCloseMargin),
           channel_(std::move(aChannel)) {}
 
@@ -182,20 +183,18 @@ public:
         if (!slot) return std::nullopt;
         const Ending ending{*this, *slot};
         Request& request = *(*slot)->request;
+        if (IsStopped()) return FailBy(aDemand, Cause::Cancelled, aLimit, aInfo);
 
         aDemand.Submit(request);
-        const bool isInTime = request.WaitFor(aLimit, &(*slot)->stop);
+        const bool isInTime = request.WaitFor(aLimit, &(*slot)->stop, stop_);
         if (!isInTime) request.Cancel();
         const Request::Outcome outcome = request.Take();
         if (outcome.isGivenUp) ++givenUp;
         if (isInTime || outcome.error != ERROR_OPERATION_ABORTED) {
             return aDemand.Deliver(request, outcome, aInfo);
         }
-        if (aDemand.kind != Demand::Kind::Control) *aInfo = 0;
-        const Cause cause = GetCause(*slot);
-        return Fail(static_cast<unsigned long>(cause), kSource, __LINE__,
-                    aDemand.ToText() + CauseText(cause, aLimit) +
-                        (outcome.isGivenUp ? "; the driver ignores that it was cancelled" : ""));
+        return FailBy(aDemand, GetCause(*slot), aLimit, aInfo,
+                      outcome.isGivenUp ? "; the driver ignores that it was cancelled" : "");
     }
 
     void WakeCalls(Cause aCause) {
@@ -271,9 +270,19 @@ private:
         lock_.WakeAll();
     }
 
+    bool IsStopped() const { return stop_ != nullptr && stop_->IsRequested(); }
+
     Cause GetCause(Slots::iterator aSlot) {
         const std::lock_guard<SlimLock> guard(lock_);
-        return aSlot->cause;
+        const bool isOfStop = aSlot->cause == Cause::TimedOut && IsStopped();
+        return isOfStop ? Cause::Cancelled : aSlot->cause;
+    }
+
+    static Result FailBy(const Demand& aDemand, Cause aCause, milliseconds aLimit,
+                         unsigned long* aInfo, const char* aRemark = "") {
+        if (aDemand.kind != Demand::Kind::Control) *aInfo = 0;
+        return Fail(static_cast<unsigned long>(aCause), kSource, __LINE__,
+                    aDemand.ToText() + CauseText(aCause, aLimit) + aRemark);
     }
 
     std::optional<Slots::iterator> TakeSlot(std::size_t aSize) {
@@ -311,6 +320,7 @@ private:
         }
     }
 
+    const StopSignal* const stop_;
     const milliseconds closeLimit_;
     SlimLock lock_;  // Guards what follows, except that a call uses its slot's request without it.
     bool isOpen_ = true;

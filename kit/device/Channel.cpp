@@ -10,6 +10,7 @@
 
 #include "OpenDevice.h"
 #include "QvKit/Clock.h"
+#include "QvUserLib/ErrorLog.h"
 #include "RequestMemory.h"
 #include "SlimLock.h"
 
@@ -58,8 +59,8 @@ public:
                                nullptr, &memory.record));
     }
 
-    bool WaitFor(milliseconds aLimit, const StopSignal* aStop) override {
-        return !isPending_ || AwaitCompletion(aLimit, aStop);
+    bool WaitFor(milliseconds aLimit, const StopSignal* aStop, const StopSignal* aOther) override {
+        return !isPending_ || AwaitCompletion(aLimit, aStop, aOther);
     }
 
     void Cancel() override {
@@ -75,7 +76,7 @@ public:
     Outcome Take() override {
         if (!isPending_) return {error_, 0, isRefused_};
         isPending_ = false;
-        if (!AwaitCompletion(kNoLimit, /*aStop=*/nullptr)) return GiveUp();
+        if (!AwaitCompletion(kNoLimit, /*aStop=*/nullptr, /*aOther=*/nullptr)) return GiveUp();
 
         OVERLAPPED& record = memory_->record;
         DWORD size = 0;
@@ -127,12 +128,16 @@ private:
         return std::min(aLimit, std::chrono::ceil<milliseconds>(cancelled - Now()) + cancelLimit_);
     }
 
-    bool AwaitCompletion(milliseconds aLimit, const StopSignal* aStop) {
+    bool AwaitCompletion(milliseconds aLimit, const StopSignal* aStop, const StopSignal* aOther) {
         const HANDLE event = memory_->event.Get();
-        const HANDLE events[] = {event, aStop == nullptr ? nullptr : aStop->GetEvent()};
+        HANDLE events[3] = {event};
+        DWORD count = 1;
+        for (const StopSignal* const stop : {aStop, aOther}) {
+            if (stop != nullptr) events[count++] = stop->GetEvent();
+        }
         // Looked at first, to spare the system's wait when the device is faster than this program.
         while (!HasOverlappedIoCompleted(&memory_->record)) {
-            if (::WaitForMultipleObjects(aStop == nullptr ? 1 : 2, events, /*bWaitAll=*/FALSE,
+            if (::WaitForMultipleObjects(count, events, /*bWaitAll=*/FALSE,
                                          ToSystemWait(Bound(aLimit))) != WAIT_OBJECT_0) {
                 return HasOverlappedIoCompleted(&memory_->record);
             }
@@ -187,7 +192,13 @@ private:
 
 std::unique_ptr<Channel> OpenChannel(const DeviceAddress& aDevice, milliseconds aCancelLimit) {
     OpenedDevice opened = OpenDevice(aDevice);
-    if (!opened.handle.IsValid()) throw ExplainOpening(aDevice, opened.error);
+    if (!opened.handle.IsValid()) {
+        // In the words of the library's own connection. Without a file the log keeps nothing.
+        (void)QvUserLib::ErrorLog::GetErrorLog().WriteError(QvUserLib::Result(opened.error),
+                                                            ".\\DeviceConnection", __LINE__, "%s",
+                                                            "CreateFile failed");
+        throw ExplainOpening(aDevice, opened.error);
+    }
     return std::make_unique<HandleChannel>(std::move(opened.handle), aCancelLimit);
 }
 

@@ -5,7 +5,6 @@
 
 #include <utility>
 
-#include "LibraryCall.h"
 #include "ObservedConnection.h"
 #include "OpenDevice.h"
 #include "QvUserLib/DeviceParameterRepository.h"
@@ -13,7 +12,8 @@
 namespace QvKit {
 
 struct Device::State {
-    explicit State(DeviceAddress aAddress) : address(std::move(aAddress)) {}
+    State(DeviceAddress aAddress, std::unique_ptr<Channel> aChannel, const RequestLimits& aLimits)
+        : address(std::move(aAddress)), connection(std::move(aChannel), aLimits) {}
 
     DeviceAddress address;
     // The repository borrows the connection, so it goes first.
@@ -22,17 +22,12 @@ struct Device::State {
     DeviceParameters parameters{repository, connection};
 };
 
-Device::Device(DeviceAddress aAddress) : state_(std::make_unique<State>(std::move(aAddress))) {
-    const DeviceAddress& address = state_->address;
-    const QvUserLib::Result opened = state_->connection.Connect(address.link.c_str());
-    if (opened.IsSuccess()) return;
+Device::Device(const DeviceAddress& aAddress, const RequestLimits& aLimits)
+    : Device(aAddress, OpenChannel(aAddress, aLimits.cancel), aLimits) {}
 
-    // The library does not keep the system's error. Opening the device again shows it, unless the
-    // device opens by now.
-    const OpenedDevice again = OpenDevice(address);
-    if (!again.handle.IsValid()) throw ExplainOpening(address, again.error);
-    throw LibraryError(ErrorKind::DeviceFailed, "cannot open '" + address.path + "'", opened);
-}
+Device::Device(DeviceAddress aAddress, std::unique_ptr<Channel> aChannel,
+               const RequestLimits& aLimits)
+    : state_(std::make_unique<State>(std::move(aAddress), std::move(aChannel), aLimits)) {}
 
 Device::~Device() = default;
 
@@ -47,8 +42,11 @@ DeviceParameters& Device::LoadParameters() {
     throw IsFile(state_->address) ? NotADevice(state_->address, loaded.GetCode()) : error;
 }
 
-std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName) {
-    const Snapshot snapshot = Device(aDevice).LoadParameters().GetSnapshot();
+void Device::Cancel() { state_->connection.Cancel(); }
+
+std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName,
+                                   const RequestLimits& aLimits) {
+    const Snapshot snapshot = Device(aDevice, aLimits).LoadParameters().GetSnapshot();
     const Setting* const setting = snapshot.Find(aName);
     return setting != nullptr ? std::optional<Setting>(*setting) : std::nullopt;
 }

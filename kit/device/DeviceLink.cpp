@@ -88,7 +88,7 @@ struct DeviceLink::State {
     const Listener listener;
     const DeviceSystem system;
     const QvBaseLib::KernelHandle isOpen = CreateManualEvent();
-    const QvBaseLib::KernelHandle isEnded = CreateManualEvent();
+    const StopSignal end;
     DeviceEvents events;
 
     // Of the link's thread.
@@ -148,7 +148,9 @@ std::shared_ptr<Device> DeviceLink::State::Open(Candidate& aCandidate) {
 
 bool DeviceLink::State::IsTheDevice(const DeviceAddress& aDevice) const {
     if (identity.kind == DeviceIdentity::Kind::Parameter) {
-        const std::optional<Setting> setting = ReadSetting(aDevice, identity.name);
+        RequestLimits limits;
+        limits.stop = &end;
+        const std::optional<Setting> setting = ReadSetting(aDevice, identity.name, limits);
         return setting && setting->ToText(setting->value) == identity.value;
     }
     const std::wstring wanted = FromUtf8(identity.value);
@@ -214,7 +216,7 @@ std::shared_ptr<Device> DeviceLink::GetDevice() const { return state_->GetDevice
 
 std::shared_ptr<Device> DeviceLink::WaitForDevice(milliseconds aLimit,
                                                   const StopSignal* aStop) const {
-    const HANDLE events[] = {state_->isEnded.Get(), state_->isOpen.Get(),
+    const HANDLE events[] = {state_->end.GetEvent(), state_->isOpen.Get(),
                              aStop == nullptr ? nullptr : aStop->GetEvent()};
     const Stopwatch time;
     for (;;) {
@@ -236,7 +238,7 @@ std::shared_ptr<Device> DeviceLink::WaitForDevice(milliseconds aLimit,
 
 void DeviceLink::Stop() {
     state_->events.End();
-    ::SetEvent(state_->isEnded.Get());
+    state_->end.Request();
     thread_->Wait();
 }
 

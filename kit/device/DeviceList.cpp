@@ -28,15 +28,6 @@ void AddInstanceIds(const GUID& aInterface, std::vector<DeviceAddress>& aDevices
         });
 }
 
-bool HasValue(const DeviceAddress& aDevice, const std::string& aName, const std::string& aValue) {
-    try {
-        const std::optional<Setting> setting = ReadSetting(aDevice, aName);
-        return setting && setting->ToEscapedText(setting->value) == aValue;
-    } catch (const Error&) {
-        return false;  // Another one may have it.
-    }
-}
-
 }  // namespace
 
 std::vector<DeviceAddress> ListDevices(const GUID& aInterface) {
@@ -66,11 +57,21 @@ std::optional<std::size_t> FindByInstanceId(const std::vector<DeviceAddress>& aD
 }
 
 std::vector<std::size_t> FindByParameter(const std::vector<DeviceAddress>& aDevices,
-                                         const std::string& aName, const std::string& aValue) {
+                                         const std::string& aName, const std::string& aValue,
+                                         const RequestLimits& aLimits) {
     std::vector<std::size_t> found;
+    std::optional<Error> timeout;
     for (std::size_t index = 0; index < aDevices.size(); ++index) {
-        if (HasValue(aDevices[index], aName, aValue)) found.push_back(index);
+        try {
+            const std::optional<Setting> setting = ReadSetting(aDevices[index], aName, aLimits);
+            if (setting && setting->ToEscapedText(setting->value) == aValue) found.push_back(index);
+        } catch (const Error& error) {
+            // Another one may have it.
+            if (error.GetKind() == ErrorKind::Cancelled) throw;
+            if (error.GetKind() == ErrorKind::TimedOut) timeout = error;
+        }
     }
+    if (found.empty() && timeout) throw Error(*timeout);
     return found;
 }
 

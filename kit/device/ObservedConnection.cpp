@@ -7,7 +7,6 @@
 
 #include "LibraryCall.h"
 #include "QvBaseLib/DeviceParameter.h"
-#include "QvKit/BoundedConnection.h"
 
 namespace QvKit {
 
@@ -35,7 +34,7 @@ Result ObservedConnection::IoControl(unsigned long aCode, const void* aIn, unsig
                                      void* aOut, unsigned int aOutSize, unsigned long* aInfo,
                                      _OVERLAPPED* aOverlapped) {
     const Result result =
-        DeviceConnection::IoControl(aCode, aIn, aInSize, aOut, aOutSize, aInfo, aOverlapped);
+        BoundedConnection::IoControl(aCode, aIn, aInSize, aOut, aOutSize, aInfo, aOverlapped);
     reason_.reset();
     if (result.IsFailure()) {
         reason_ = CaptureReason(result).text;
@@ -49,11 +48,14 @@ Error ParametersError(const ObservedConnection* aConnection, const std::string& 
                       const Result& aResult) {
     const std::optional<std::string> reason =
         aConnection != nullptr ? aConnection->GetReason() : std::nullopt;
-    if (!reason) return LibraryError(KindOfFailure(aResult), aWhat, aResult);
+    const ErrorKind kind = KindOfFailure(aResult);
+    if (!reason) return LibraryError(kind, aWhat, aResult);
 
     const unsigned long code = aResult.GetCode();
-    return Error(KindOfFailure(aResult),
-                 aWhat + ": " + *reason + " (" + SystemErrorText(code) + ")", code, *reason);
+    const std::string message = aWhat + ": " + *reason;
+    // Of a request that this program ended, the system's words would say nothing more.
+    if (kind != ErrorKind::DeviceFailed) return Error(kind, message, code, *reason);
+    return Error(kind, message + " (" + SystemErrorText(code) + ")", code, *reason);
 }
 
 }  // namespace QvKit

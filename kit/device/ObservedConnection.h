@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// A connection of the library that remembers what the library's repository does not keep.
+// A connection that remembers what the library's repository does not keep.
 
 #ifndef QVKIT_DEVICE_OBSERVEDCONNECTION_H
 #define QVKIT_DEVICE_OBSERVEDCONNECTION_H
@@ -9,17 +9,18 @@
 #include <optional>
 #include <string>
 
+#include "QvKit/BoundedConnection.h"
 #include "QvKit/Error.h"
 #include "QvKit/Snapshot.h"
-#include "QvUserLib/DeviceConnection.h"
 
 namespace QvKit {
 
 // The result of a repository does not say whether its code is the library's or the system's. The
 // connection knows: every request of the repository goes through it.
-class ObservedConnection final : public QvUserLib::DeviceConnection {
+class ObservedConnection final : public BoundedConnection {
 public:
-    using DeviceConnection::IoControl;
+    using BoundedConnection::BoundedConnection;
+    using BoundedConnection::IoControl;
 
     QvUserLib::Result IoControl(unsigned long aCode, const void* aIn, unsigned int aInSize,
                                 void* aOut, unsigned int aOutSize, unsigned long* aInfo,

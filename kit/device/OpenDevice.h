@@ -1,8 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// Opens devices: without the library, where its connection does not give the handle away, and for a
-// short look.
+// Opens devices: for requests, and for a short look.
 
 #ifndef QVKIT_DEVICE_OPENDEVICE_H
 #define QVKIT_DEVICE_OPENDEVICE_H
@@ -34,7 +33,8 @@ inline OpenedDevice OpenDevice(const DeviceAddress& aDevice,
 
 // What one parameter of a device is now; nothing when the device does not have it. Opens the device
 // and loads its parameters, with the errors of `Device`.
-std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName);
+std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName,
+                                   const RequestLimits& aLimits);
 
 // Whether there is a file, a directory or a disk at the path.
 bool IsFile(const DeviceAddress& aDevice);

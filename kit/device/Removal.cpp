@@ -9,14 +9,6 @@
 namespace QvKit {
 namespace {
 
-// Whether the path has gone. The device's state does not matter: one that another program has
-// locked is there.
-bool IsGone(const DeviceAddress& aDevice) {
-    const OpenedDevice probe = OpenDevice(aDevice, /*aAccess=*/0, /*aFlags=*/0);
-    return !probe.handle.IsValid() &&
-           (probe.error == ERROR_FILE_NOT_FOUND || probe.error == ERROR_PATH_NOT_FOUND);
-}
-
 // What requests end with on a device that is being removed, among other reasons.
 bool IsSignOfRemoval(unsigned long aCode) {
     switch (aCode) {
@@ -38,13 +30,19 @@ bool IsBeingRemoved(const DeviceAddress& aDevice) {
     constexpr int kLooks = 25;
     constexpr DWORD kPauseMs = 20;
     for (int look = 0; look < kLooks; ++look) {
-        if (IsGone(aDevice)) return true;
+        if (!IsPresent(aDevice)) return true;
         ::Sleep(kPauseMs);
     }
     return false;
 }
 
 }  // namespace
+
+bool IsPresent(const DeviceAddress& aDevice) {
+    const OpenedDevice probe = OpenDevice(aDevice, /*aAccess=*/0, /*aFlags=*/0);
+    return probe.handle.IsValid() ||
+           (probe.error != ERROR_FILE_NOT_FOUND && probe.error != ERROR_PATH_NOT_FOUND);
+}
 
 Error ExplainRemoval(const DeviceAddress& aDevice, const Error& aError) {
     const std::optional<unsigned long> code = aError.GetCode();

@@ -21,7 +21,11 @@ void DeviceParameters::Refresh(const std::string& aWhat) {
 
 void DeviceParameters::Apply(const std::string& aWhat) {
     const QvUserLib::Result applied = repository_.Apply();
-    if (applied.IsFailure()) throw ParametersError(connection_, aWhat, applied);
+    if (applied.IsSuccess()) return;
+    const bool isAnswered = KindOfFailure(applied) == ErrorKind::DeviceFailed;
+    throw ParametersError(connection_,
+                          isAnswered ? aWhat : "it is not known whether the device took the change",
+                          applied);
 }
 
 }  // namespace QvKit

@@ -42,7 +42,8 @@ bool FileSender::Send(std::size_t aSize) {
     for (;;) {
         if (MustEnd()) return false;
         ring_.Write(aSize);
-        if (!ring_.WaitForOldest(kNoLimit, GetStopSignal())) {
+        const bool isInTime = ring_.WaitForOldest(settings_.requestLimit, GetStopSignal());
+        if (!isInTime) {
             ChangeProgress().SetStopping();
             ring_.CancelAll();
         }
@@ -52,6 +53,12 @@ bool FileSender::Send(std::size_t aSize) {
             return true;
         }
         if (outcome.error == ERROR_OPERATION_ABORTED && MustEnd()) return false;
+        if (outcome.error == ERROR_OPERATION_ABORTED && !isInTime) {
+            throw Error(ErrorKind::TimedOut,
+                        "Write of " + std::to_string(aSize) + " bytes timed out after " +
+                            std::to_string(settings_.requestLimit.count()) + " ms",
+                        ERROR_TIMEOUT);
+        }
         if (outcome.error != ERROR_BUSY) {
             throw SystemError(ErrorKind::DeviceFailed, "writing to the device failed",
                               outcome.error);

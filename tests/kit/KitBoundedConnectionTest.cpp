@@ -197,7 +197,9 @@ private:
         void Control(unsigned long, std::size_t, std::size_t) override {
             channel_.sent.assign(buffer_.begin(), buffer_.end());
         }
-        bool WaitFor(milliseconds, const StopSignal*) override { return channel_.onWait(); }
+        bool WaitFor(milliseconds, const StopSignal*, const StopSignal*) override {
+            return channel_.onWait();
+        }
         void Cancel() override { ++channel_.cancelled; }
         Outcome Take() override {
             channel_.onTake(buffer_.data());
@@ -290,6 +292,36 @@ TEST_F(KitBoundedConnectionTest, InputAndOutputOfOneRequestAreApart) {
 
     EXPECT_EQ("abc", buffer.Text());
     device.join();
+}
+
+// Single requests
+
+TEST(KitRawRequestTest, BytesThatCameWithAFailureAreKept) {
+    auto channel = std::make_unique<FakeChannel>();
+    channel->outcome = {ERROR_MORE_DATA, 3};
+    channel->onTake = [](unsigned char* aBytes) { std::memcpy(aBytes, "abc", 3); };
+    BoundedConnection connection(std::move(channel));
+
+    const QvKit::RawAnswer answer = QvKit::SendControl(connection, kPeek, {}, 3);
+
+    EXPECT_EQ("abc", std::string(answer.bytes.begin(), answer.bytes.end()));
+    EXPECT_EQ(3u, answer.size);
+    ASSERT_TRUE(answer.error.has_value());
+    EXPECT_EQ(QvKit::ErrorKind::DeviceFailed, answer.error->GetKind());
+    EXPECT_EQ(ERROR_MORE_DATA, answer.error->GetCode());
+    EXPECT_THAT(answer.error->what(), StartsWith("the I/O-control request failed: error 234"));
+}
+
+TEST(KitRawRequestTest, ACountBeyondTheRoomIsNoByte) {
+    auto channel = std::make_unique<FakeChannel>();
+    channel->outcome = {0, 1000};
+    BoundedConnection connection(std::move(channel));
+
+    const QvKit::RawAnswer answer = QvKit::ReadBytes(connection, 10);
+
+    EXPECT_EQ(10u, answer.bytes.size());
+    EXPECT_EQ(1000u, answer.size);
+    EXPECT_FALSE(answer.error.has_value());
 }
 
 // The same failure of both kinds of connection

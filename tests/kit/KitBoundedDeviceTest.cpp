@@ -12,6 +12,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "KitTestSupport.h"
@@ -58,6 +59,147 @@ protected:
     std::vector<unsigned char> buffer_ = std::vector<unsigned char>(kSize, 0xEE);
     unsigned long size_ = 0;
 };
+
+// Sends a read instead of each I/O-control request with this code, so that the driver's faults of
+// reads are faults of it.
+class FaultyRequest final : public QvKit::Request {
+public:
+    FaultyRequest(std::unique_ptr<Request> aRequest, unsigned long aCode)
+        : request_(std::move(aRequest)), code_(aCode) {}
+
+    unsigned char* GetBuffer() override { return request_->GetBuffer(); }
+    std::size_t GetCapacity() const override { return request_->GetCapacity(); }
+    void Read(std::size_t aSize) override { request_->Read(aSize); }
+    void Write(std::size_t aSize) override { request_->Write(aSize); }
+    void Control(unsigned long aCode, std::size_t aInSize, std::size_t aOutSize) override {
+        if (aCode == code_) return request_->Read(GetCapacity());
+        request_->Control(aCode, aInSize, aOutSize);
+    }
+    bool WaitFor(milliseconds aLimit, const QvKit::StopSignal* aStop,
+                 const QvKit::StopSignal* aOther) override {
+        return request_->WaitFor(aLimit, aStop, aOther);
+    }
+    void Cancel() override { request_->Cancel(); }
+    Outcome Take() override { return request_->Take(); }
+
+private:
+    const std::unique_ptr<Request> request_;
+    const unsigned long code_;
+};
+
+class FaultyChannel final : public QvKit::Channel {
+public:
+    FaultyChannel(std::unique_ptr<Channel> aChannel, unsigned long aCode)
+        : channel_(std::move(aChannel)), code_(aCode) {}
+
+    std::unique_ptr<QvKit::Request> MakeRequest(std::size_t aCapacity) override {
+        return std::make_unique<FaultyRequest>(channel_->MakeRequest(aCapacity), code_);
+    }
+    void CancelAll() override { channel_->CancelAll(); }
+
+private:
+    const std::unique_ptr<Channel> channel_;
+    const unsigned long code_;
+};
+
+// A device that does not answer one of the requests for parameters.
+class KitUnresponsiveDeviceTest : public QvTests::SampleDeviceTest {
+protected:
+    void Open(unsigned long aCode, milliseconds aLimit) {
+        const QvKit::DeviceAddress address = QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(0);
+        device_ = std::make_unique<QvKit::Device>(
+            address, std::make_unique<FaultyChannel>(QvKit::OpenChannel(address, kShort), aCode),
+            RequestLimits{aLimit, kShort, &stop_});
+    }
+
+    // Expects that the call fails in this way.
+    static void ExpectError(ErrorKind aKind, const testing::Matcher<std::string>& aMessage,
+                            const std::function<void()>& aCall) {
+        const auto error = ErrorOf(aCall);
+        ASSERT_TRUE(error.has_value());
+        EXPECT_EQ(aKind, error->GetKind());
+        EXPECT_THAT(std::string(error->what()), aMessage);
+    }
+
+    const QvKit::StopSignal stop_;
+    std::unique_ptr<QvKit::Device> device_;
+};
+
+TEST_F(KitUnresponsiveDeviceTest, LoadingTimesOut) {
+    Open(IOCTL_PARAMETERS_GET, kShort);
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+
+    ExpectError(ErrorKind::TimedOut,
+                "cannot load the device's parameters: IoControl 0x222000 timed out after 20 ms",
+                [this] { device_->LoadParameters(); });
+}
+
+TEST_F(KitUnresponsiveDeviceTest, ADriverThatIgnoresCancellingIsNotWaitedForEither) {
+    Open(IOCTL_PARAMETERS_GET, kShort);
+    Set(QV_SAMPLE_ID_FAULT_IGNORE_CANCEL, 300);
+
+    ExpectError(ErrorKind::TimedOut,
+                testing::EndsWith("after 20 ms; the driver ignores that it was cancelled"),
+                [this] { device_->LoadParameters(); });
+    while (CountGivenUpRequests() > 0) std::this_thread::yield();
+}
+
+TEST_F(KitUnresponsiveDeviceTest, AStopSignalEndsLoadingFromAnotherThread) {
+    Open(IOCTL_PARAMETERS_GET, kNoLimit);
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+    std::thread other([this] { stop_.Request(); });
+
+    ExpectError(ErrorKind::Cancelled, testing::EndsWith(" was cancelled"),
+                [this] { device_->LoadParameters(); });
+    other.join();
+}
+
+TEST_F(KitUnresponsiveDeviceTest, AfterAStopSignalNothingIsSent) {
+    Open(IOCTL_PARAMETERS_GET, kNoLimit);
+    stop_.Request();
+
+    ExpectError(ErrorKind::Cancelled,
+                "cannot load the device's parameters: IoControl 0x222004 was cancelled",
+                [this] { device_->LoadParameters(); });
+}
+
+TEST_F(KitUnresponsiveDeviceTest, CancelEndsLoadingFromAnotherThread) {
+    Open(IOCTL_PARAMETERS_GET, kNoLimit);
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+    std::atomic<bool> isEnded{false};
+    std::thread other([&] {
+        while (!isEnded) device_->Cancel();
+    });
+
+    ExpectError(ErrorKind::Cancelled, testing::EndsWith(" was cancelled"),
+                [this] { device_->LoadParameters(); });
+    isEnded = true;
+    other.join();
+}
+
+TEST_F(KitUnresponsiveDeviceTest, OfAChangeItIsNotKnownWhetherItWasTaken) {
+    Open(IOCTL_PARAMETERS_SET, kShort);
+    QvKit::DeviceParameters& parameters = device_->LoadParameters();
+    ASSERT_THAT(parameters.GetRepository().GetByID(QV_SAMPLE_ID_GAIN)->SetInt(7),
+                IsBareCode(Code::Success));
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+
+    ExpectError(ErrorKind::TimedOut,
+                "it is not known whether the device took the change: IoControl 0x222008 timed out "
+                "after 20 ms",
+                [&] { parameters.Apply(); });
+}
+
+TEST_F(KitUnresponsiveDeviceTest, AStopSignalEndsTheSearchForAParameter) {
+    stop_.Request();
+    RequestLimits limits;
+    limits.stop = &stop_;
+
+    ExpectError(ErrorKind::Cancelled, testing::EndsWith(" was cancelled"), [&] {
+        (void)QvKit::FindByParameter(QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE), "Gain", "6",
+                                     limits);
+    });
+}
 
 // Parameters
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "KitTestSupport.h"
+#include "LoggedErrors.h"
 #include "QvBaseLib/DeviceParameterRecord.h"
 #include "QvKit/QvKit.h"
 #include "SampleDevice.h"
@@ -135,6 +136,12 @@ TEST_F(KitDeviceTest, AListedDeviceThatIsNotThereWasRemoved) {
 
     ExpectFailedOpening(address, ErrorKind::DeviceGone, 2,
                         "the device '\\\\?\\root#nowhere#0' was removed");
+}
+
+TEST(KitOpeningTest, ADeviceThatDoesNotOpenIsInTheErrorLog) {
+    EXPECT_THAT(QvTests::LoggedErrorsWithoutLines(
+                    [] { (void)ErrorOf([] { Device(AddressOf("\\\\.\\no such device")); }); }),
+                testing::ElementsAre(testing::HasSubstr("CreateFile failed")));
 }
 
 TEST(KitOpeningTest, WhatAnotherProgramHasForItselfIsInUse) {

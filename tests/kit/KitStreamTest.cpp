@@ -916,7 +916,7 @@ private:
         void Read(std::size_t) override {}
         void Write(std::size_t) override {}
         void Control(unsigned long, std::size_t, std::size_t) override {}
-        bool WaitFor(milliseconds, const StopSignal*) override { return true; }
+        bool WaitFor(milliseconds, const StopSignal*, const StopSignal*) override { return true; }
         void Cancel() override {}
         Outcome Take() override {
             channel_.onTake();

@@ -14,6 +14,7 @@
 #include "ImportPatch.h"
 #include "KitTestSupport.h"
 #include "QvKit/Clock.h"
+#include "QvKit/ControlCode.h"
 #include "QvKit/Error.h"
 #include "QvKit/Spelling.h"
 #include "QvKit/StopSignal.h"
@@ -31,6 +32,43 @@ using std::chrono::milliseconds;
 using testing::IsEmpty;
 using testing::SizeIs;
 using testing::StartsWith;
+
+// Control codes
+
+TEST(KitControlCodeTest, ANumberIsTakenApartAsTheSystemsMacroMakesIt) {
+    const QvKit::ControlCode code = QvKit::ControlCode::FromNumber(0x8001BFF6);
+
+    EXPECT_EQ("device 0x8001, function 0xffd, out-direct, write access", code.ToText());
+    EXPECT_EQ(0x8001BFF6, code.ToNumber());
+    for (const unsigned long number : {0ul, 0xFFFFFFFFul, 0x222004ul, 0x4000ul, 0x3ul}) {
+        EXPECT_EQ(number, QvKit::ControlCode::FromNumber(number).ToNumber());
+    }
+}
+
+TEST(KitControlCodeTest, TextsAreNumbersOrPartsWithNames) {
+    struct {
+        const char* text;
+        unsigned long number;
+    } const cases[] = {
+        {"0x222004", 0x222004},         {"2236420", 0x222004},
+        {"0X222004", 0x222004},         {"0x22:0x801:buffered:any", 0x222004},
+        {"34:2049:0:0", 0x222004},      {"0xffff:0xfff:neither:read-write", 0xFFFFFFFF},
+        {"0:0:in-direct:read", 0x4001}, {"0:1:out-direct:write", 0x8006}};
+    for (const auto& oneCase : cases) {
+        EXPECT_EQ(oneCase.number, QvKit::ParseControlCode(oneCase.text).ToNumber()) << oneCase.text;
+    }
+}
+
+TEST(KitControlCodeTest, OtherTextsAreWrongUse) {
+    for (const char* text : {"", "0x", "-1", "+1", " 1", "1 ", "0x100000000", "4294967296", "1:2",
+                             "1:2:3:0:", ":::", "0x10000:0:0:0", "0:0x1000:0:0", "0:0:4:0",
+                             "0:0:Buffered:0", "0:0:0:rw"}) {
+        const auto error = ErrorOf([&] { (void)QvKit::ParseControlCode(text); });
+
+        ASSERT_TRUE(error.has_value()) << text;
+        EXPECT_EQ(ErrorKind::WrongUse, error->GetKind()) << text;
+    }
+}
 
 // Errors
 

@@ -17,10 +17,13 @@
 #include "QvKit/Guid.h"
 #include "QvKit/Setting.h"
 #include "QvKit/Text.h"
+#include "ToolProcess.h"
+#include "commandline/BytesOption.h"
 #include "commandline/CommandLine.h"
 #include "kit/KitTestSupport.h"
 #include "output/Assignment.h"
 #include "output/ErrorReport.h"
+#include "output/HexDump.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
 #include "output/SettingTable.h"
@@ -43,6 +46,44 @@ using testing::IsEmpty;
 using testing::Le;
 using testing::SizeIs;
 using testing::StartsWith;
+
+// Bytes
+
+TEST(QvctlHexDumpTest, LinesHaveOffsetsBytesAndCharacters) {
+    std::vector<unsigned char> bytes;
+    for (unsigned char byte = 0x70; byte < 0x82; ++byte) bytes.push_back(byte);
+
+    EXPECT_EQ(
+        "00000000  70 71 72 73 74 75 76 77  78 79 7a 7b 7c 7d 7e 7f  |pqrstuvwxyz{|}~.|\n"
+        "00000010  80 81                                             |..|\n",
+        Qvctl::HexDump(bytes));
+    EXPECT_EQ("707172", Qvctl::ToHex({0x70, 0x71, 0x72}));
+    EXPECT_EQ("", Qvctl::HexDump({}));
+}
+
+TEST(QvctlBytesOptionTest, PairsOfDigitsAreBytes) {
+    EXPECT_THAT(Qvctl::ParseHex("00 fFA0  7f "), ElementsAre(0x00, 0xFF, 0xA0, 0x7F));
+    EXPECT_THAT(Qvctl::ParseHex(""), IsEmpty());
+    for (const char* text : {"0", "00 1", "0 0", "0g", "g0", "0x00", "00-00", "\xC3\xA4"}) {
+        EXPECT_THAT(MessageOf([&] { (void)Qvctl::ParseHex(text); }),
+                    EndsWith("' is not made of pairs of hexadecimal digits"))
+            << text;
+    }
+}
+
+TEST(QvctlBytesOptionTest, StandardInputIsReadToItsEnd) {
+    QvTests::Pipe pipe;
+    DWORD written = 0;
+    EXPECT_TRUE(::WriteFile(pipe.WriteEnd(), "a\r\n\x1A\0b", 6, &written, nullptr));
+    pipe.CloseWriteEnd();
+    const HANDLE before = ::GetStdHandle(STD_INPUT_HANDLE);
+    ::SetStdHandle(STD_INPUT_HANDLE, pipe.ReadEnd());
+
+    const Qvctl::Bytes bytes = Qvctl::ReadBytesArgument("-");
+
+    ::SetStdHandle(STD_INPUT_HANDLE, before);
+    EXPECT_EQ(std::string("a\r\n\x1A\0b", 6), std::string(bytes.begin(), bytes.end()));
+}
 
 // Texts
 

@@ -113,7 +113,7 @@ TEST_F(QvctlPipeTest, WithTheBytesOnStandardOutputJsonIsTheEndOfStandardError) {
 
 TEST_F(QvctlPipeTest, FewerPacketsThanAskedForMakeTheExitCodeOne) {
     const ToolOutcome outcome = Qvctl(
-        {"stream", "--device", server_.Name(), "--packets", "2", "--timeout", "0.1", "--json"});
+        {"stream", "--device", server_.Name(), "--packets", "2", "--timeout", "100ms", "--json"});
 
     EXPECT_EQ(1u, outcome.exitCode);
     EXPECT_EQ("qvctl: only 0 of 2 packets have come before the time was over\n", outcome.err);
@@ -166,7 +166,7 @@ protected:
     ToolOutcome Stream(const std::vector<std::string>& aArguments) {
         std::vector<std::string> arguments = {"stream",    "--device", first_.Name(), "--packets",
                                               "1",         "--verify", "--json",      "--verbose",
-                                              "--timeout", "20"};
+                                              "--timeout", "20s"};
         arguments.insert(arguments.end(), aArguments.begin(), aArguments.end());
         ToolProcess stream(arguments);
         stream.AwaitError(kStreaming);
@@ -201,6 +201,21 @@ TEST_F(QvctlKnownPipeTest, WithoutParametersReadsAreLargeEnoughForAnyPacket) {
     EXPECT_THAT(outcome.err, HasSubstr("cannot load the device's parameters"));
     EXPECT_THAT(outcome.err, HasSubstr("reads of 65536 bytes"));
     EXPECT_EQ(0, outcome.Json()["gaps"]);
+}
+
+TEST_F(QvctlPipeTest, AWriteThatTheDeviceDoesNotTakeTimesOut) {
+    WriteBytes(Out(), std::string(10000, 'x'));
+
+    const ToolOutcome outcome = Qvctl({"write", Out(), "--device", server_.Name(), "--size",
+                                       "10000", "--timeout", "50ms", "--json"});
+
+    EXPECT_EQ(4u, outcome.exitCode);
+    EXPECT_EQ(
+        "qvctl: Write of 10000 bytes timed out after 50 ms; try a longer --timeout, or \"qvctl "
+        "doctor\"\n",
+        outcome.err);
+    EXPECT_EQ(0, outcome.Json()["bytes"]);
+    EXPECT_EQ("timed-out", outcome.Json()["error"]["kind"]);
 }
 
 }  // namespace

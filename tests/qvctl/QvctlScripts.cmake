@@ -131,6 +131,9 @@ if(QV_PYTHON)
     qv_add_schema_test(StreamWithoutFile stream stream --packets 1 --quiet --verify)
     # Nothing that a read of the loop-back would get.
     qv_add_schema_test(Write write write NUL --quiet)
+    qv_add_schema_test(WriteOfBytes writeBytes write --in 00)
+    qv_add_schema_test(Read read read)
+    qv_add_schema_test(Control control control 0x22:0x801:buffered:any)
     qv_add_schema_test(Md5 md5 md5 ${PROJECT_SOURCE_DIR}/LICENSE)
     qv_add_schema_test(Doctor doctor doctor)
     qv_add_schema_test(

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "KernelObjects.h"
+#include "QvKit/Clock.h"
 #include "SampleDevice.h"
 #include "SamplePackets.h"
 #include "TestSupport.h"
@@ -283,13 +284,13 @@ TEST_F(QvctlStreamTest, WhicheverEndComesFirstIsTheEnd) {
     Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
 
     const Outcome fewer =
-        Qvctl({"stream", "--packets", "7", "--seconds", "1000", "--timeout", "0.1"});
+        Qvctl({"stream", "--packets", "7", "--seconds", "1000", "--timeout", "100ms"});
     EXPECT_EQ(1u, fewer.exitCode);
     EXPECT_EQ("qvctl: only 0 of 7 packets have come before the time was over\n", fewer.err);
     EXPECT_THAT(fewer.out, StartsWith("packets                0\n"));
-    EXPECT_EQ(0u, Qvctl({"stream", "--timeout", "1000", "--seconds", "0.1"}).exitCode);
+    EXPECT_EQ(0u, Qvctl({"stream", "--timeout", "1000s", "--seconds", "0.1"}).exitCode);
     Set(QV_SAMPLE_ID_FAULT_HOLD, 0);
-    EXPECT_EQ(0u, Qvctl({"stream", "--packets", "1", "--timeout", "1000"}).exitCode);
+    EXPECT_EQ(0u, Qvctl({"stream", "--packets", "1", "--timeout", "1000s"}).exitCode);
 }
 
 TEST_F(QvctlStreamTest, OfPacketsThatAreNotKnownOnlyTheNumberIsTold) {
@@ -390,12 +391,41 @@ TEST_F(QvctlCtrlCTest, StopsAStreamOfADeviceThatIsSilent) {
     EXPECT_EQ(130u, Interrupt({"stream", "--depth", "64", "--verbose"}, kStreaming).exitCode);
 }
 
+TEST_F(QvctlCtrlCTest, StopsARequestThatHangs) {
+    Set(QV_SAMPLE_ID_FAULT_HOLD, 1);
+
+    const Outcome outcome = Interrupt({"read", "--verbose", "--json"}, "sending");
+
+    EXPECT_EQ(130u, outcome.exitCode);
+    EXPECT_THAT(LinesOf(outcome.err),
+                Contains("qvctl: interrupted: Read of 4096 bytes was cancelled"));
+    EXPECT_EQ("interrupted", outcome.Json()["error"]["kind"]);
+}
+
+TEST_F(QvctlCtrlCTest, DoesNotWaitForADriverThatIgnoresCancelling) {
+    constexpr unsigned int kLatenessMs = 10000;
+    Set(QV_SAMPLE_ID_FAULT_IGNORE_CANCEL, kLatenessMs);
+    const QvKit::Stopwatch stopwatch;
+
+    EXPECT_EQ(130u, Interrupt({"read", "--verbose"}, "sending").exitCode);
+
+    EXPECT_LT(stopwatch.GetTime(), std::chrono::milliseconds(kLatenessMs));
+}
+
 TEST_F(QvctlCtrlCTest, StopsAKeptProfile) {
     const TemporaryDirectory directory;
     const std::string path = directory.File("empty.json");
     WriteBytes(path, R"({ "format": "QvUserLib settings", "version": 1, "parameters": [] })");
 
     const Outcome outcome = Interrupt({"keep", path, "--verbose"}, "qvctl: keeping\n");
+
+    EXPECT_EQ(130u, outcome.exitCode);
+    EXPECT_THAT(LinesOf(outcome.err), Contains("qvctl: interrupted"));
+}
+
+TEST_F(QvctlCtrlCTest, StopsTheWaitForADevice) {
+    const Outcome outcome =
+        Interrupt({"show", "--device", "99", "--wait", "1000s", "--verbose"}, "waiting");
 
     EXPECT_EQ(130u, outcome.exitCode);
     EXPECT_THAT(LinesOf(outcome.err), Contains("qvctl: interrupted"));
@@ -654,13 +684,23 @@ TEST_F(QvctlStreamTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
          "--seconds: '0' is no time in seconds, above 0 and up to 1000000"},
         {{"stream", "--seconds", "nan"},
          "--seconds: 'nan' is no time in seconds, above 0 and up to 1000000"},
-        {{"stream", "--timeout", "0"},
-         "--timeout: '0' is no time in seconds, above 0 and up to 1000000"},
+        {{"stream", "--timeout", "0.1"},
+         "--timeout: '0.1' is no duration such as 500ms, 30s or 2min"},
+        {{"show", "--timeout", "-1"}, "--timeout: '-1' is negative; a duration is 0 or more"},
+        {{"set", "Gain=1", "--wait", ""}, "--wait: '' is no duration such as 500ms, 30s or 2min"},
+        {{"write", "file", "--wait", "1h"},
+         "--wait: '1h' is no duration such as 500ms, 30s or 2min"},
+        {{"stream", "--wait", "2000000s"},
+         "--wait: '2000000s' is too long; the longest duration is 1000000s"},
+        {{"list", "--timeout", "1s"}, "--timeout has no effect on list"},
+        {{"doctor", "--wait", "1s"}, "--wait has no effect on doctor"},
+        {{"get", "Gain", "--timeout", "1s", "--timeout", "2s"},
+         "--timeout is given more than once"},
         {{"stream", "--size", "0"}, "--size: '0' is no whole number from 1 to 16777216"},
         {{"stream", "--raw", "--verify"}, "--verify excludes --raw"},
         {{"stream", "--out", ""}, "--out: a file name cannot be empty"},
         {{"stream", "extra"}, "'extra' is an argument too many"},
-        {{"write"}, "FILE is required"},
+        {{"write"}, "FILE or --in is required"},
         {{"write", "file", "--size", "0"}, "--size: '0' is no whole number from 1 to 16777216"},
         {{"watch", "--every", "0"}, "--every: '0' is no whole number from 1 to 86400000"},
         {{"watch", "--count", "1", "--seconds", "1"}, "--count excludes --seconds"},

@@ -85,8 +85,8 @@ constexpr char kChinese[] = "\xE4\xB8\xAD\xE5\x9B\xBD";
 constexpr char kDefaultLabel[] =
     "S\xC3\xBC"
     "d \xE2\x80\x93 Kanal 1";
-constexpr const char* kVerbs[] = {"list",  "show", "get",    "set",  "reset",
-                                  "watch", "wait", "stream", "write"};
+constexpr const char* kVerbs[] = {"list", "show",   "get",   "set",  "reset",  "watch",
+                                  "wait", "stream", "write", "read", "control"};
 constexpr char kUnknownInterface[] = "{0f6b1f2e-8f0a-4f53-9a64-1c2f7e5d9b30}";
 
 // list

@@ -23,9 +23,11 @@ using Outcome = QvTests::ToolOutcome;
 using QvTests::Qvctl;
 using QvTests::ThirdDevice;
 using QvTests::ToolProcess;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::MatchesRegex;
+using testing::Not;
 using testing::SizeIs;
 
 constexpr char kWaiting[] = "qvctl: waiting\n";
@@ -127,6 +129,59 @@ TEST(QvctlWaitTest, OtherEventsAreWrongUsage) {
     EXPECT_EQ(2u, outcome.exitCode);
     EXPECT_EQ("qvctl: --for: 'rain' is neither arrival nor removal; see \"qvctl wait --help\"\n",
               outcome.err);
+}
+
+// --wait of other verbs
+
+TEST(QvctlWaitOptionTest, ADeviceThatIsThereIsNotWaitedFor) {
+    const Outcome outcome = Qvctl({"get", "Gain", "--wait", "100s", "--verbose"});
+
+    EXPECT_EQ(0u, outcome.exitCode);
+    EXPECT_THAT(LinesOf(outcome.err), Not(Contains("qvctl: waiting")));
+}
+
+TEST(QvctlWaitOptionTest, ADeviceThatComesIsUsed) {
+    ToolProcess get({"get", "Gain", "--device", "2", "--wait", "100s", "--verbose"});
+    get.AwaitError(kWaiting);
+    ThirdDevice device;
+
+    device.Add();
+
+    const Outcome outcome = get.Wait();
+    EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
+    EXPECT_EQ("Gain=6\n", outcome.out);
+}
+
+TEST(QvctlWaitOptionTest, ADeviceThatIsThereIsFoundByEachOfItsNames) {
+    const std::string serial = Qvctl({"get", "SerialNumber", "--value", "--device", "1"}).out;
+    for (const std::string& device :
+         {PathOf(1), std::string("root\\qvsample\\0001"),
+          "SerialNumber=" + serial.substr(0, serial.find_first_of("\r\n"))}) {
+        SCOPED_TRACE(device);
+        const Outcome outcome = Qvctl({"get", "Gain", "--device", device, "--wait", "100s"});
+
+        EXPECT_EQ(0u, outcome.exitCode) << outcome.err;
+    }
+}
+
+TEST(QvctlWaitOptionTest, OneThatDoesNotComeInTimeIsAnErrorOfItsOwnKind) {
+    struct {
+        std::string device;
+        std::string message;
+    } const cases[] = {
+        {"99", "there is no device 99; those present are 0 to 1"},
+        {"\\\\.\\nowhere", "there is no device '\\\\.\\nowhere'"},
+        {"ROOT\\QVSAMPLE\\9999", "there is no device 'ROOT\\QVSAMPLE\\9999'"},
+        {"SerialNumber=none", "no device has 'SerialNumber=none'"},
+    };
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.device);
+        const Outcome outcome = Qvctl({"show", "--device", oneCase.device, "--wait", "20"});
+
+        EXPECT_EQ(4u, outcome.exitCode);
+        EXPECT_EQ("qvctl: " + oneCase.message + "; it has not come within 20 ms\n", outcome.err);
+        EXPECT_THAT(outcome.out, IsEmpty());
+    }
 }
 
 // watch --devices

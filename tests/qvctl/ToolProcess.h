@@ -39,6 +39,7 @@ public:
         EXPECT_TRUE(::SetHandleInformation(read, HANDLE_FLAG_INHERIT, 0));
     }
 
+    HANDLE ReadEnd() const { return read_.Get(); }
     HANDLE WriteEnd() const { return write_.Get(); }
 
     void CloseWriteEnd() { write_.Close(); }

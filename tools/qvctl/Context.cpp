@@ -3,21 +3,41 @@
 
 #include "Context.h"
 
+#include "verbs/DeviceWait.h"
+
 namespace Qvctl {
+namespace {
+
+// Short enough for Ctrl-C to end the tool within a second, whatever the driver does.
+constexpr std::chrono::milliseconds kCancelLimit(500);
+
+constexpr std::chrono::milliseconds kTimeout = std::chrono::seconds(10);
+
+}  // namespace
 
 void Context::Note(const std::string& aText) const {
     if (log != nullptr) log->Write(QvUserLib::PriorityLevel::Debug, aText);
     if (options.verbose) err.WriteLine("qvctl: " + aText);
 }
 
+QvKit::RequestLimits Context::GetLimits() const {
+    return {options.timeout.value_or(kTimeout), kCancelLimit, stop};
+}
+
 ChosenDevice Context::FindDevice() const {
-    return Qvctl::FindDevice(options.interfaceClass, options.device);
+    if (options.wait) return AwaitDevice(*this, *options.wait);
+    return Qvctl::FindDevice(options.interfaceClass, options.device, GetLimits());
+}
+
+std::unique_ptr<QvKit::Channel> Context::OpenChannel(const ChosenDevice& aDevice) const {
+    Note("opening " + aDevice.address.path);
+    return QvKit::OpenChannel(aDevice.address, kCancelLimit);
 }
 
 std::unique_ptr<QvKit::Device> Context::OpenDevice(const ChosenDevice& aDevice) const {
     Note("opening " + aDevice.address.path);
     try {
-        return std::make_unique<QvKit::Device>(aDevice.address);
+        return std::make_unique<QvKit::Device>(aDevice.address, GetLimits());
     } catch (const QvKit::Error& error) {
         // The doctor looks at devices that are listed.
         if (!aDevice.address.isListed) throw;

@@ -21,19 +21,21 @@ BOOL WINAPI HandleConsoleEvent(DWORD aEvent) {
 
 }  // namespace
 
-CtrlC::CtrlC() {
+CtrlC::CtrlC() : outer_(receiver.load()) {
     receiver.store(this);
+    if (outer_ != nullptr) return;
     // A process of a new process group is started with Ctrl-C ignored.
     ::SetConsoleCtrlHandler(nullptr, /*Add=*/FALSE);
     ::SetConsoleCtrlHandler(HandleConsoleEvent, /*Add=*/TRUE);
 }
 
 CtrlC::~CtrlC() {
-    ::SetConsoleCtrlHandler(HandleConsoleEvent, /*Add=*/FALSE);
-    receiver.store(nullptr);
+    if (outer_ == nullptr) ::SetConsoleCtrlHandler(HandleConsoleEvent, /*Add=*/FALSE);
+    receiver.store(outer_);
 }
 
 bool CtrlC::Press() const {
+    if (outer_ != nullptr && !outer_->Press()) return false;
     if (stop_.IsRequested()) return false;
     stop_.Request();
     return true;

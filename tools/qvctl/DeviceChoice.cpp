@@ -46,21 +46,23 @@ std::size_t FindInstance(const std::vector<DeviceAddress>& aDevices, const std::
     return *index;
 }
 
-std::size_t FindValue(const std::vector<DeviceAddress>& aDevices, const std::string& aText) {
+std::size_t FindValue(const std::vector<DeviceAddress>& aDevices, const std::string& aText,
+                      const QvKit::RequestLimits& aLimits) {
     const Assignment wanted = ParseAssignment(aText);
     const std::vector<std::size_t> found =
-        QvKit::FindByParameter(aDevices, wanted.name, wanted.value);
+        QvKit::FindByParameter(aDevices, wanted.name, wanted.value, aLimits);
     if (found.size() == 1) return found.front();
     throw Error(ErrorKind::NoSuchDevice,
                 (found.empty() ? "no device has " : "several devices have ") + ("'" + aText + "'"));
 }
 
-std::size_t Find(const std::vector<DeviceAddress>& aDevices, const DeviceChoice& aChoice) {
+std::size_t Find(const std::vector<DeviceAddress>& aDevices, const DeviceChoice& aChoice,
+                 const QvKit::RequestLimits& aLimits) {
     switch (aChoice.kind) {
         case DeviceChoice::InstanceId:
             return FindInstance(aDevices, aChoice.text);
         case DeviceChoice::Parameter:
-            return FindValue(aDevices, aChoice.text);
+            return FindValue(aDevices, aChoice.text, aLimits);
         default:
             return FindIndex(aDevices, aChoice.text);
     }
@@ -98,12 +100,13 @@ Error NoDevicePresent(const GUID& aInterface) {
     return Error(ErrorKind::NoSuchDevice, message);
 }
 
-ChosenDevice FindDevice(const GUID& aInterface, const DeviceChoice& aChoice) {
+ChosenDevice FindDevice(const GUID& aInterface, const DeviceChoice& aChoice,
+                        const QvKit::RequestLimits& aLimits) {
     if (aChoice.kind == DeviceChoice::Path) {
         return ChosenDevice{std::nullopt, QvKit::MakeAddress(aChoice.text)};
     }
     const std::vector<DeviceAddress> devices = ListPresentDevices(aInterface);
-    const std::size_t index = Find(devices, aChoice);
+    const std::size_t index = Find(devices, aChoice, aLimits);
     return ChosenDevice{static_cast<unsigned int>(index), devices[index]};
 }
 

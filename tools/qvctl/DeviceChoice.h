@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "QvKit/DeviceList.h"
+#include "QvKit/RequestLimits.h"
 #include "WindowsApi.h"
 
 namespace Qvctl {
@@ -39,8 +40,10 @@ std::vector<QvKit::DeviceAddress> ListPresentDevices(const GUID& aInterface);
 // The error when there is none: for the sample driver's interface it says how to get one.
 QvKit::Error NoDevicePresent(const GUID& aInterface);
 
-// A path is not looked up in the list: opening it shows whether there is such a device.
-ChosenDevice FindDevice(const GUID& aInterface, const DeviceChoice& aChoice);
+// A path is not looked up in the list: opening it shows whether there is such a device. To find a
+// parameter devices are asked, within the limits.
+ChosenDevice FindDevice(const GUID& aInterface, const DeviceChoice& aChoice,
+                        const QvKit::RequestLimits& aLimits = {});
 
 }  // namespace Qvctl
 

@@ -7,7 +7,9 @@
 #include <vector>
 
 #include "ActivityLog.h"
+#include "CtrlC.h"
 #include "LibraryLog.h"
+#include "QvKit/BoundedConnection.h"
 #include "QvKit/Text.h"
 #include "commandline/CommandLine.h"
 #include "common/CommandLineArguments.h"
@@ -31,12 +33,29 @@ std::vector<std::string> GetArguments() {
     return arguments;
 }
 
+// The error, and what the user did or may try if this program ended a request.
+Error ForTheUser(const Error& aError) {
+    const std::optional<unsigned long>& code = aError.GetCode();
+    if (code == QvKit::BoundedConnection::kTimedOut && aError.GetKind() == ErrorKind::TimedOut) {
+        return Error(ErrorKind::TimedOut,
+                     aError.what() + std::string("; try a longer --timeout, or \"qvctl doctor\""),
+                     code);
+    }
+    if (code == QvKit::BoundedConnection::kCancelled && aError.GetKind() == ErrorKind::Cancelled) {
+        return Error(ErrorKind::Cancelled, std::string("interrupted: ") + aError.what(), code);
+    }
+    return aError;
+}
+
 // One run of the tool, from its arguments to its exit code.
 class Run {
 public:
     ExitCode Execute() {
-        const Outcome outcome = TryToObey();
-        if (outcome.error) ReportError(*outcome.error);
+        Outcome outcome = TryToObey();
+        if (outcome.error) {
+            outcome.error = ForTheUser(*outcome.error);
+            ReportError(*outcome.error);
+        }
         printer_.Print(outcome);
         if (outcome.error) return ExitCodeOf(outcome.error->GetKind());
         if (!out_.HasFailed()) return ExitCode::Done;
@@ -74,6 +93,10 @@ private:
                 context.Note("logging is off: log4cxx is not there or not configured");
             }
             log_->Write(QvUserLib::PriorityLevel::Info, "begins");
+        }
+        std::optional<CtrlC> ctrlC;
+        if (command.verb->options & (DeviceOption | TimeoutOption)) {
+            context.stop = &ctrlC.emplace().GetStopSignal();
         }
         Outcome outcome = command.verb->verb->Run(context);
         if (log_ && !outcome.error) log_->Write(QvUserLib::PriorityLevel::Info, "is done");

@@ -11,17 +11,10 @@
 
 #include "QvKit/Channel.h"
 #include "QvKit/Error.h"
+#include "QvKit/RequestLimits.h"
 #include "QvUserLib/DeviceConnection.h"
 
 namespace QvKit {
-
-/// How long a connection waits for its device.
-struct RequestLimits {
-    /// For a request; `kNoLimit` for any time.
-    std::chrono::milliseconds request = std::chrono::seconds(5);
-    /// For a request that was cancelled. With a channel of your own: what it was opened with.
-    std::chrono::milliseconds cancel = kCancelLimit;
-};
 
 /// A connection of the library whose requests end in time, for everything that takes a
 /// `DeviceConnection`: `DeviceParameterRepository` works on it unchanged.
@@ -35,10 +28,11 @@ struct RequestLimits {
 /// |---|---|
 /// | several send requests | Each request has an event of its own; the handle's is never used. |
 /// | any calls `Cancel` | It returns at once. Calls that run end with `kCancelled`, in time. |
-/// | one calls `Close` | Calls that run end with `kClosed`, in time, and it returns after them. |
-/// | several call `Close` | One closes, for the others it is `NotSet`. |
-/// | one destroys the object | As `Close`. No call may begin any more. |
-/// | any calls `SetLimit` | It is for calls that begin later. |
+/// | any requests `RequestLimits::stop` | As `Cancel`, and later calls fail with `kCancelled` at
+/// once. | | one calls `Close` | Calls that run end with `kClosed`, in time, and it returns after
+/// them. | | several call `Close` | One closes, for the others it is `NotSet`. | | one destroys the
+/// object | As `Close`. No call may begin any more. | | any calls `SetLimit` | It is for calls that
+/// begin later. |
 ///
 /// In time is within `RequestLimits::cancel`. `Close` takes a second more at most.
 ///
@@ -63,7 +57,7 @@ class BoundedConnection : public QvUserLib::DeviceConnection {
 public:
     /// The device did not answer in time (1460, ERROR_TIMEOUT).
     static constexpr unsigned long kTimedOut = 1460;
-    /// `Cancel` was called meanwhile (1223, ERROR_CANCELLED).
+    /// `Cancel` was called meanwhile, or `RequestLimits::stop` requested (1223, ERROR_CANCELLED).
     static constexpr unsigned long kCancelled = 1223;
     /// The connection was closed meanwhile (1236, ERROR_CONNECTION_ABORTED).
     static constexpr unsigned long kClosed = 1236;

@@ -9,13 +9,10 @@
 #include <memory>
 
 #include "QvKit/DeviceList.h"
+#include "QvKit/RequestLimits.h"
 #include "QvKit/StopSignal.h"
 
 namespace QvKit {
-
-/// How long a request that was cancelled is waited for, unless a channel is opened with another
-/// limit.
-constexpr std::chrono::milliseconds kCancelLimit = std::chrono::seconds(1);
 
 /// One request to a device, with its memory: submitted, completed in its own time, and then used
 /// again. Nothing is allocated between. A channel makes it; it may outlive the channel.
@@ -83,10 +80,14 @@ public:
 
     /// @}
 
-    /// Waits until the request is complete. Returns false when `aStop` was requested or the time
-    /// was over before, or the channel's limit for a request that was cancelled. `aStop` may be
+    /// Waits until the request is complete. Returns false when a signal was requested or the time
+    /// was over before, or the channel's limit for a request that was cancelled. Signals may be
     /// null.
-    virtual bool WaitFor(std::chrono::milliseconds aLimit, const StopSignal* aStop) = 0;
+    virtual bool WaitFor(std::chrono::milliseconds aLimit, const StopSignal* aStop,
+                         const StopSignal* aOther) = 0;
+    bool WaitFor(std::chrono::milliseconds aLimit, const StopSignal* aStop) {
+        return WaitFor(aLimit, aStop, /*aOther=*/nullptr);
+    }
 
     /// Asks the device to end the request early. It still has to be taken; it ends with error 995
     /// (ERROR_OPERATION_ABORTED), or as it would have ended without this.
@@ -122,7 +123,8 @@ public:
     virtual void CancelAll() = 0;
 };
 
-/// Opens a device for requests, with a handle of its own.
+/// Opens a device for requests, with a handle of its own. The system opens devices without a limit:
+/// a driver that blocks there blocks the calling thread.
 ///
 /// @param aCancelLimit  How long a request that was cancelled is waited for before it is given up.
 ///

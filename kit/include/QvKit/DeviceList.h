@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "QvKit/Error.h"
+#include "QvKit/RequestLimits.h"
 
 struct _GUID;
 
@@ -36,8 +37,12 @@ std::optional<std::size_t> FindByInstanceId(const std::vector<DeviceAddress>& aD
 /// Which of these devices have a parameter with this name and value, such as a serial number. The
 /// value is a text as of `Setting::ToEscapedText`. Each device is opened; those that cannot be read
 /// are passed over.
+///
+/// Throws `Error`: `ErrorKind::TimedOut` when none has it and one of them did not answer in time;
+/// `ErrorKind::Cancelled`.
 std::vector<std::size_t> FindByParameter(const std::vector<DeviceAddress>& aDevices,
-                                         const std::string& aName, const std::string& aValue);
+                                         const std::string& aName, const std::string& aValue,
+                                         const RequestLimits& aLimits = {});
 
 /// How many devices have ever had this interface on this machine, started or not; 0 also when the
 /// system does not know.
@@ -48,6 +53,10 @@ std::size_t CountKnownDevices(const _GUID& aInterface);
 ///
 /// Throws `Error`: `ErrorKind::NoSuchDevice` for a path with characters that no link can have.
 DeviceAddress MakeAddress(const std::string& aPath);
+
+/// Whether there is anything at the path, also if another program has it for itself. The path is
+/// opened for a moment, without a right to read or write.
+bool IsPresent(const DeviceAddress& aDevice);
 
 /// The error of a device that did not open with this error of the system: `ErrorKind::NoSuchDevice`
 /// when there is none at that path, or something else such as a file; `ErrorKind::DeviceGone` when

@@ -37,14 +37,17 @@ public:
     ///
     /// @param aWhat  The beginning of the message of a failure.
     ///
-    /// Throws `Error`: `ErrorKind::DeviceFailed`.
+    /// Throws `Error`: `ErrorKind::DeviceFailed`; `ErrorKind::TimedOut` and `ErrorKind::Cancelled`
+    /// on a connection with limits.
     void Refresh(const std::string& aWhat = "cannot read the device's parameters");
 
     /// Sends the parameters that were changed in the repository, in one request.
     ///
     /// @param aWhat  The beginning of the message of a failure.
     ///
-    /// Throws `Error`: `ErrorKind::DeviceFailed` when the driver refuses the request or fails.
+    /// Throws `Error`: `ErrorKind::DeviceFailed` when the driver refuses the request or fails;
+    /// `ErrorKind::TimedOut` and `ErrorKind::Cancelled` as `Refresh`. Then the device may have
+    /// taken the change or not.
     void Apply(const std::string& aWhat = "the device refused the change");
 
     /// Its parameters are other objects after `Refresh`.

@@ -27,6 +27,7 @@ public:
         std::string path;                       ///< UTF-8.
         std::size_t requestSize = 4096;         ///< In bytes; the last request may be smaller.
         std::chrono::milliseconds busyLimit{};  ///< How long to try again while it is busy.
+        std::chrono::milliseconds requestLimit = kNoLimit;  ///< How long a request may take.
     };
 
     /// Everything but the settings is borrowed.
@@ -41,7 +42,8 @@ public:
 
     /// @name What may be read when the transfer has ended
     ///
-    /// Errors are of the kinds `ErrorKind::DeviceFailed` and `ErrorKind::SystemFailed`.
+    /// Errors are of the kinds `ErrorKind::DeviceFailed`, `ErrorKind::TimedOut` and
+    /// `ErrorKind::SystemFailed`.
     ///
     /// @{
 

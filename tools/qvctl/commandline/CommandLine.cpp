@@ -11,6 +11,7 @@
 #include "InterfaceId.h"
 #include "QvKit/Guid.h"
 #include "QvKit/Spelling.h"
+#include "commandline/Duration.h"
 #include "output/ErrorReport.h"
 
 namespace Qvctl {
@@ -21,6 +22,7 @@ constexpr char kSummary[] =
 
 constexpr char kDetails[] =
     "\"qvctl VERB --help\" shows the options of a verb. Messages go to standard error.\n"
+    "A DURATION is such as 500ms, 30s or 2min; a number alone is in ms.\n"
     "\n"
     "Exit codes:\n"
     "  0    done\n"
@@ -45,6 +47,8 @@ struct OptionTexts {
     std::string logLevel;
     bool json = false;
     bool verbose = false;
+    std::optional<std::chrono::milliseconds> timeout;
+    std::optional<std::chrono::milliseconds> wait;
 };
 
 void AddSharedOptions(CLI::App& aCommand, unsigned aWhich, OptionTexts& aTexts) {
@@ -60,6 +64,14 @@ void AddSharedOptions(CLI::App& aCommand, unsigned aWhich, OptionTexts& aTexts) 
             .add_option("--interface", aTexts.interfaceClass,
                         "The interface class of the devices; the\nsample driver's by default")
             ->option_text("GUID");
+    }
+    if (aWhich & TimeoutOption) {
+        AddDurationOption(aCommand, "--timeout", aTexts.timeout,
+                          "How long each answer of the device may take;\n10s by default");
+    }
+    if (aWhich & WaitOption) {
+        AddDurationOption(aCommand, "--wait", aTexts.wait,
+                          "How long to wait for the device to arrive; not\nat all by default");
     }
     if (aWhich & JsonOption) {
         aCommand.add_flag("--json", aTexts.json, "Print JSON, failures included");
@@ -106,7 +118,9 @@ Options Understand(const OptionTexts& aTexts) {
                    aTexts.errorLog,
                    UnderstandLog(aTexts),
                    aTexts.json,
-                   aTexts.verbose};
+                   aTexts.verbose,
+                   aTexts.timeout,
+                   aTexts.wait};
 }
 
 std::vector<std::string> NamesOf(const std::vector<const CLI::App*>& aCommands) {

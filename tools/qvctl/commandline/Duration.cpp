@@ -6,6 +6,7 @@
 #include <charconv>
 #include <cstdint>
 
+#include "commandline/ParsedOption.h"
 #include "output/ErrorReport.h"
 
 namespace Qvctl {
@@ -43,15 +44,8 @@ std::chrono::milliseconds ParseDuration(const std::string& aText) {
 CLI::Option* AddDurationOption(CLI::App& aCommand, const std::string& aName,
                                std::optional<std::chrono::milliseconds>& aDuration,
                                const std::string& aSummary) {
-    const CLI::callback_t read = [aName, &aDuration](const CLI::results_t& aTexts) {
-        try {
-            aDuration = ParseDuration(aTexts.front());
-        } catch (const QvKit::Error& error) {
-            throw CLI::ValidationError(aName, error.what());
-        }
-        return true;
-    };
-    return aCommand.add_option(aName, read, aSummary)->option_text("DURATION");
+    return AddParsedOption(aCommand, aName, aDuration, &ParseDuration, aSummary)
+        ->option_text("DURATION");
 }
 
 }  // namespace Qvctl

@@ -17,17 +17,19 @@ void Load(QvKit::Device& aDevice, DeviceFinding& aFinding) {
     try {
         aDevice.LoadParameters();
     } catch (const QvKit::Error& error) {
+        if (error.GetKind() == QvKit::ErrorKind::Cancelled) throw;
         aFinding.loadReason = error.GetReason();
     }
 }
 
-DeviceFinding Try(const QvKit::DeviceAddress& aDevice) {
+DeviceFinding Try(const QvKit::DeviceAddress& aDevice, const QvKit::RequestLimits& aLimits) {
     DeviceFinding finding;
     finding.path = aDevice.path;
     try {
-        QvKit::Device device(aDevice);
+        QvKit::Device device(aDevice, aLimits);
         Load(device, finding);
     } catch (const QvKit::Error& error) {
+        if (error.GetKind() == QvKit::ErrorKind::Cancelled) throw;
         finding.openKind = error.GetKind();
         finding.openReason = error.GetReason();
     }
@@ -62,7 +64,7 @@ Findings Inspect(const Context& aContext) {
     findings.registered = QvKit::CountKnownDevices(interfaceClass);
     for (const QvKit::DeviceAddress& device : QvKit::ListDevices(interfaceClass)) {
         aContext.Note("trying " + device.path);
-        findings.devices.push_back(Try(device));
+        findings.devices.push_back(Try(device, aContext.GetLimits()));
     }
     LookForLogging(findings);
     return findings;

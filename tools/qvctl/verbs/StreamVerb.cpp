@@ -6,14 +6,14 @@
 #include <limits>
 #include <optional>
 
-#include "CtrlC.h"
 #include "DeviceUse.h"
 #include "QvKit/Guid.h"
-#include "QvKit/PacketFile.h"
 #include "QvKit/StreamReader.h"
-#include "WindowsApi.h"
 #include "commandline/ArgumentChecks.h"
+#include "commandline/BytesOption.h"
+#include "commandline/Duration.h"
 #include "output/ErrorReport.h"
+#include "output/OutFile.h"
 #include "sample/SamplePacketFormat.h"
 #include "verbs/TransferReport.h"
 #include "verbs/TransferRun.h"
@@ -32,9 +32,7 @@ public:
         aCommand.add_option("--seconds", seconds_, "End after so many seconds")
             ->option_text("S")
             ->check(CheckSeconds());
-        aCommand.add_option("--timeout", silence_, "End when nothing has come for so many seconds")
-            ->option_text("S")
-            ->check(CheckSeconds());
+        AddDurationOption(aCommand, "--timeout", silence_, "End when nothing has come for so long");
         aCommand
             .add_option("--depth", depth_,
                         "How many reads are kept pending, 2 to 1024; 16\nby default")
@@ -67,21 +65,20 @@ public:
         const std::size_t readSize = FindReadSize(aContext, device, format);
 
         const DeviceUse use(device.address);
-        const CtrlC ctrlC;
         // First, so that a file that is there stays as it is without the device.
-        const auto channel = QvKit::OpenChannel(device.address);
-        const auto file = OpenFile();
+        const auto channel = aContext.OpenChannel(device);
+        const auto file = OpenOutFile(out_);
         aContext.Note("reads of " + std::to_string(readSize) + " bytes, " + std::to_string(depth_) +
                       " pending");
         QvKit::StreamReader reader(*channel, format, MakeSettings(readSize, file.get()),
-                                   ctrlC.GetStopSignal());
+                                   *aContext.stop);
         // JSON on standard error stays by itself.
         ProgressDisplay display(aContext.err,
                                 quiet_ || (isToStandardOutput && aContext.printer.IsJson()));
         const TransferSpan span =
             RunTransfer(reader, display, TransferItems{"packet", format.IsNumbered()});
         return MakeOutcome(device, MakeStreamReport(device, reader, span, file.get()),
-                           StreamError(reader, ctrlC.IsPressed()));
+                           StreamError(reader, aContext.stop->IsRequested()));
     }
 
 private:
@@ -118,27 +115,15 @@ private:
         }
     }
 
-    // Null for none.
-    std::unique_ptr<QvKit::PacketFile> OpenFile() const {
-        if (out_.empty()) return nullptr;
-        if (out_ != kStandardOutput) return std::make_unique<QvKit::PacketFile>(out_);
-        return std::make_unique<QvKit::PacketFile>(::GetStdHandle(STD_OUTPUT_HANDLE), out_);
-    }
-
     // The file may be null; it is borrowed.
     QvKit::StreamSettings MakeSettings(std::size_t aReadSize, QvKit::PacketFile* aFile) const {
-        const auto toTime = [](const std::optional<double>& aSeconds) {
-            std::optional<std::chrono::nanoseconds> time;
-            if (aSeconds) {
-                time = std::chrono::ceil<std::chrono::nanoseconds>(
-                    std::chrono::duration<double>(*aSeconds));
-            }
-            return time;
-        };
         QvKit::StreamSettings settings;
         if (packets_) settings.packets = *packets_;
-        settings.time = toTime(seconds_);
-        settings.silence = toTime(silence_);
+        if (seconds_) {
+            settings.time = std::chrono::ceil<std::chrono::nanoseconds>(
+                std::chrono::duration<double>(*seconds_));
+        }
+        settings.silence = silence_;
         settings.depth = depth_;
         settings.readSize = aReadSize;
         settings.verify = verify_;
@@ -152,7 +137,7 @@ private:
 
     std::optional<std::uint32_t> packets_;
     std::optional<double> seconds_;
-    std::optional<double> silence_;
+    std::optional<std::chrono::milliseconds> silence_;
     std::optional<unsigned int> size_;
     unsigned int depth_ = 16;
     std::string out_;  // Empty for none.

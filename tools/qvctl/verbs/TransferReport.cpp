@@ -9,8 +9,10 @@
 #include <vector>
 
 #include "CtrlC.h"
+#include "output/OutFile.h"
 #include "output/Printable.h"
 #include "output/Quantity.h"
+#include "output/Rows.h"
 #include "output/SettingJson.h"
 
 namespace Qvctl {
@@ -19,17 +21,6 @@ namespace {
 using nlohmann::ordered_json;
 using QvKit::Error;
 using QvKit::PacketAccount;
-
-// A name and what belongs to it.
-using Row = std::pair<std::string, std::string>;
-
-void WriteRows(Output& aOut, const std::vector<Row>& aRows) {
-    std::size_t width = 0;
-    for (const Row& row : aRows) width = std::max(width, row.first.size());
-    for (const Row& row : aRows) {
-        aOut.WriteLine(row.first + std::string(width - row.first.size() + 2, ' ') + row.second);
-    }
-}
 
 // What every transfer reports.
 struct Figures {

@@ -36,9 +36,6 @@ std::unique_ptr<Report> MakeStreamReport(const ChosenDevice& aDevice,
 std::unique_ptr<Report> MakeSendReport(const ChosenDevice& aDevice,
                                        const QvKit::FileSender& aSender, const TransferSpan& aSpan);
 
-// The name of standard output as a file.
-constexpr char kStandardOutput[] = "-";
-
 // Why the stream is no success: the device or the file failed, something was lost when it had to be
 // verified, the user stopped it, or it ended with fewer packets than were asked for, in this order.
 // Nothing when it is one.

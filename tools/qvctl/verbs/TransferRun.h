@@ -14,9 +14,6 @@
 
 namespace Qvctl {
 
-// The largest request that a verb sends, in bytes.
-constexpr std::uint64_t kLargestRequest = 16777216;
-
 // What the items of a transfer are called, and whether any can be dropped.
 struct TransferItems {
     const char* noun;

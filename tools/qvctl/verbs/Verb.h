@@ -25,7 +25,9 @@ enum SharedOption : unsigned {
     InterfaceOption = 1,
     DeviceOption = 2,
     JsonOption = 4,
-    VerboseOption = 8
+    VerboseOption = 8,
+    TimeoutOption = 16,
+    WaitOption = 32
 };
 
 class Verb {
@@ -42,6 +44,7 @@ public:
 
 // Each is defined in the source of its verb.
 std::unique_ptr<Verb> MakeCompletionVerb();
+std::unique_ptr<Verb> MakeControlVerb();
 std::unique_ptr<Verb> MakeDiffVerb();
 std::unique_ptr<Verb> MakeDoctorVerb();
 std::unique_ptr<Verb> MakeDriverVerb();
@@ -53,6 +56,7 @@ std::unique_ptr<Verb> MakeListVerb();
 std::unique_ptr<Verb> MakeLoadVerb();
 std::unique_ptr<Verb> MakeManualVerb();
 std::unique_ptr<Verb> MakeMd5Verb();
+std::unique_ptr<Verb> MakeReadVerb();
 std::unique_ptr<Verb> MakeResetVerb();
 std::unique_ptr<Verb> MakeRestartVerb();
 std::unique_ptr<Verb> MakeSaveVerb();

@@ -9,7 +9,8 @@ namespace Qvctl {
 
 namespace {
 
-constexpr unsigned kAll = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
+constexpr unsigned kCommon = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
+constexpr unsigned kAll = kCommon | TimeoutOption | WaitOption;
 
 // What names a device, for verbs that do not open it.
 constexpr unsigned kChoice = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
@@ -170,18 +171,16 @@ device that was never there has no path to print. A number is that of the list:
 the arrival of device 2 is that of a third one, and without --device that of any
 one. When the time of --timeout is over before, the exit code is 4.
 
-A DURATION is a number with ms, s or min behind it, or a number of ms.
-
 Examples:
   qvctl wait --for arrival --timeout 30s
   qvctl wait --for removal --device 1 --timeout 2min)";
 
 constexpr const char* kStreamDetails =
     R"(It ends at whichever of --packets, --seconds and --timeout comes first, and
-without them at Ctrl-C. Progress goes to standard error, the report to standard
-output. Every byte that is read goes to FILE, in order, whatever it is. With -
-for FILE the bytes go to standard output, and the report to standard error,
-behind all else.
+without them at Ctrl-C. --timeout is a silence: no byte has come for so long.
+Progress goes to standard error, the report to standard output. Every byte that
+is read goes to FILE, in order, whatever it is. With - for FILE the bytes go to
+standard output, and the report to standard error, behind all else.
 
 Of the sample driver's packets, format "sample", the report says what was lost:
 gaps in the sequence, packets that the driver had to drop, and reads that held
@@ -203,17 +202,43 @@ A device is streamed by one qvctl at a time.
 Examples:
   qvctl stream --packets 10000 --verify
   qvctl stream --seconds 60 --depth 64 --out capture.bin --json
-  qvctl stream --device \\.\COM3 --size 256 --timeout 2 --out - > capture.bin)";
+  qvctl stream --device \\.\COM3 --size 256 --timeout 2s --out - > capture.bin)";
+
+constexpr const char* kControlDetails =
+    R"(Any device will do: it need not know parameters. CODE is a number, decimal or
+hexadecimal with 0x, or its parts, each a number or, of the last two, a name:
+  METHOD  buffered, in-direct, out-direct, neither
+  ACCESS  any, read, write, read-write
+What the device returns is shown as a hex dump, with --json in hexadecimal.
+
+Know what a code does before you send it: the driver takes any.
+
+Examples:
+  qvctl control 0x222000 --out 65536
+  qvctl control 0x22:0x800:buffered:any --out 65536 --out-file block.bin
+  qvctl control 0x222010 --in "01 00 00 00" --device \\.\MyDevice)";
+
+constexpr const char* kReadDetails =
+    R"(Any device will do: it need not know parameters. What it returns is shown as a
+hex dump, with --json in hexadecimal.
+
+Examples:
+  qvctl read --size 65536
+  qvctl read --device \\.\COM3 --size 16 --timeout 2s --out-file answer.bin)";
 
 constexpr const char* kWriteDetails =
     R"(The requests are sent one after the other; the last one may be smaller. One
 that the device refuses because it is busy (error 170) is sent again until the
-device takes it, or until the time of --wait is over: then the exit code is
-1, and the report says how much was sent. Progress goes to standard error,
-the report to standard output. Ctrl-C ends with the report and exit code 130.
+device takes it, or until the time of --wait, 1s by default, is over: then the
+exit code is 1, and the report says how much was sent. A request has no limit
+without --timeout. Progress goes to standard error, the report to standard
+output. Ctrl-C ends with the report and exit code 130.
 
-Example, which sends packets in the sizes in which they were received:
-  qvctl write capture.bin --size 4096)";
+With --in it is one request, which has to be taken within --timeout.
+
+Examples, the first of which sends packets in the sizes in which they came:
+  qvctl write capture.bin --size 4096
+  qvctl write --in "0d 0a" --device \\.\COM3)";
 
 constexpr const char* kMd5Details =
     R"(Digests are printed and read in the format of md5sum. Large files show their
@@ -294,15 +319,18 @@ constexpr struct {
      InterfaceOption | JsonOption | VerboseOption, MakeKeepVerb},
     {"diff", "Compare a file with another one or the device", kDiffDetails, kAll, MakeDiffVerb},
     {"watch", "Print parameters or devices as they change", kWatchDetails, kAll, MakeWatchVerb},
-    {"wait", "Wait until a device comes or goes", kWaitDetails, kAll, MakeWaitVerb},
-    {"stream", "Read packets and account for each of them", kStreamDetails, kAll, MakeStreamVerb},
-    {"write", "Send a file to the device", kWriteDetails, kAll, MakeWriteVerb},
+    {"wait", "Wait until a device comes or goes", kWaitDetails, kCommon, MakeWaitVerb},
+    {"stream", "Read packets and account for each of them", kStreamDetails, kCommon | WaitOption,
+     MakeStreamVerb},
+    {"write", "Send a file or a few bytes to the device", kWriteDetails, kAll, MakeWriteVerb},
+    {"read", "Read bytes once and show them", kReadDetails, kAll, MakeReadVerb},
+    {"control", "Send one I/O-control request", kControlDetails, kAll, MakeControlVerb},
     {"md5", "Print or check MD5 digests of files", kMd5Details, JsonOption | VerboseOption,
      MakeMd5Verb},
     {"driver", "Install a driver, list its devices, remove them", kDriverDetails,
      JsonOption | VerboseOption, MakeDriverVerb},
     {"doctor", "Check what usually goes wrong", kDoctorDetails,
-     InterfaceOption | JsonOption | VerboseOption, MakeDoctorVerb},
+     InterfaceOption | JsonOption | VerboseOption | TimeoutOption, MakeDoctorVerb},
     {"version", "Print the versions of tool and libraries", kVersionDetails, JsonOption,
      MakeVersionVerb},
     {"completion", "Print a completion script for a shell", kCompletionDetails, 0,

@@ -10,13 +10,12 @@
 #include <optional>
 #include <utility>
 
-#include "CtrlC.h"
-#include "QvKit/DeviceWatcher.h"
 #include "QvUserLib/String.h"
 #include "commandline/Duration.h"
 #include "output/ErrorReport.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
+#include "verbs/DeviceWait.h"
 #include "verbs/Verb.h"
 
 namespace Qvctl {
@@ -172,25 +171,13 @@ public:
         const DeviceChoice& choice = aContext.options.device;
         const std::chrono::milliseconds limit = limit_.value_or(QvKit::kNoLimit);
         Expectation expectation(event_ == "arrival", choice);
-        const CtrlC ctrlC;
-        const QvKit::StopSignal isMet;
         // A path may be of any class.
-        QvKit::DeviceWatcher watcher(
-            choice.kind == DeviceChoice::Index ? &aContext.options.interfaceClass : nullptr,
-            [&](const DeviceEvent& aEvent) {
-                if (!isMet.IsRequested() && expectation.IsMetBy(aEvent)) {
-                    isMet.Request();
-                }
-            });
-        if (!expectation.IsMetBy(watcher.GetPresent())) {
-            aContext.Note("waiting");
-            watcher.Start();
-            (void)isMet.WaitForEither(ctrlC.GetStopSignal(), limit);
-            watcher.Stop();
-            if (!isMet.IsRequested()) {
-                throw ctrlC.IsPressed() ? Interrupted() : expectation.NotWithin(limit);
-            }
-        }
+        const bool isInTime = WaitForDevices(
+            aContext,
+            choice.kind == DeviceChoice::Index ? &aContext.options.interfaceClass : nullptr, limit,
+            [&](const auto& aPresent) { return expectation.IsMetBy(aPresent); },
+            [&](const DeviceEvent& aEvent) { return expectation.IsMetBy(aEvent); });
+        if (!isInTime) throw expectation.NotWithin(limit);
         return {std::make_unique<WaitReport>(expectation), {}};
     }
 

@@ -3,9 +3,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "CtrlC.h"
 #include "QvKit/FileSender.h"
 #include "commandline/ArgumentChecks.h"
+#include "commandline/BytesOption.h"
+#include "output/ErrorReport.h"
+#include "verbs/RawRun.h"
 #include "verbs/TransferReport.h"
 #include "verbs/TransferRun.h"
 #include "verbs/Verb.h"
@@ -13,42 +15,59 @@
 namespace Qvctl {
 namespace {
 
+constexpr std::chrono::milliseconds kBusyTime(1000);
+
 class WriteVerb final : public Verb {
 public:
     void AddArguments(CLI::App& aCommand) override {
-        constexpr std::uint64_t kLongestWaitMs = 86400000;  // A day.
-        aCommand.add_option("FILE", file_, "The file to send")
-            ->option_text(" ")
-            ->required()
-            ->check(CheckFileName());
-        aCommand.add_option("--size", size_, "Bytes of a request, 1 to 16777216; 4096 by\ndefault")
-            ->option_text("BYTES")
-            ->check(CheckWhole(1, kLargestRequest));
-        aCommand
-            .add_option("--wait", busyMs_,
-                        "How long to try again while the device is busy;\n1000 ms by default")
-            ->option_text("MS")
-            ->check(CheckWhole(0, kLongestWaitMs));
+        auto* const file = aCommand.add_option("FILE", file_, "The file to send")
+                               ->option_text(" ")
+                               ->check(CheckFileName());
+        auto* const size =
+            aCommand
+                .add_option("--size", size_, "Bytes of a request, 1 to 16777216; 4096 by\ndefault")
+                ->option_text("BYTES")
+                ->check(CheckWhole(1, kLargestRequest));
+        AddBytesOption(aCommand, "--in", in_,
+                       "Send these bytes in one request instead:\nhexadecimal digits, a file, or "
+                       "standard input")
+            ->excludes(file)
+            ->excludes(size);
         aCommand.add_flag("--quiet", quiet_, "Show no progress");
     }
     Outcome Run(const Context& aContext) override {
+        if (in_) return WriteBytes(aContext);
+        if (file_.empty()) throw WrongUsage("FILE or --in is required; see \"qvctl write --help\"");
+        return WriteFile(aContext);
+    }
+
+private:
+    Outcome WriteBytes(const Context& aContext) const {
+        if (in_->empty()) throw WrongUsage("--in: there is nothing to write");
+        const auto send = [this](QvKit::BoundedConnection& aConnection) {
+            return QvKit::WriteBytes(aConnection, *in_);
+        };
+        return RunRawRequest(aContext, {send, std::nullopt, /*isWrite=*/true, std::string()});
+    }
+
+    Outcome WriteFile(const Context& aContext) const {
         const ChosenDevice device = aContext.FindDevice();
-        const CtrlC ctrlC;
-        const auto channel = QvKit::OpenChannel(device.address);
-        QvKit::FileSender sender(
-            *channel, QvKit::FileSender::Settings{file_, size_, std::chrono::milliseconds(busyMs_)},
-            ctrlC.GetStopSignal());
+        const auto channel = aContext.OpenChannel(device);
+        const Options& options = aContext.options;
+        QvKit::FileSender sender(*channel,
+                                 {file_, size_, options.wait.value_or(kBusyTime),
+                                  options.timeout.value_or(QvKit::kNoLimit)},
+                                 *aContext.stop);
         ProgressDisplay display(aContext.err, quiet_);
         const TransferSpan span =
             RunTransfer(sender, display, TransferItems{"request", /*canDrop=*/false});
         return MakeOutcome(device, MakeSendReport(device, sender, span),
-                           TransferError(sender, ctrlC.IsPressed()));
+                           TransferError(sender, aContext.stop->IsRequested()));
     }
 
-private:
     std::string file_;
+    std::optional<Bytes> in_;
     unsigned int size_ = 4096;
-    unsigned int busyMs_ = 1000;
     bool quiet_ = false;
 };
 
