@@ -90,7 +90,7 @@ void ProfileKeeper::State::TryAll() {
 bool ProfileKeeper::State::IsDone(NewDevice& aNew) {
     if (events.IsEnded()) return true;
     try {
-        Device device(aNew.address);
+        Device device(aNew.address, options.limits);
         DeviceParameters& parameters = device.LoadParameters();
         Report(Apply(device, parameters));
         return true;

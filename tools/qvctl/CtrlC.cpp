@@ -21,21 +21,19 @@ BOOL WINAPI HandleConsoleEvent(DWORD aEvent) {
 
 }  // namespace
 
-CtrlC::CtrlC() : outer_(receiver.load()) {
+CtrlC::CtrlC() {
     receiver.store(this);
-    if (outer_ != nullptr) return;
     // A process of a new process group is started with Ctrl-C ignored.
     ::SetConsoleCtrlHandler(nullptr, /*Add=*/FALSE);
     ::SetConsoleCtrlHandler(HandleConsoleEvent, /*Add=*/TRUE);
 }
 
 CtrlC::~CtrlC() {
-    if (outer_ == nullptr) ::SetConsoleCtrlHandler(HandleConsoleEvent, /*Add=*/FALSE);
-    receiver.store(outer_);
+    ::SetConsoleCtrlHandler(HandleConsoleEvent, /*Add=*/FALSE);
+    receiver.store(nullptr);
 }
 
 bool CtrlC::Press() const {
-    if (outer_ != nullptr && !outer_->Press()) return false;
     if (stop_.IsRequested()) return false;
     stop_.Request();
     return true;

@@ -12,8 +12,8 @@
 namespace Qvctl {
 
 // While one exists, Ctrl-C and Ctrl-Break request its stop signal and do not end the process.
-// Pressed a second time they end it as always, in case that what was asked to stop does not. One
-// that is made while another exists requests both signals, and has to go first.
+// Pressed a second time they end it as always, in case that what was asked to stop does not. There
+// can be one at a time.
 class CtrlC {
 public:
     CtrlC();
@@ -31,7 +31,6 @@ public:
 
 private:
     QvKit::StopSignal stop_;
-    const CtrlC* const outer_;
 };
 
 // How a verb ends that the user has stopped.

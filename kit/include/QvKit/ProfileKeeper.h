@@ -11,6 +11,7 @@
 #include "QvKit/Change.h"
 #include "QvKit/DeviceList.h"
 #include "QvKit/Profile.h"
+#include "QvKit/RequestLimits.h"
 
 struct _GUID;
 
@@ -23,6 +24,7 @@ struct DeviceSystem;
 struct KeepOptions {
     ProfileChoice choice;
     SendOptions sending;
+    RequestLimits limits;  ///< Of each request to a device.
 
     /// How long a device that does not open, or does not return its parameters, is tried again. The
     /// system reports arrivals before drivers are ready.

@@ -65,7 +65,6 @@ std::chrono::milliseconds ToLimit(const std::optional<double>& aSeconds) {
 void WatchDevices(const Context& aContext, const DeviceWatchSettings& aSettings) {
     aContext.printer.BeginSeries();
     const Moment begin = Moment::Now();
-    const CtrlC ctrlC;
     const QvKit::StopSignal end;
     std::uint64_t printed = 0;
     const auto print = [&](const DeviceEvent& aEvent) {
@@ -79,9 +78,9 @@ void WatchDevices(const Context& aContext, const DeviceWatchSettings& aSettings)
                                  print);
     aContext.Note("watching");
     watcher.Start();
-    (void)end.WaitForEither(ctrlC.GetStopSignal(), ToLimit(aSettings.seconds));
+    (void)end.WaitForEither(*aContext.stop, ToLimit(aSettings.seconds));
     watcher.Stop();
-    if (ctrlC.IsPressed() && !end.IsRequested()) throw Interrupted();
+    if (aContext.stop->IsRequested() && !end.IsRequested()) throw Interrupted();
 }
 
 }  // namespace Qvctl

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 #include <cstdint>
 #include <limits>
 #include <nlohmann/json.hpp>
@@ -16,6 +15,7 @@
 #include "output/Moment.h"
 #include "output/Printable.h"
 #include "verbs/ChangeReport.h"
+#include "verbs/DeviceWatch.h"
 #include "verbs/ProfileArguments.h"
 #include "verbs/Verb.h"
 
@@ -86,7 +86,7 @@ public:
         RequireDistinctNames(options_.choice.only);
         aContext.printer.BeginSeries();
         const Moment begin = Moment::Now();
-        const CtrlC ctrlC;
+        options_.limits = aContext.GetLimits();
         const QvKit::StopSignal end;
         std::uint64_t printed = 0;
         QvKit::ProfileKeeper keeper(aContext.options.interfaceClass, QvKit::Profile::Open(file_),
@@ -98,19 +98,13 @@ public:
                                     });
         aContext.Note("keeping");
         keeper.Start();
-        (void)end.WaitForEither(ctrlC.GetStopSignal(), GetLimit());
+        (void)end.WaitForEither(*aContext.stop, ToLimit(seconds_));
         keeper.Stop();
-        if (ctrlC.IsPressed() && !end.IsRequested()) throw Interrupted();
+        if (aContext.stop->IsRequested() && !end.IsRequested()) throw Interrupted();
         return {};
     }
 
 private:
-    std::chrono::milliseconds GetLimit() const {
-        if (!seconds_) return QvKit::kNoLimit;
-        const std::chrono::duration<double> seconds(*seconds_);
-        return std::chrono::ceil<std::chrono::milliseconds>(seconds);
-    }
-
     std::string file_;
     QvKit::KeepOptions options_;
     std::optional<std::uint64_t> count_;

@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "CtrlC.h"
 #include "InstanceChoice.h"
 #include "QvKit/DeviceRestart.h"
 #include "commandline/Duration.h"
@@ -45,10 +44,9 @@ public:
     Outcome Run(const Context& aContext) override {
         std::string instance = ChooseInstance(aContext.options);
         aContext.Note("restarting " + instance);
-        const CtrlC ctrlC;
         QvKit::RestartSettings settings;
         settings.limit = limit_.value_or(settings.limit);
-        settings.stop = &ctrlC.GetStopSignal();
+        settings.stop = aContext.stop;
         std::vector<std::string> paths = QvKit::RestartDevice(instance, settings);
         return {std::make_unique<RestartReport>(std::move(instance), std::move(paths)), {}};
     }

@@ -12,9 +12,6 @@ namespace {
 constexpr unsigned kCommon = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
 constexpr unsigned kAll = kCommon | TimeoutOption | WaitOption;
 
-// What names a device, for verbs that do not open it.
-constexpr unsigned kChoice = InterfaceOption | DeviceOption | JsonOption | VerboseOption;
-
 constexpr const char* kListDetails =
     R"(Prints the number of each device, which --device takes, and its path.
 
@@ -307,16 +304,16 @@ constexpr struct {
 } kVerbs[] = {
     {"list", "List the devices that are present", kListDetails, InterfaceOption | JsonOption,
      MakeListVerb},
-    {"info", "Show what the system knows of a device", kInfoDetails, kChoice, MakeInfoVerb},
+    {"info", "Show what the system knows of a device", kInfoDetails, kCommon, MakeInfoVerb},
     {"show", "Show parameters as a table", kShowDetails, kAll, MakeShowVerb},
     {"get", "Print values, one NAME=VALUE a line", kGetDetails, kAll, MakeGetVerb},
     {"set", "Change parameters, all in one request", kSetDetails, kAll, MakeSetVerb},
     {"reset", "Set parameters to their defaults", kResetDetails, kAll, MakeResetVerb},
-    {"restart", "Stop a device and start it again", kRestartDetails, kChoice, MakeRestartVerb},
+    {"restart", "Stop a device and start it again", kRestartDetails, kCommon, MakeRestartVerb},
     {"save", "Save parameters in a file", kSaveDetails, kAll, MakeSaveVerb},
     {"load", "Set parameters to what a file holds", kLoadDetails, kAll, MakeLoadVerb},
     {"keep", "Apply a file to each device that comes", kKeepDetails,
-     InterfaceOption | JsonOption | VerboseOption, MakeKeepVerb},
+     InterfaceOption | JsonOption | VerboseOption | TimeoutOption, MakeKeepVerb},
     {"diff", "Compare a file with another one or the device", kDiffDetails, kAll, MakeDiffVerb},
     {"watch", "Print parameters or devices as they change", kWatchDetails, kAll, MakeWatchVerb},
     {"wait", "Wait until a device comes or goes", kWaitDetails, kCommon, MakeWaitVerb},

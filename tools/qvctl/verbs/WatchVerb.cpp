@@ -72,7 +72,6 @@ private:
     }
 
     void PrintEvents(const Context& aContext, QvKit::SettingsPoller& aPoller) const {
-        const CtrlC ctrlC;
         const QvKit::StopSignal end;
         const Moment begin = Moment::Now();
         std::optional<QvKit::Error> failure;
@@ -92,12 +91,12 @@ private:
                                          print);
         aContext.Note("watching");
         subscription.Start();
-        const bool isOver = !end.WaitForEither(ctrlC.GetStopSignal(), ToLimit(seconds_));
+        const bool isOver = !end.WaitForEither(*aContext.stop, ToLimit(seconds_));
         // The end of the time brings the last look forward.
         if (isOver) aPoller.Look();
         subscription.Stop();
         if (failure) throw *failure;
-        if (ctrlC.IsPressed() && !end.IsRequested()) throw Interrupted();
+        if (aContext.stop->IsRequested() && !end.IsRequested()) throw Interrupted();
     }
 
     std::vector<std::string> names_;
