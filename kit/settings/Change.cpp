@@ -41,15 +41,16 @@ std::optional<Error> Try(const std::function<void()>& aStep) {
     }
 }
 
-Error WithConsequence(const Error& aError, const std::string& aConsequence) {
-    return Error(aError.GetKind(), aError.what() + ("; " + aConsequence), aError.GetCode());
+void AddConsequence(std::optional<Error>& aError, const std::string& aConsequence) {
+    if (!aError) return;
+    aError = Error(aError->GetKind(), aError->what() + ("; " + aConsequence), aError->GetCode());
 }
 
-// That another program has changed the setting of an edit since it was read.
-Refusal RefuseChanged(const Edit& aEdit) {
+// That another program has changed the setting of an edit since it had the value before.
+Refusal RefuseChanged(const Edit& aEdit, const Value& aBefore) {
     const Setting& setting = aEdit.setting;
     return Refusal{setting.name, aEdit.request, "Another program has changed it meanwhile",
-                   "it was " + setting.DescribeWithUnit(*aEdit.readBefore) + ", and is " +
+                   "it was " + setting.DescribeWithUnit(aBefore) + ", and is " +
                        setting.DescribeWithUnit(setting.value) + " now",
                    static_cast<unsigned long>(QvUserLib::Code::NotAllowed)};
 }
@@ -151,7 +152,7 @@ void Change::CheckAgain(bool aIsRefusedIfChanged) {
         if (edit.refusal || before.isVolatile || before.value == edit.setting.value) continue;
         edit.readBefore = before.value;
         if (!aIsRefusedIfChanged) continue;
-        edit.refusal = RefuseChanged(edit);
+        edit.refusal = RefuseChanged(edit, before.value);
         edit.verdict = Verdict::Refused;
     }
 }
@@ -203,15 +204,15 @@ void Change::RestoreFormer(ChangeOutcome& aOutcome) {
     const std::string others = DescribeUnrestored(aOutcome.edits);
     if (!unread && others.empty()) {
         aOutcome.restoring = Restoring::Done;
-        aOutcome.error = WithConsequence(*aOutcome.error, "the former values were restored");
+        AddConsequence(aOutcome.error, "the former values were restored");
         return;
     }
     if (!failed) failed = unread;
     aOutcome.restoring = Restoring::Failed;
-    aOutcome.error = WithConsequence(
-        *aOutcome.error, "the former values could not be restored" +
-                             (failed ? std::string(": ") + failed->what() : std::string()) +
-                             (others.empty() ? others : "; the device holds " + others + " now"));
+    AddConsequence(aOutcome.error,
+                   "the former values could not be restored" +
+                       (failed ? std::string(": ") + failed->what() : std::string()) +
+                       (others.empty() ? others : "; the device holds " + others + " now"));
 }
 
 // Only what this change has sent: another program's values stay.

@@ -42,12 +42,13 @@ const char* NameOf(Verdict aVerdict) {
 
 // Empty when there is nothing to say but what was asked for.
 std::string DescribeVerdict(const Edit& aEdit) {
-    const auto held = [&] { return aEdit.setting.DescribeWithUnit(*aEdit.held); };
+    const std::string held =
+        aEdit.held ? aEdit.setting.DescribeWithUnit(*aEdit.held) : std::string();
     switch (aEdit.verdict) {
         case Verdict::Rounded:
-            return "rounded to " + held();
+            return "rounded to " + held;
         case Verdict::NotKept:
-            return "not kept: the device holds " + held();
+            return "not kept: the device holds " + held;
         case Verdict::Gone:
             return "the device does not have it any more";
         case Verdict::Unknown:
