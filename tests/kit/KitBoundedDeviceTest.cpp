@@ -29,7 +29,6 @@ using QvKit::ErrorKind;
 using QvKit::kNoLimit;
 using QvKit::RequestLimits;
 using QvTests::ErrorOf;
-using QvTests::HasCode;
 using QvTests::IsBareCode;
 using QvTests::LastErrorText;
 using QvUserLib::Code;

@@ -93,7 +93,7 @@ TEST_F(QvctlRawTest, InputIsSentFromDigitsAndFromAFile) {
     const std::string file = directory.File("record");
     EXPECT_EQ(0u, Qvctl({"control", "0x222000", "--out", "65536", "--out-file", file}).exitCode);
     std::string record = ReadBytes(file).substr(QV_PARAMETER_RECORD_SIZE, QV_PARAMETER_RECORD_SIZE);
-    const auto setGain = [&](char aValue) {
+    const auto setGain = [&](unsigned char aValue) {
         reinterpret_cast<QV_PARAMETER_RECORD*>(&record[0])->value = aValue;
     };
 
@@ -221,7 +221,9 @@ TEST_F(QvctlRawTest, ADriverThatIgnoresCancellingIsGivenUp) {
 TEST_F(QvctlRawTest, WrongUsageIsFoundBeforeAnythingIsSent) {
     const TemporaryDirectory directory;
     const std::string large = directory.File("large");
-    WriteBytes(large, std::string(16777217, 'x'));
+    std::string bytes;
+    bytes.resize(16777217);
+    WriteBytes(large, bytes);
     struct {
         std::vector<std::string> arguments;
         std::string message;

@@ -44,7 +44,7 @@ bool WaitForDevices(const Context& aContext, const GUID* aClass, std::chrono::mi
 
 ChosenDevice AwaitDevice(const Context& aContext, std::chrono::milliseconds aLimit) {
     std::optional<ChosenDevice> device;
-    std::optional<Error> error;
+    Error error(ErrorKind::NoSuchDevice, std::string());  // Why there is no device yet.
     // Whether there is nothing to wait for any more.
     const auto isDecided = [&] {
         try {
@@ -52,7 +52,7 @@ ChosenDevice AwaitDevice(const Context& aContext, std::chrono::milliseconds aLim
         } catch (const Error& reason) {
             error = reason;
         }
-        return device || error->GetKind() != ErrorKind::NoSuchDevice;
+        return device || error.GetKind() != ErrorKind::NoSuchDevice;
     };
     const bool isPath = aContext.options.device.kind == DeviceChoice::Path;  // Of any class.
     const bool isInTime = WaitForDevices(
@@ -62,8 +62,8 @@ ChosenDevice AwaitDevice(const Context& aContext, std::chrono::milliseconds aLim
             return aEvent.kind == DeviceEvent::Kind::Arrival && isDecided();
         });
     if (device) return *device;
-    if (isInTime) throw Error(*error);
-    throw Error(ErrorKind::TimedOut, std::string(error->what()) + "; it has not come within " +
+    if (isInTime) throw Error(error);
+    throw Error(ErrorKind::TimedOut, std::string(error.what()) + "; it has not come within " +
                                          std::to_string(aLimit.count()) + " ms");
 }
 

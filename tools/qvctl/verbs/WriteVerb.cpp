@@ -36,16 +36,16 @@ public:
         aCommand.add_flag("--quiet", quiet_, "Show no progress");
     }
     Outcome Run(const Context& aContext) override {
-        if (in_) return WriteBytes(aContext);
+        if (in_) return WriteBytes(aContext, *in_);
         if (file_.empty()) throw WrongUsage("FILE or --in is required; see \"qvctl write --help\"");
         return WriteFile(aContext);
     }
 
 private:
-    Outcome WriteBytes(const Context& aContext) const {
-        if (in_->empty()) throw WrongUsage("--in: there is nothing to write");
-        const auto send = [this](QvKit::BoundedConnection& aConnection) {
-            return QvKit::WriteBytes(aConnection, *in_);
+    static Outcome WriteBytes(const Context& aContext, const Bytes& aBytes) {
+        if (aBytes.empty()) throw WrongUsage("--in: there is nothing to write");
+        const auto send = [&](QvKit::BoundedConnection& aConnection) {
+            return QvKit::WriteBytes(aConnection, aBytes);
         };
         return RunRawRequest(aContext, {send, std::nullopt, /*isWrite=*/true, std::string()});
     }
