@@ -90,6 +90,7 @@ void AddErrorLogRows(Table& aTable);
 void AddLogRows(Table& aTable);
 void AddLoggerRows(Table& aTable);
 void AddLibraryRows(Table& aTable);
+void AddSettingsRows(Table& aTable);
 
 }  // namespace QvBench
 

@@ -113,53 +113,56 @@ Comparison LoadOf(unsigned long aCount, bool aIsMixed) {
     return row;
 }
 
+// Changes k evenly spread parameters of a device, and lets `aSend` send them.
+template <typename Send>
+Body ChangeAndSend(unsigned long aChanged, unsigned long aCount, Send aSend) {
+    return [=](benchmark::State& aState) {
+        SyntheticDriver driver(aCount, /*aIsMixed=*/false);
+        DeviceParameterRepository parameters;
+        Must(parameters.Connect(&driver));
+        long long value = 0;
+        Repeat(aState, [&] {
+            value ^= 1;
+            for (unsigned long index = 0; index < aChanged; ++index) {
+                Must(parameters.GetByIndex(index * (aCount / aChanged))->SetInt(value));
+            }
+            aSend(driver, parameters);
+        });
+    };
+}
+
+void Fill(DeviceParameter& aRecord, const QvUserLib::Parameter& aParameter) {
+    aRecord.InitCommon(aParameter.GetID(), aParameter.GetName().GetUnicode(),
+                       aParameter.GetDescription().GetAscii());
+    aRecord.SetFlags(QV_PARAMETER_SENT);
+    aRecord.InitDWord(static_cast<unsigned long>(aParameter.GetMinInt()),
+                      static_cast<unsigned long>(aParameter.GetMaxInt()),
+                      static_cast<unsigned long>(aParameter.GetDefaultInt()), "mV");
+    Must(aRecord.SetValue(static_cast<unsigned long>(aParameter.GetInt())));
+}
+
 // An iteration changes k evenly spread parameters and applies them. The bare alternative fills and
 // sends k records of parameters that it knows to be changed.
 Comparison ApplyOf(unsigned long aChanged, unsigned long aCount) {
-    return {
-        "Apply " + std::to_string(aChanged) + " of " + std::to_string(aCount),
-        "fill and send as many records",
-        [=](benchmark::State& aState) {
-            SyntheticDriver driver(aCount, /*aIsMixed=*/false);
-            DeviceParameterRepository parameters;
-            Must(parameters.Connect(&driver));
-            long long value = 0;
-            Repeat(aState, [&] {
-                value ^= 1;
-                for (unsigned long index = 0; index < aChanged; ++index) {
-                    Must(parameters.GetByIndex(index * (aCount / aChanged))->SetInt(value));
-                }
-                Must(parameters.Apply());
-            });
-        },
-        [=](benchmark::State& aState) {
-            SyntheticDriver driver(aCount, /*aIsMixed=*/false);
-            DeviceParameterRepository parameters;
-            Must(parameters.Connect(&driver));
-            long long value = 0;
-            Repeat(aState, [&] {
-                value ^= 1;
-                const Records records = MakeRecords(aChanged);
-                for (unsigned long index = 0; index < aChanged; ++index) {
-                    QvUserLib::Parameter& parameter =
-                        *parameters.GetByIndex(index * (aCount / aChanged));
-                    Must(parameter.SetInt(value));
-                    DeviceParameter& record = records[index];
-                    record.InitCommon(parameter.GetID(), parameter.GetName().GetUnicode(),
-                                      parameter.GetDescription().GetAscii());
-                    record.SetFlags(QV_PARAMETER_SENT);
-                    record.InitDWord(static_cast<unsigned long>(parameter.GetMinInt()),
-                                     static_cast<unsigned long>(parameter.GetMaxInt()),
-                                     static_cast<unsigned long>(parameter.GetDefaultInt()), "mV");
-                    Must(record.SetValue(static_cast<unsigned long>(parameter.GetInt())));
-                }
-                unsigned long sent = 0;
-                Must(driver.IoControl(IOCTL_PARAMETERS_SET, records.get(),
-                                      static_cast<unsigned int>(aChanged * sizeof(DeviceParameter)),
-                                      nullptr, 0, &sent, nullptr));
-            });
-        },
-        2.0};
+    return {"Apply " + std::to_string(aChanged) + " of " + std::to_string(aCount),
+            "fill and send as many records",
+            ChangeAndSend(aChanged, aCount,
+                          [](SyntheticDriver&, DeviceParameterRepository& aParameters) {
+                              Must(aParameters.Apply());
+                          }),
+            ChangeAndSend(
+                aChanged, aCount,
+                [=](SyntheticDriver& aDriver, DeviceParameterRepository& aParameters) {
+                    const Records records = MakeRecords(aChanged);
+                    for (unsigned long index = 0; index < aChanged; ++index) {
+                        Fill(records[index], *aParameters.GetByIndex(index * (aCount / aChanged)));
+                    }
+                    const auto size = static_cast<unsigned int>(aChanged * sizeof(DeviceParameter));
+                    unsigned long sent = 0;
+                    Must(aDriver.IoControl(IOCTL_PARAMETERS_SET, records.get(), size, nullptr, 0,
+                                           &sent, nullptr));
+                }),
+            2.0};
 }
 
 }  // namespace

@@ -37,10 +37,12 @@ struct Outcome {
     CallCounts bare;
 };
 
-// The most heap blocks and system calls that one operation may take.
+// The most heap blocks and system calls that one operation may take, and the most heap bytes for
+// each item, if they are stated.
 struct StatedCounts {
     double allocations;
     double systemCalls;
+    std::optional<double> bytes;
 };
 
 // Stores what the last run reported.
@@ -190,7 +192,8 @@ void PrintRow(const Comparison& aRow, const Outcome& aOutcome) {
     std::fflush(stdout);
 }
 
-// Lines of three columns, separated by tabs: the row, its heap blocks, its system calls.
+// Lines of three or four columns, separated by tabs: the row, its heap blocks, its system calls,
+// and its bytes for each item.
 std::map<std::string, StatedCounts> ReadStatedCounts(const std::string& aPath) {
     std::ifstream file(aPath);
     Must(static_cast<bool>(file), "the file of the stated counts cannot be read");
@@ -202,6 +205,8 @@ std::map<std::string, StatedCounts> ReadStatedCounts(const std::string& aPath) {
         StatedCounts counts{};
         Must(static_cast<bool>(numbers >> counts.allocations >> counts.systemCalls),
              "a line of the stated counts does not read as two numbers");
+        double bytes = 0;
+        if (numbers >> bytes) counts.bytes = bytes;
         stated[line.substr(0, tab)] = counts;
     }
     return stated;
@@ -217,15 +222,20 @@ bool CheckCounts(const Comparison& aRow, const Outcome& aOutcome,
         std::fprintf(stderr, "error: no counts are stated for: %s\n", aRow.what.c_str());
         return false;
     }
-    if (aOutcome.ours.allocations <= found->second.allocations + kTolerance &&
-        aOutcome.ours.systemCalls <= found->second.systemCalls + kTolerance) {
-        return true;
+    const StatedCounts& stated = found->second;
+    const auto isWithin = [&](const char* aUnit, double aCount, double aStatedCount) {
+        if (aCount <= aStatedCount + kTolerance) return true;
+        std::fprintf(stderr, "error: %s: %.4g %s, stated are %.4g\n", aRow.what.c_str(), aCount,
+                     aUnit, aStatedCount);
+        return false;
+    };
+    bool isMet = isWithin("allocations", aOutcome.ours.allocations, stated.allocations);
+    isMet &= isWithin("system calls", aOutcome.ours.systemCalls, stated.systemCalls);
+    if (stated.bytes) {
+        isMet &=
+            isWithin("bytes for each item", aOutcome.ours.peakBytes / aRow.peakPer, *stated.bytes);
     }
-    std::fprintf(stderr,
-                 "error: %s: %.4g allocations and %.4g system calls, stated are %.4g and %.4g\n",
-                 aRow.what.c_str(), aOutcome.ours.allocations, aOutcome.ours.systemCalls,
-                 found->second.allocations, found->second.systemCalls);
-    return false;
+    return isMet;
 }
 
 Options ReadOptions(int aCount, char** aArguments) {
@@ -270,6 +280,7 @@ int Run(const Options& aOptions) {
     AddLoggerRows(table);
 #endif
     AddLibraryRows(table);
+    AddSettingsRows(table);
 
     const auto stated = aOptions.check ? ReadStatedCounts(aOptions.statedCounts)
                                        : std::map<std::string, StatedCounts>();

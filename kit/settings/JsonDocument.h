@@ -36,6 +36,8 @@ std::string Quote(std::string aText);
 // Checked: it is one JSON value in UTF-8, of few levels, and no member is there twice.
 class JsonDocument {
 public:
+    static constexpr std::size_t kMostValues = 200000;
+
     // Throws `Error`, kind `BadFile`. The file's name is for messages.
     JsonDocument(std::string_view aText, std::string aFile);
 

@@ -50,6 +50,7 @@ struct SettingsPoller::State {
     State(DeviceParameters& aParameters, DeviceAddress aDevice);
 
     void Run();
+    void Poll();
     void Call(Guard& aGuard, std::shared_ptr<Subscription::State> aSubscription);
     void Look(Guard& aGuard);
     Sight Read() const;
@@ -62,8 +63,8 @@ struct SettingsPoller::State {
     void SettleLooks();
     bool IsPollersThread() const;
 
-    const std::unique_ptr<Device> device;  // Null if the parameters are borrowed.
-    DeviceParameters& parameters;          // Of the poller's thread.
+    std::unique_ptr<Device> device;  // Null if the parameters are borrowed.
+    DeviceParameters& parameters;    // Of the poller's thread.
     const DeviceAddress address;
 
     SlimLock lock;  // Guards what follows.

@@ -47,37 +47,51 @@ std::string ReasonToOmit(const Setting& aSetting, const Snapshot& aSnapshot) {
     return ReasonOfValue(aSetting);
 }
 
-ordered_json OriginToJson(const Profile::Origin& aOrigin) {
-    ordered_json json;
-    for (const auto& [name, member] : kOriginMembers) {
-        const std::optional<std::string>& text = aOrigin.*member;
-        if (text) json[name] = *text;
+// Most texts need no escapes. By the library alone, "Saving a profile of 10000" in the benchmark
+// table takes 1.8 times as long.
+void AppendText(std::string& aJson, const std::string& aText) {
+    const bool isPlain = std::all_of(aText.begin(), aText.end(), [](char aCharacter) {
+        return aCharacter >= ' ' && aCharacter <= '~' && aCharacter != '"' && aCharacter != '\\';
+    });
+    if (isPlain) {
+        aJson.append(1, '"').append(aText).append(1, '"');
+    } else {
+        aJson += ordered_json(aText).dump(-1, ' ', /*ensure_ascii=*/false,
+                                          ordered_json::error_handler_t::replace);
     }
-    return json;
 }
 
-ordered_json SettingToJson(const SavedSetting& aSetting) {
-    ordered_json json;
-    json["name"] = aSetting.name;
-    if (aSetting.id) json["id"] = *aSetting.id;
-    json["type"] = NameOf(aSetting.type);
-    if (const auto* number = std::get_if<long long>(&aSetting.value)) {
-        json["value"] = *number;
-    } else {
-        json["value"] = aSetting.ToText();
+void AppendMember(std::string& aJson, const char* aName, const std::string& aText) {
+    aJson.append(aJson.back() == '{' ? " \"" : ", \"").append(aName).append("\": ");
+    AppendText(aJson, aText);
+}
+
+void AppendMember(std::string& aJson, const char* aName, long long aNumber) {
+    aJson.append(", \"").append(aName).append("\": ").append(std::to_string(aNumber));
+}
+
+void AppendOrigin(std::string& aJson, const Profile::Origin& aOrigin) {
+    std::string line = "{";
+    for (const auto& [name, member] : kOriginMembers) {
+        const std::optional<std::string>& text = aOrigin.*member;
+        if (text) AppendMember(line, name, *text);
     }
-    if (aSetting.unit) json["unit"] = *aSetting.unit;
-    return json;
+    if (line.size() > 1) aJson += ",\n  \"device\": " + line + " }";
 }
 
 // In one line, with blanks as people write it.
-std::string Line(const ordered_json& aObject) {
-    std::string line;
-    for (const auto& [name, value] : aObject.items()) {
-        line += (line.empty() ? "{ \"" : ", \"") + name + "\": ";
-        line += value.dump(-1, ' ', /*ensure_ascii=*/false, ordered_json::error_handler_t::replace);
+void AppendSetting(std::string& aJson, const SavedSetting& aSetting) {
+    aJson += '{';
+    AppendMember(aJson, "name", aSetting.name);
+    if (aSetting.id) AppendMember(aJson, "id", *aSetting.id);
+    AppendMember(aJson, "type", NameOf(aSetting.type));
+    if (const auto* number = std::get_if<long long>(&aSetting.value)) {
+        AppendMember(aJson, "value", *number);
+    } else {
+        AppendMember(aJson, "value", aSetting.ToText());
     }
-    return line + " }";
+    if (aSetting.unit) AppendMember(aJson, "unit", *aSetting.unit);
+    aJson += " }";
 }
 
 }  // namespace
@@ -87,8 +101,9 @@ Profile Profile::Take(const Snapshot& aSnapshot, const std::vector<std::string>&
     Profile profile;
     profile.time = TimeNow();
     profile.origin = std::move(aOrigin);
-    const std::vector<Setting> settings =
-        aNames.empty() ? aSnapshot.GetSettings() : aSnapshot.Select(aNames);
+    const std::vector<Setting> selected = aSnapshot.Select(aNames);
+    const std::vector<Setting>& settings = aNames.empty() ? aSnapshot.GetSettings() : selected;
+    profile.settings.reserve(settings.size());
     for (const Setting& setting : settings) {
         std::string reason = ReasonToOmit(setting, aSnapshot);
         if (reason.empty()) {
@@ -103,20 +118,22 @@ Profile Profile::Take(const Snapshot& aSnapshot, const std::vector<std::string>&
 std::string Profile::ToJson() const {
     std::string text = "{\n  \"format\": \"" + std::string(kProfileFormat) +
                        "\",\n  \"version\": " + std::to_string(kVersion);
-    if (time) text += ",\n  \"time\": " + ordered_json(*time).dump();
-    const ordered_json device = OriginToJson(origin);
-    if (!device.empty()) text += ",\n  \"device\": " + Line(device);
+    if (time) AppendText(text += ",\n  \"time\": ", *time);
+    AppendOrigin(text, origin);
     text += ",\n  \"parameters\": [";
 
-    std::vector<SavedSetting> sorted = settings;
+    std::vector<const SavedSetting*> sorted;
+    sorted.reserve(settings.size());
+    for (const SavedSetting& setting : settings) sorted.push_back(&setting);
     std::sort(sorted.begin(), sorted.end(),
-              [](const auto& aLeft, const auto& aRight) { return aLeft.name < aRight.name; });
+              [](const auto* aLeft, const auto* aRight) { return aLeft->name < aRight->name; });
     const char* separator = "\n    ";
-    for (const SavedSetting& setting : sorted) {
-        text += separator + Line(SettingToJson(setting));
+    for (const SavedSetting* const setting : sorted) {
+        AppendSetting(text += separator, *setting);
         separator = ",\n    ";
     }
-    return text + (sorted.empty() ? "]\n}\n" : "\n  ]\n}\n");
+    text += sorted.empty() ? "]\n}\n" : "\n  ]\n}\n";
+    return text;
 }
 
 }  // namespace QvKit

@@ -16,6 +16,14 @@ namespace QvKit {
 // By which a document says what it is.
 inline constexpr char kProfileFormat[] = "QvUserLib settings";
 
+// What both reading and writing refuse.
+
+// Whether the text is a time such as 2026-01-31T12:00:00Z.
+bool IsProfileTime(const std::string& aText);
+
+// Why no file has this text; empty when one may have it.
+std::string RefuseProfileText(const std::string& aText);
+
 struct OriginMember {
     const char* name;
     std::optional<std::string> Profile::Origin::* member;

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <initializer_list>
 #include <limits>
-#include <map>
+#include <unordered_map>
 #include <utility>
 
 #include "JsonDocument.h"
@@ -13,13 +13,8 @@
 #include "QvKit/Text.h"
 
 namespace QvKit {
-namespace {
 
-// More than any record of a driver holds; it bounds messages that repeat a text.
-constexpr std::size_t kMostTextBytes = 16384;
-
-// Whether the text is a time such as 2026-01-31T12:00:00Z.
-bool IsTime(const std::string& aText) {
+bool IsProfileTime(const std::string& aText) {
     constexpr std::string_view kPattern = "0000-00-00T00:00:00Z";
     return std::equal(aText.begin(), aText.end(), kPattern.begin(), kPattern.end(),
                       [](char aCharacter, char aPattern) {
@@ -27,6 +22,16 @@ bool IsTime(const std::string& aText) {
                           return aCharacter >= '0' && aCharacter <= '9';
                       });
 }
+
+std::string RefuseProfileText(const std::string& aText) {
+    // More than any record of a driver holds; it bounds messages that repeat a text.
+    constexpr std::size_t kMostBytes = 16384;
+    if (aText.size() > kMostBytes) return "the text is too long";
+    if (aText.find('\0') != std::string::npos) return "a text cannot have a zero character";
+    return std::string();
+}
+
+namespace {
 
 class Reader {
 public:
@@ -41,7 +46,7 @@ public:
         CheckMembers(root, {"format", "version", "time", "device", "parameters"});
         Profile profile;
         profile.time = FindText(root, "time");
-        if (profile.time && !IsTime(*profile.time)) {
+        if (profile.time && !IsProfileTime(*profile.time)) {
             throw Refuse(*root.Find("time"),
                          "'time' has to be a time such as 2026-01-31T12:00:00Z");
         }
@@ -84,10 +89,8 @@ private:
 
     std::string ReadText(const JsonNode& aNode) const {
         Expect(aNode, JsonNode::Text, "'" + aNode.name + "'", "a text");
-        if (aNode.text.size() > kMostTextBytes) throw Refuse(aNode, "the text is too long");
-        if (aNode.text.find('\0') != std::string::npos) {
-            throw Refuse(aNode, "a text cannot have a zero character");
-        }
+        const std::string reason = RefuseProfileText(aNode.text);
+        if (!reason.empty()) throw Refuse(aNode, reason);
         return aNode.text;
     }
 
@@ -153,7 +156,8 @@ private:
 
     SavedSetting ReadSetting(const JsonNode& aNode) {
         Expect(aNode, JsonNode::Object, "a parameter", "an object");
-        CheckMembers(aNode, {"name", "id", "type", "value", "unit"});
+        static const std::vector<std::string> kMembers = {"name", "id", "type", "value", "unit"};
+        CheckMembers(aNode, kMembers);
         SavedSetting setting;
         setting.line = document_.GetLine(aNode.offset);
         setting.name = ReadText(Require(aNode, "name"));
@@ -175,7 +179,7 @@ private:
 
     const JsonDocument document_;
     const std::string file_;
-    std::map<std::string, std::size_t> lines_;  // Of the parameters, by their names.
+    std::unordered_map<std::string, std::size_t> lines_;  // Of the parameters, by their names.
 };
 
 }  // namespace

@@ -30,6 +30,12 @@ SettingsPoller::State::State(DeviceParameters& aParameters, DeviceAddress aDevic
       latest(std::make_shared<const Snapshot>(parameters.GetSnapshot())) {}
 
 void SettingsPoller::State::Run() {
+    Poll();
+    // Subscriptions may live on, but need no device.
+    device = nullptr;
+}
+
+void SettingsPoller::State::Poll() {
     Guard guard(lock);
     thread = ::GetCurrentThreadId();
     while (!isEnded) {

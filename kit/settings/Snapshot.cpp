@@ -4,6 +4,7 @@
 #include "QvKit/Snapshot.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "QvBaseLib/DeviceParameterRecord.h"
@@ -95,12 +96,6 @@ Setting Copy(const Parameter& aParameter, const Snapshot::TextLimits& aLimits) {
     return setting;
 }
 
-template <typename Test>
-const Setting* FindIf(const std::vector<Setting>& aSettings, Test aTest) {
-    const auto found = std::find_if(aSettings.begin(), aSettings.end(), aTest);
-    return found == aSettings.end() ? nullptr : &*found;
-}
-
 }  // namespace
 
 Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters, const TextLimits& aLimits) {
@@ -109,14 +104,34 @@ Snapshot::Snapshot(const QvUserLib::ParameterRepository& aParameters, const Text
         const Parameter& parameter = *aParameters.GetByIndex(index);
         if (IsKnownType(parameter)) settings_.push_back(Copy(parameter, aLimits));
     }
+    byName_.resize(settings_.size());
+    std::iota(byName_.begin(), byName_.end(), 0U);
+    std::sort(byName_.begin(), byName_.end(), [this](unsigned int aLeft, unsigned int aRight) {
+        const int order = settings_[aLeft].name.compare(settings_[aRight].name);
+        return order != 0 ? order < 0 : aLeft < aRight;
+    });
+}
+
+std::vector<const Setting*> Snapshot::GetSettingsByName() const {
+    std::vector<const Setting*> sorted;
+    sorted.reserve(byName_.size());
+    for (const unsigned int index : byName_) sorted.push_back(&settings_[index]);
+    return sorted;
 }
 
 const Setting* Snapshot::Find(const std::string& aName) const {
-    return FindIf(settings_, [&](const Setting& aSetting) { return aSetting.name == aName; });
+    const auto found = std::lower_bound(byName_.begin(), byName_.end(), aName,
+                                        [this](unsigned int aIndex, const std::string& aText) {
+                                            return settings_[aIndex].name < aText;
+                                        });
+    if (found == byName_.end() || settings_[*found].name != aName) return nullptr;
+    return &settings_[*found];
 }
 
 const Setting* Snapshot::Find(unsigned long aId) const {
-    return FindIf(settings_, [&](const Setting& aSetting) { return aSetting.id == aId; });
+    const auto found = std::find_if(settings_.begin(), settings_.end(),
+                                    [&](const Setting& aSetting) { return aSetting.id == aId; });
+    return found == settings_.end() ? nullptr : &*found;
 }
 
 std::vector<Setting> Snapshot::Select(const std::vector<std::string>& aNames) const {

@@ -4,6 +4,7 @@
 #include "QvKit/Subscription.h"
 
 #include <algorithm>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -44,14 +45,16 @@ void Subscription::Start() {
         state_->events.push_back(
             SettingEvent{SettingEvent::Kind::Present, now, std::nullopt, *setting, std::nullopt});
     }
-    if (poller_->removal) state_->events.push_back(*poller_->removal);
+    if (const std::optional<SettingEvent>& removal = poller_->removal) {
+        state_->events.push_back(*removal);
+    }
     poller_->subscriptions.push_back(state_);
     poller_->lock.WakeAll();
 }
 
 void Subscription::Stop() {
     Callback callback;  // What it owns goes when the lock is free.
-    SettingsPoller::State::Guard guard(poller_->lock);
+    const SettingsPoller::State::Guard guard(poller_->lock);
     auto& all = poller_->subscriptions;
     all.erase(std::remove(all.begin(), all.end(), state_), all.end());
     while (poller_->running == state_.get() && !poller_->IsPollersThread()) {

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -285,6 +287,61 @@ TEST(KitProfileFileTest, ASavedFileIsOpenedAndNothingElseIsLeftBehind) {
     WIN32_FIND_DATAA found;
     const HANDLE search = ::FindFirstFileA(directory.File("*.tmp").c_str(), &found);
     EXPECT_EQ(INVALID_HANDLE_VALUE, search);
+}
+
+TEST(KitProfileFileTest, WhatCouldNotBeReadAgainIsNotWritten) {
+    constexpr std::size_t kTooMany = 50001;
+    const TemporaryDirectory directory;
+    const std::string path = directory.File("a.json");
+    const FakeDevice device({Integer(1, L"Gain", 12)});
+    struct {
+        const char* reason;
+        std::function<void(Profile&)> spoil;
+    } const cases[] = {
+        {"the time is malformed", [](Profile& aProfile) { aProfile.time = "now"; }},
+        {"serialNumber: the text is too long",
+         [](Profile& aProfile) { aProfile.origin.serialNumber = std::string(16385, 'x'); }},
+        {"'Gain': it is there a second time",
+         [](Profile& aProfile) { aProfile.settings.push_back(aProfile.settings[0]); }},
+        {"'Gain': its value is of another type",
+         [](Profile& aProfile) { aProfile.settings[0].value = std::wstring(L"12"); }},
+        {"'Gain': only an integer has a unit",
+         [](Profile& aProfile) {
+             aProfile.settings[0].type = QvKit::SettingType::String;
+             aProfile.settings[0].value = std::wstring(L"12");
+         }},
+        {"'Gain': a text cannot have a zero character",
+         [](Profile& aProfile) { aProfile.settings[0].unit = std::string(1, '\0'); }},
+        {"there are too many settings",
+         [](Profile& aProfile) {
+             QvKit::SavedSetting setting;
+             setting.value = 0LL;
+             for (std::size_t number = 0; number < kTooMany; ++number) {
+                 setting.name = std::to_string(number);
+                 aProfile.settings.push_back(setting);
+             }
+         }},
+        {"it is too large",
+         [](Profile& aProfile) {
+             QvKit::SavedSetting setting;
+             setting.type = QvKit::SettingType::String;
+             setting.value = std::wstring(16000, L'x');
+             for (int number = 0; number < 300; ++number) {
+                 setting.name = std::to_string(number);
+                 aProfile.settings.push_back(setting);
+             }
+         }},
+    };
+    for (const auto& oneCase : cases) {
+        SCOPED_TRACE(oneCase.reason);
+        Profile profile = device.Take();
+        oneCase.spoil(profile);
+
+        EXPECT_EQ("'" + path + "' would be no profile: " + oneCase.reason,
+                  MessageOf([&] { profile.Save(path); }));
+        EXPECT_NE("", MessageOf([&] { (void)Profile::FromJson(profile.ToJson(), "again"); }));
+    }
+    EXPECT_EQ(INVALID_FILE_ATTRIBUTES, ::GetFileAttributesA(path.c_str()));
 }
 
 TEST(KitProfileFileTest, ANameOutsideTheCodePageIsTaken) {

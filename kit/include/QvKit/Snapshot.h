@@ -36,11 +36,13 @@ public:
 
     /// The settings, in the driver's order.
     const std::vector<Setting>& GetSettings() const { return settings_; }
+    /// The same in the order of their names. They belong to the snapshot.
+    std::vector<const Setting*> GetSettingsByName() const;
     /// Whether there are no settings.
     bool IsEmpty() const { return settings_.empty(); }
 
-    /// The setting with exactly this name, in UTF-8; null when there is none. It belongs to the
-    /// snapshot.
+    /// The setting with exactly this name, in UTF-8, the first one of several; null when there is
+    /// none. It belongs to the snapshot.
     const Setting* Find(const std::string& aName) const;
 
     /// The same with this identifier.
@@ -56,6 +58,8 @@ public:
 
 private:
     std::vector<Setting> settings_;
+    std::vector<unsigned int>
+        byName_;  // In the order of the names; the first of a name comes first.
 };
 
 }  // namespace QvKit
