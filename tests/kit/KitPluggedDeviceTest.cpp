@@ -13,6 +13,7 @@
 
 #include "EventRecorder.h"
 #include "KitTestSupport.h"
+#include "OpenHandles.h"
 #include "PluggedDevices.h"
 #include "QvKit/QvKit.h"
 #include "SampleDevice.h"
@@ -113,6 +114,24 @@ TEST_F(KitPluggedDeviceTest, ASubscriptionEndsWithTheRemovalOfItsDevice) {
                 ElementsAre("Gain", StartsWith("the device has been removed: cannot read ")));
     poller.Look();
     EXPECT_THAT(recorder.Get(), SizeIs(2));
+}
+
+TEST_F(KitPluggedDeviceTest, ASubscriptionThatOutlivesItsPollerKeepsNoDeviceOpen) {
+    const auto address = QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(0);
+    const auto open = [&] {
+        return std::make_unique<QvKit::SettingsPoller>(std::make_unique<Device>(address));
+    };
+    open().reset();  // What is opened once stays open.
+    const std::size_t before = CountOpenHandles();
+    auto poller = open();
+    QvKit::Subscription subscription(*poller, {}, QvKit::kNoLimit,
+                                     [](const QvKit::SettingEvent&) {});
+    subscription.Start();
+    ASSERT_LT(before, CountOpenHandles());
+
+    poller.reset();
+
+    EXPECT_EQ(before, CountOpenHandles());
 }
 
 TEST_F(KitPluggedDeviceTest, ADeviceIsLinkedByItsInstancePath) {

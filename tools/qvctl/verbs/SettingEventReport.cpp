@@ -35,6 +35,11 @@ const char* NameOf(Kind aKind) {
     }
 }
 
+std::string GetName(const QvKit::SettingEvent& aEvent) {
+    if (aEvent.after) return aEvent.after->name;
+    return aEvent.before ? aEvent.before->name : std::string();
+}
+
 // All that are set. The table's words leave out what goes without saying.
 std::string MarksText(const Setting& aSetting) {
     std::string text;
@@ -86,7 +91,7 @@ nlohmann::ordered_json PartToJson(const std::optional<Setting>& aSetting, Kind a
 
 std::string SettingEventReport::ToText() const {
     const Kind kind = event_.kind;
-    std::string text = GetSetting().name + ": ";
+    std::string text = GetName(event_) + ": ";
     if (kind != Kind::Value && kind != Kind::Present) text += NameOf(kind) + std::string(": ");
     if (event_.before) text += PartText(*event_.before, kind);
     if (event_.before && event_.after) text += " -> ";
@@ -101,15 +106,11 @@ void SettingEventReport::WriteText(Output& aOut) const {
 nlohmann::ordered_json SettingEventReport::ToJson() const {
     nlohmann::ordered_json json;
     json["time"] = UtcText(moment_);
-    json["name"] = GetSetting().name;
+    json["name"] = GetName(event_);
     json["what"] = NameOf(event_.kind);
     json["before"] = PartToJson(event_.before, event_.kind);
     json["after"] = PartToJson(event_.after, event_.kind);
     return json;
-}
-
-const Setting& SettingEventReport::GetSetting() const {
-    return event_.after ? *event_.after : *event_.before;
 }
 
 }  // namespace Qvctl

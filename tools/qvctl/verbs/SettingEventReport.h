@@ -27,8 +27,6 @@ public:
     nlohmann::ordered_json ToJson() const override;
 
 private:
-    const QvKit::Setting& GetSetting() const;
-
     QvKit::SettingEvent event_;
     Moment begin_;
     Moment moment_ = Moment::Now();
