@@ -3,12 +3,10 @@
 
 #include "verbs/DeviceWatch.h"
 
-#include <chrono>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <utility>
 
-#include "CtrlC.h"
 #include "QvKit/DeviceWatcher.h"
 #include "output/Moment.h"
 #include "output/Printable.h"
@@ -57,30 +55,23 @@ private:
 
 }  // namespace
 
-std::chrono::milliseconds ToLimit(const std::optional<double>& aSeconds) {
-    if (!aSeconds) return QvKit::kNoLimit;
-    return std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>(*aSeconds));
-}
-
 void WatchDevices(const Context& aContext, const DeviceWatchSettings& aSettings) {
     aContext.printer.BeginSeries();
     const Moment begin = Moment::Now();
-    const QvKit::StopSignal end;
+    const QvKit::StopSignal isDone;
     std::uint64_t printed = 0;
     const auto print = [&](const DeviceEvent& aEvent) {
         const bool isNews = aEvent.kind != DeviceEvent::Kind::Present;
-        if (end.IsRequested() || (!isNews && !aSettings.initial)) return;
+        if (isDone.IsRequested() || (!isNews && !aSettings.initial)) return;
         aContext.printer.PrintNext(DeviceEventReport(aEvent, begin));
         if (isNews) ++printed;
-        if (printed == aSettings.count || aContext.out.HasFailed()) end.Request();
+        if (printed == aSettings.end.count || aContext.out.HasFailed()) isDone.Request();
     };
     QvKit::DeviceWatcher watcher(aSettings.interfaceClass ? &*aSettings.interfaceClass : nullptr,
                                  print);
     aContext.Note("watching");
     watcher.Start();
-    (void)end.WaitForEither(*aContext.stop, ToLimit(aSettings.seconds));
-    watcher.Stop();
-    if (aContext.stop->IsRequested() && !end.IsRequested()) throw Interrupted();
+    (void)WaitForEnd(aContext, isDone, aSettings.end);
 }
 
 }  // namespace Qvctl

@@ -3,19 +3,17 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
-#include <limits>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
-#include "CtrlC.h"
 #include "QvKit/ProfileKeeper.h"
 #include "commandline/ArgumentChecks.h"
 #include "output/ErrorReport.h"
 #include "output/Moment.h"
 #include "output/Printable.h"
 #include "verbs/ChangeReport.h"
-#include "verbs/DeviceWatch.h"
+#include "verbs/LastingVerb.h"
 #include "verbs/ProfileArguments.h"
 #include "verbs/Verb.h"
 
@@ -73,42 +71,32 @@ public:
         AddProfileArguments(aCommand, file_, options_.choice);
         aCommand.add_flag("--all-or-nothing", options_.sending.isAllOrNothing,
                           "Restore the former values if one is not kept");
-        auto* const count =
-            aCommand.add_option("--count", count_, "End after so many devices have come")
-                ->option_text("N")
-                ->check(CheckWhole(1, std::numeric_limits<std::uint64_t>::max()));
-        aCommand.add_option("--seconds", seconds_, "End after so many seconds")
-            ->option_text("S")
-            ->check(CheckSeconds())
-            ->excludes(count);
+        AddEndOptions(aCommand, "End after so many devices have come", end_);
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(options_.choice.only);
         aContext.printer.BeginSeries();
         const Moment begin = Moment::Now();
         options_.limits = aContext.GetLimits();
-        const QvKit::StopSignal end;
+        const QvKit::StopSignal isDone;
         std::uint64_t printed = 0;
         QvKit::ProfileKeeper keeper(aContext.options.interfaceClass, QvKit::Profile::Open(file_),
                                     options_, [&](const Result& aResult) {
-                                        if (end.IsRequested()) return;
+                                        if (isDone.IsRequested()) return;
                                         aContext.printer.PrintNext(KeptReport(aResult, begin));
-                                        if (++printed == count_ || aContext.out.HasFailed())
-                                            end.Request();
+                                        if (++printed == end_.count || aContext.out.HasFailed())
+                                            isDone.Request();
                                     });
         aContext.Note("keeping");
         keeper.Start();
-        (void)end.WaitForEither(*aContext.stop, ToLimit(seconds_));
-        keeper.Stop();
-        if (aContext.stop->IsRequested() && !end.IsRequested()) throw Interrupted();
+        (void)WaitForEnd(aContext, isDone, end_);
         return {};
     }
 
 private:
     std::string file_;
     QvKit::KeepOptions options_;
-    std::optional<std::uint64_t> count_;
-    std::optional<double> seconds_;
+    LastingEnd end_;
 };
 
 }  // namespace

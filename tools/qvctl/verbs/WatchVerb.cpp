@@ -4,11 +4,9 @@
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
-#include <limits>
 #include <optional>
 #include <string>
 
-#include "CtrlC.h"
 #include "InterfaceId.h"
 #include "QvKit/Subscription.h"
 #include "commandline/ArgumentChecks.h"
@@ -35,13 +33,7 @@ public:
                             "The time between two looks in ms, 1 to\n86400000; 1000 by default")
                 ->option_text("MS")
                 ->check(CheckWhole(1, kLongestMs));
-        auto* const count = aCommand.add_option("--count", count_, "End after so many changes")
-                                ->option_text("N")
-                                ->check(CheckWhole(1, std::numeric_limits<std::uint64_t>::max()));
-        aCommand.add_option("--seconds", seconds_, "End after so many seconds")
-            ->option_text("S")
-            ->check(CheckSeconds())
-            ->excludes(count);
+        AddEndOptions(aCommand, "End after so many changes", end_);
         aCommand
             .add_option_function<std::string>(
                 "--devices", [this](const std::string& aClass) { deviceClass_ = aClass; },
@@ -65,44 +57,41 @@ public:
 
 private:
     Outcome RunDevices(const Context& aContext, const std::string& aClass) const {
-        DeviceWatchSettings settings{std::nullopt, initial_, count_, seconds_};
+        DeviceWatchSettings settings{std::nullopt, initial_, end_};
         if (!aClass.empty()) settings.interfaceClass = ParseInterface(aClass, "--devices");
         WatchDevices(aContext, settings);
         return {};
     }
 
     void PrintEvents(const Context& aContext, QvKit::SettingsPoller& aPoller) const {
-        const QvKit::StopSignal end;
+        const QvKit::StopSignal isDone;
         const Moment begin = Moment::Now();
         std::optional<QvKit::Error> failure;
         std::uint64_t printed = 0;
         const auto print = [&](const QvKit::SettingEvent& aEvent) {
             const bool isNews = aEvent.kind != Kind::Present;
-            if (end.IsRequested() || (!isNews && !initial_)) return;
+            if (isDone.IsRequested() || (!isNews && !initial_)) return;
             if (aEvent.error) {
                 failure = aEvent.error;
             } else {
                 aContext.printer.PrintNext(SettingEventReport(aEvent, begin));
                 if (isNews) ++printed;
             }
-            if (failure || printed == count_ || aContext.out.HasFailed()) end.Request();
+            if (failure || printed == end_.count || aContext.out.HasFailed()) isDone.Request();
         };
         QvKit::Subscription subscription(aPoller, names_, std::chrono::milliseconds(everyMs_),
                                          print);
         aContext.Note("watching");
         subscription.Start();
-        const bool isOver = !end.WaitForEither(*aContext.stop, ToLimit(seconds_));
         // The end of the time brings the last look forward.
-        if (isOver) aPoller.Look();
+        if (!WaitForEnd(aContext, isDone, end_)) aPoller.Look();
         subscription.Stop();
         if (failure) throw *failure;
-        if (aContext.stop->IsRequested() && !end.IsRequested()) throw Interrupted();
     }
 
     std::vector<std::string> names_;
     unsigned int everyMs_ = 1000;
-    std::optional<std::uint64_t> count_;
-    std::optional<double> seconds_;
+    LastingEnd end_;
     std::optional<std::string> deviceClass_;  // With --devices; empty for all classes.
     bool initial_ = false;
 };
