@@ -334,7 +334,7 @@ TEST(KitProfileFileTest, WhatCouldNotBeReadAgainIsNotWritten) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.reason);
-        Profile profile = device.Take();
+        Profile profile = TakeFrom(device);
         oneCase.spoil(profile);
 
         EXPECT_EQ("'" + path + "' would be no profile: " + oneCase.reason,

@@ -606,7 +606,7 @@ private:
         void Read(std::size_t) override {}
         void Write(std::size_t) override {}
         void Control(unsigned long, std::size_t, std::size_t) override {}
-        bool WaitFor(milliseconds aLimit, const StopSignal* aStop) override {
+        bool WaitFor(milliseconds aLimit, const StopSignal* aStop, const StopSignal*) override {
             (void)aStop->WaitFor(aLimit);
             return false;
         }
