@@ -32,9 +32,9 @@ struct Edit {
     Setting setting;
     std::optional<std::string> request;  ///< As it was asked for; nothing for the default.
     Value after;                         ///< What was asked for; not known when it was refused.
-    Verdict verdict = Verdict::NotSent;
-    std::optional<Refusal> refusal;  ///< Of `Verdict::Refused`.
-    std::optional<Value> held;       ///< What the device holds now; nothing when that is not known.
+    Verdict verdict = Verdict::NotSent;  ///< What became of it.
+    std::optional<Refusal> refusal;      ///< Of `Verdict::Refused`.
+    std::optional<Value> held;  ///< What the device holds now; nothing when that is not known.
 
     /// What it was when the change was made, if another program has changed it before the change
     /// was sent. Volatile settings change by themselves and are not looked at.
@@ -46,6 +46,7 @@ struct Edit {
 
 /// What became of a change.
 struct ChangeOutcome {
+    /// What became of the former values.
     enum class Restoring { NotNeeded, Done, Failed };
 
     std::vector<Edit> edits;                     ///< In the order in which they were made.
@@ -77,6 +78,7 @@ public:
     /// by a name that differs from only one entry's, and only in case, or, when no entry has that
     /// name, by its index. A refusal is kept for `Send`.
     void Set(const std::string& aName, const std::string& aText);
+    /// The same for the setting with this identifier.
     void Set(unsigned long aId, const std::string& aText);
 
     /// The same from a text with escapes, as `Setting::ToEscapedText` returns it.
@@ -84,6 +86,7 @@ public:
 
     /// Sets the default. A refusal is kept for `Send`.
     void Reset(const std::string& aName);
+    /// The same for the setting with this identifier.
     void Reset(unsigned long aId);
 
     /// The edits in the order in which they were made, also those that were refused.

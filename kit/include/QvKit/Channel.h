@@ -85,6 +85,7 @@ public:
     /// null.
     virtual bool WaitFor(std::chrono::milliseconds aLimit, const StopSignal* aStop,
                          const StopSignal* aOther) = 0;
+    /// The same with one signal.
     bool WaitFor(std::chrono::milliseconds aLimit, const StopSignal* aStop) {
         return WaitFor(aLimit, aStop, /*aOther=*/nullptr);
     }

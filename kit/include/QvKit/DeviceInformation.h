@@ -19,8 +19,8 @@ struct DriverInformation {
     std::string service;   ///< Its name.
     std::string file;      ///< The path of the driver.
     std::string provider;  ///< Who made it.
-    std::string version;
-    std::string date;  ///< Such as 2026-01-31.
+    std::string version;   ///< That of the driver's file, or of its package.
+    std::string date;      ///< Such as 2026-01-31.
 };
 
 /// One interface of a device.
@@ -34,21 +34,21 @@ struct InterfaceInformation {
 /// What the system knows of one device. All texts are UTF-8. What it does not know is empty:
 /// nothing is made up.
 struct DeviceInformation {
-    std::string instanceId;  ///< Such as ROOT\NAME\0000.
-    std::string friendlyName;
-    std::string description;
-    std::string manufacturer;
-    std::string setupClass;    ///< The name of the class that it was installed in.
-    std::string setupClassId;  ///< The GUID of that class.
-    std::vector<std::string> hardwareIds;
-    std::vector<std::string> compatibleIds;
-    std::string location;
-    std::vector<std::string> locationPaths;
-    std::vector<std::string> parents;  ///< Instance IDs; that of the nearest device first.
-    std::optional<bool> isPresent;
-    std::optional<unsigned long> problem;  ///< The device manager's code; nothing for none.
-    std::string problemText;               ///< "problem 28: no driver is installed".
-    DriverInformation driver;
+    std::string instanceId;                  ///< Such as `ROOT\NAME\0000`.
+    std::string friendlyName;                ///< What people call it.
+    std::string description;                 ///< What kind of device it is.
+    std::string manufacturer;                ///< Who made it.
+    std::string setupClass;                  ///< The name of the class that it was installed in.
+    std::string setupClassId;                ///< The GUID of that class.
+    std::vector<std::string> hardwareIds;    ///< What drivers are chosen by.
+    std::vector<std::string> compatibleIds;  ///< The same, less exactly.
+    std::string location;                    ///< On its bus, for people.
+    std::vector<std::string> locationPaths;  ///< From the root of the machine.
+    std::vector<std::string> parents;        ///< Instance IDs; that of the nearest device first.
+    std::optional<bool> isPresent;           ///< Nothing when nothing tells.
+    std::optional<unsigned long> problem;    ///< The device manager's code; nothing for none.
+    std::string problemText;                 ///< "problem 28: no driver is installed".
+    DriverInformation driver;                ///< Empty when it has none.
     std::vector<InterfaceInformation> interfaces;  ///< Of all classes.
 };
 

@@ -15,16 +15,16 @@ class DeviceRecords;
 
 /// A device of this machine, of any driver. All texts are UTF-8.
 struct MachineDevice {
-    std::string instanceId;  ///< Such as ROOT\NAME\0000.
+    std::string instanceId;  ///< Such as `ROOT\NAME\0000`.
     std::string name;        ///< What people call it; empty when the system does not know.
     std::string path;        ///< What programs open; empty when they cannot.
 };
 
 /// The present devices that have an interface of one class, in the order of `ListDevices`.
 struct MachineClass {
-    std::string interfaceClass;  ///< Its GUID, with braces and lower-case digits.
-    std::string name;            ///< See `InterfaceClassName`.
-    std::vector<MachineDevice> devices;
+    std::string interfaceClass;          ///< Its GUID, with braces and lower-case digits.
+    std::string name;                    ///< See `InterfaceClassName`.
+    std::vector<MachineDevice> devices;  ///< One at least.
 };
 
 /// The interface classes of which a device is present. A device stands in each of its classes.

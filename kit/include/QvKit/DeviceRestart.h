@@ -17,8 +17,8 @@ class StopSignal;
 
 /// How long to wait, and who may end the wait.
 struct RestartSettings {
-    std::chrono::milliseconds limit{10000};
-    const StopSignal* stop = nullptr;  ///< Borrowed; null for nobody.
+    std::chrono::milliseconds limit{10000};  ///< Until the device is back.
+    const StopSignal* stop = nullptr;        ///< Borrowed; null for nobody.
 };
 
 /// Stops a device and starts it again, so that parameters take effect which ask for that. Waits

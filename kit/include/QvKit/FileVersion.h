@@ -12,7 +12,7 @@ namespace QvKit {
 /// is empty.
 struct FileVersion {
     std::string version;  ///< "1.2.3", or "1.2.3.4" where the fourth number is not 0.
-    std::string company;
+    std::string company;  ///< Who made it.
 };
 
 /// Nothing is known of a file that has no such resource, or cannot be read. Any thread may call it.

@@ -22,8 +22,8 @@ struct DeviceSystem;
 
 /// How a profile is applied to devices that come.
 struct KeepOptions {
-    ProfileChoice choice;
-    SendOptions sending;
+    ProfileChoice choice;  ///< Which parameters of the profile count.
+    SendOptions sending;   ///< How they are sent.
     RequestLimits limits;  ///< Of each request to a device.
 
     /// How long a device that does not open, or does not return its parameters, is tried again. The
@@ -47,7 +47,7 @@ public:
     struct Result {
         DeviceAddress device;   ///< The path is in lower case.
         ChangeOutcome outcome;  ///< Without edits when the device did not open.
-        ProfileRest rest;
+        ProfileRest rest;       ///< What of the profile was passed over.
     };
 
     /// Is called once for each device that comes. May stop or destroy its keeper. It must not

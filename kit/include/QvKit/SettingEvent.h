@@ -14,6 +14,7 @@ namespace QvKit {
 
 /// What happened to a setting of a device, or to the device. It is a value.
 struct SettingEvent {
+    /// What has happened.
     enum class Kind {
         Present,   ///< The setting was there when the subscription began.
         Arrival,   ///< The device has it now.
@@ -27,7 +28,7 @@ struct SettingEvent {
         Removal    ///< The device has been removed. This is the last event.
     };
 
-    Kind kind;
+    Kind kind;                                   ///< What has happened.
     std::chrono::system_clock::time_point time;  ///< When it was noticed.
 
     /// The whole setting as it was; nothing if it was not there, or if the event is the device's.

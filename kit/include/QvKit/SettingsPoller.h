@@ -31,9 +31,10 @@ public:
     /// system has no thread left.
     explicit SettingsPoller(std::unique_ptr<Device> aDevice);
 
-    /// Reads parameters that are loaded already. They are borrowed, and nobody else may use them
-    /// meanwhile. What they hold now is what the first look is compared with.
+    /// Reads parameters that are loaded already. What they hold now is what the first look is
+    /// compared with.
     ///
+    /// @param aParameters  Borrowed; nobody else may use them meanwhile.
     /// @param aDevice  To find out whether it has been removed.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed` when the system has no thread left.

@@ -38,13 +38,16 @@ public:
     /// poller. It must not throw: that ends the process.
     using Callback = std::function<void(const SettingEvent&)>;
 
+    /// The least time between two looks.
     static constexpr std::chrono::milliseconds kLeastInterval{1};
 
     /// Events wait until `Start`.
     ///
+    /// @param aPoller  That of the device. It may end before the subscription.
     /// @param aNames  The settings; all of them, also those that come later, when there is no name.
     /// @param aInterval  Between two looks, from the end of one to the begin of the next. At least
     ///                   `kLeastInterval`. With `kNoLimit` only `SettingsPoller::Look` looks.
+    /// @param aCallback  Takes the events.
     ///
     /// Throws `Error`: `ErrorKind::Refused` when there is no setting of a name;
     /// `ErrorKind::WrongUse` for a shorter interval.
