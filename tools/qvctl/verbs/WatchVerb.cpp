@@ -51,8 +51,7 @@ public:
         const ChosenDevice chosen = aContext.FindDevice();
         const auto device = aContext.OpenDevice(chosen);
         QvKit::SettingsPoller poller(aContext.LoadParameters(*device), chosen.address);
-        PrintEvents(aContext, poller);
-        return {};
+        return {nullptr, PrintEvents(aContext, poller)};
     }
 
 private:
@@ -63,7 +62,9 @@ private:
         return {};
     }
 
-    void PrintEvents(const Context& aContext, QvKit::SettingsPoller& aPoller) const {
+    // Returns the failure that has ended it.
+    std::optional<QvKit::Error> PrintEvents(const Context& aContext,
+                                            QvKit::SettingsPoller& aPoller) const {
         const QvKit::StopSignal isDone;
         const Moment begin = Moment::Now();
         std::optional<QvKit::Error> failure;
@@ -86,7 +87,7 @@ private:
         // The end of the time brings the last look forward.
         if (!WaitForEnd(aContext, isDone, end_)) aPoller.Look();
         subscription.Stop();
-        if (failure) throw *failure;
+        return failure;
     }
 
     std::vector<std::string> names_;
