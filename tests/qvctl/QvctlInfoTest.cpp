@@ -84,6 +84,18 @@ TEST(QvctlInfoTest, WhatIsNotThereIsNoDevice) {
     }
 }
 
+TEST(QvctlInfoTest, ADeviceThatDoesNotComeIsATimeout) {
+    for (const char* const verb : {"info", "restart"}) {
+        SCOPED_TRACE(verb);
+        const Outcome outcome = Qvctl({verb, "--device", "99", "--wait", "10ms"});
+
+        EXPECT_EQ(4u, outcome.exitCode);
+        EXPECT_THAT(outcome.err, HasSubstr("it has not come within 10 ms"));
+    }
+    EXPECT_EQ(Qvctl({"info", "--device", "1"}).out,
+              Qvctl({"info", "--device", "ROOT\\QVSAMPLE\\0001", "--wait", "10s"}).out);
+}
+
 TEST(QvctlInfoTest, WrongArgumentsAreRefused) {
     EXPECT_EQ(2u, Qvctl({"info", "Gain"}).exitCode);
     EXPECT_EQ(2u, Qvctl({"info", "--device", ""}).exitCode);

@@ -7,10 +7,10 @@
 
 namespace Qvctl {
 
-std::string ChooseInstance(const Options& aOptions) {
-    const DeviceChoice& choice = aOptions.device;
-    if (choice.kind == DeviceChoice::InstanceId) return choice.text;
-    const QvKit::DeviceAddress device = FindDevice(aOptions.interfaceClass, choice).address;
+std::string ChooseInstance(const Context& aContext) {
+    const DeviceChoice& choice = aContext.options.device;
+    if (choice.kind == DeviceChoice::InstanceId && !aContext.options.wait) return choice.text;
+    const QvKit::DeviceAddress device = aContext.FindDevice().address;
     return device.instanceId.empty() ? QvKit::FindInstanceId(device.path) : device.instanceId;
 }
 

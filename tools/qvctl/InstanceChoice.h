@@ -13,8 +13,9 @@
 namespace Qvctl {
 
 // The instance ID of the device that the options name. One that is given by its instance ID is not
-// looked up: it need not have an interface, nor be present. Throws `QvKit::Error`.
-std::string ChooseInstance(const Options& aOptions);
+// looked up unless it is waited for: it need not have an interface, nor be present. Throws
+// `QvKit::Error`.
+std::string ChooseInstance(const Context& aContext);
 
 }  // namespace Qvctl
 

@@ -11,7 +11,7 @@ namespace {
 class InfoVerb final : public Verb {
 public:
     Outcome Run(const Context& aContext) override {
-        const std::string instance = ChooseInstance(aContext.options);
+        const std::string instance = ChooseInstance(aContext);
         aContext.Note("reading what the system knows of " + instance);
         return {std::make_unique<InformationReport>(QvKit::ReadDeviceInformation(instance)), {}};
     }

@@ -42,7 +42,7 @@ public:
                           "How long to wait until the device is back; 10s\nby default");
     }
     Outcome Run(const Context& aContext) override {
-        std::string instance = ChooseInstance(aContext.options);
+        std::string instance = ChooseInstance(aContext);
         aContext.Note("restarting " + instance);
         QvKit::RestartSettings settings;
         settings.limit = limit_.value_or(settings.limit);
