@@ -92,73 +92,19 @@ void CopyBytes(void* aTo, const void* aFrom, std::size_t aSize) {
 struct BoundedConnection::Demand {
     enum class Kind { Control, Read, Write };
 
-    bool IsValid() const {
-        switch (kind) {
-            case Kind::Read:
-                return out != nullptr && outSize != 0;
-            case Kind::Write:
-                return in != nullptr && inSize != 0;
-            default:
-                return (in != nullptr || inSize == 0) && (out != nullptr || outSize == 0);
-        }
-    }
-
-    std::string ToText() const {
-        switch (kind) {
-            case Kind::Read:
-                return "Read of " + std::to_string(outSize) + " bytes";
-            case Kind::Write:
-                return "Write of " + std::to_string(inSize) + " bytes";
-            default: {
-                char text[32];
-                std::snprintf(text, sizeof text, "IoControl 0x%lx", code);
-                return text;
-            }
-        }
-    }
+    bool IsValid() const;
+    std::string ToText() const;
 
     // Whether the driver works on the memory for output itself, which may then be input as well.
     bool IsOutputShared() const { return kind == Kind::Control && (code & kMethodBits) != 0; }
 
     // Of the request's memory.
-    std::size_t OutputOffset() const {
-        return kind == Kind::Control ? Request::GetOutputOffset(inSize) : 0;
-    }
-    std::size_t MemorySize() const {
-        return std::max<std::size_t>({1, inSize, OutputOffset() + outSize});
-    }
-
-    void Submit(Request& aRequest) const {
-        unsigned char* const bytes = aRequest.GetBuffer();
-        CopyBytes(bytes, in, inSize);
-        if (IsOutputShared()) CopyBytes(bytes + OutputOffset(), out, outSize);
-        switch (kind) {
-            case Kind::Read:
-                return aRequest.Read(outSize);
-            case Kind::Write:
-                return aRequest.Write(inSize);
-            default:
-                return aRequest.Control(code, inSize, outSize);
-        }
-    }
+    std::size_t OutputOffset() const;
+    std::size_t MemorySize() const;
+    void Submit(Request& aRequest) const;
 
     // Hands over what the device has returned, as a plain connection does.
-    Result Deliver(Request& aRequest, const Request::Outcome& aOutcome,
-                   unsigned long* aInfo) const {
-        const std::size_t size = IsOutputShared() ? outSize : std::min(aOutcome.size, outSize);
-        CopyBytes(out, aRequest.GetBuffer() + OutputOffset(), size);
-        const bool isControl = kind == Kind::Control;
-        // The system leaves the count of a control request alone that failed.
-        if (aOutcome.error == ERROR_SUCCESS || aOutcome.size > 0 || !isControl) {
-            *aInfo = static_cast<unsigned long>(aOutcome.size);
-        }
-        if (aOutcome.error == ERROR_SUCCESS) return {Code::Success};
-        if (isControl) {
-            return Fail(aOutcome.error, kPlainSource, __LINE__, "DeviceIoControl failed");
-        }
-        if (aOutcome.isRefused) return {aOutcome.error};
-        return Fail(aOutcome.error, kPlainSource, __LINE__, "GetOverlappedResult failed");
-    }
+    Result Deliver(Request& aRequest, const Request::Outcome& aOutcome, unsigned long* aInfo) const;
 
     Kind kind;
     unsigned long code;
@@ -167,6 +113,70 @@ struct BoundedConnection::Demand {
     void* out;
     std::size_t outSize;
 };
+
+bool BoundedConnection::Demand::IsValid() const {
+    switch (kind) {
+        case Kind::Read:
+            return out != nullptr && outSize != 0;
+        case Kind::Write:
+            return in != nullptr && inSize != 0;
+        default:
+            return (in != nullptr || inSize == 0) && (out != nullptr || outSize == 0);
+    }
+}
+
+std::string BoundedConnection::Demand::ToText() const {
+    switch (kind) {
+        case Kind::Read:
+            return "Read of " + std::to_string(outSize) + " bytes";
+        case Kind::Write:
+            return "Write of " + std::to_string(inSize) + " bytes";
+        default: {
+            char text[32];
+            std::snprintf(text, sizeof text, "IoControl 0x%lx", code);
+            return text;
+        }
+    }
+}
+
+std::size_t BoundedConnection::Demand::OutputOffset() const {
+    return kind == Kind::Control ? Request::GetOutputOffset(inSize) : 0;
+}
+
+std::size_t BoundedConnection::Demand::MemorySize() const {
+    return std::max<std::size_t>({1, inSize, OutputOffset() + outSize});
+}
+
+void BoundedConnection::Demand::Submit(Request& aRequest) const {
+    unsigned char* const bytes = aRequest.GetBuffer();
+    CopyBytes(bytes, in, inSize);
+    if (IsOutputShared()) CopyBytes(bytes + OutputOffset(), out, outSize);
+    switch (kind) {
+        case Kind::Read:
+            return aRequest.Read(outSize);
+        case Kind::Write:
+            return aRequest.Write(inSize);
+        default:
+            return aRequest.Control(code, inSize, outSize);
+    }
+}
+
+Result BoundedConnection::Demand::Deliver(Request& aRequest, const Request::Outcome& aOutcome,
+                                          unsigned long* aInfo) const {
+    const std::size_t size = IsOutputShared() ? outSize : std::min(aOutcome.size, outSize);
+    CopyBytes(out, aRequest.GetBuffer() + OutputOffset(), size);
+    const bool isControl = kind == Kind::Control;
+    // The system leaves the count of a control request alone that failed.
+    if (aOutcome.error == ERROR_SUCCESS || aOutcome.size > 0 || !isControl) {
+        *aInfo = static_cast<unsigned long>(aOutcome.size);
+    }
+    if (aOutcome.error == ERROR_SUCCESS) return {Code::Success};
+    if (isControl) {
+        return Fail(aOutcome.error, kPlainSource, __LINE__, "DeviceIoControl failed");
+    }
+    if (aOutcome.isRefused) return {aOutcome.error};
+    return Fail(aOutcome.error, kPlainSource, __LINE__, "GetOverlappedResult failed");
+}
 
 // What calls share. Each holds it, so that one that destruction wakes still ends well.
 class BoundedConnection::State {
@@ -178,54 +188,10 @@ public:
           channel_(std::move(aChannel)) {}
 
     // The outcome of a request; nothing when the connection is closed.
-    std::optional<Result> Run(const Demand& aDemand, unsigned long* aInfo, milliseconds aLimit) {
-        const std::optional<Slots::iterator> slot = Begin(aDemand.MemorySize());
-        if (!slot) return std::nullopt;
-        const Ending ending{*this, *slot};
-        Request& request = *(*slot)->request;
-        if (IsStopped()) return FailBy(aDemand, Cause::Cancelled, aLimit, aInfo);
-
-        aDemand.Submit(request);
-        const bool isInTime = request.WaitFor(aLimit, &(*slot)->stop, stop_);
-        if (!isInTime) request.Cancel();
-        const Request::Outcome outcome = request.Take();
-        if (outcome.isGivenUp) ++givenUp;
-        if (isInTime || outcome.error != ERROR_OPERATION_ABORTED) {
-            return aDemand.Deliver(request, outcome, aInfo);
-        }
-        return FailBy(aDemand, GetCause(*slot), aLimit, aInfo,
-                      outcome.isGivenUp ? "; the driver ignores that it was cancelled" : "");
-    }
-
-    void WakeCalls(Cause aCause) {
-        const std::lock_guard<SlimLock> guard(lock_);
-        WakeActive(aCause);
-    }
-
-    bool IsOpen() {
-        const std::lock_guard<SlimLock> guard(lock_);
-        return isOpen_;
-    }
-
-    bool Close() {
-        Slots idle;
-        std::unique_ptr<Channel> channel;
-        const Stopwatch stopwatch;
-        std::unique_lock<SlimLock> guard(lock_);
-        if (!isOpen_) return false;
-        isOpen_ = false;
-        idle.swap(idle_);
-        WakeActive(Cause::Closed);
-        while (!active_.empty() && stopwatch.GetTime() < closeLimit_) {
-            // What counts is looked at again.
-            (void)lock_.WaitForWake(
-                std::chrono::ceil<milliseconds>(closeLimit_ - stopwatch.GetTime()));
-        }
-        // A call that is stuck inside the system still needs it.
-        if (active_.empty()) channel = std::move(channel_);
-        guard.unlock();
-        return true;
-    }
+    std::optional<Result> Run(const Demand& aDemand, unsigned long* aInfo, milliseconds aLimit);
+    void WakeCalls(Cause aCause);
+    bool IsOpen();
+    bool Close();
 
     std::atomic<milliseconds> limit;
     std::atomic<std::size_t> givenUp{0};
@@ -240,85 +206,20 @@ private:
     };
 
     // A slot for a call, with a request of at least so much memory; nothing when it is closed.
-    std::optional<Slots::iterator> Begin(std::size_t aSize) {
-        const std::optional<Slots::iterator> slot = TakeSlot(aSize);
-        if (!slot) return std::nullopt;
-        std::unique_ptr<Request>& request = (*slot)->request;
-        if (request != nullptr && request->GetCapacity() >= aSize) return slot;
-        try {
-            request.reset();
-            request = channel_->MakeRequest(RoundUp(aSize));
-        } catch (...) {
-            End(*slot);
-            throw;
-        }
-        return slot;
-    }
-
-    void End(Slots::iterator aSlot) {
-        {
-            const std::lock_guard<SlimLock> guard(lock_);
-            if (IsWorthKeeping(*aSlot)) {
-                idle_.splice(idle_.begin(), active_, aSlot);
-                return;
-            }
-        }
-        // It counts as active until its request no longer keeps the device open.
-        aSlot->request.reset();
-        const std::lock_guard<SlimLock> guard(lock_);
-        active_.erase(aSlot);
-        lock_.WakeAll();
-    }
-
+    std::optional<Slots::iterator> Begin(std::size_t aSize);
+    void End(Slots::iterator aSlot);
     bool IsStopped() const { return stop_ != nullptr && stop_->IsRequested(); }
 
-    Cause GetCause(Slots::iterator aSlot) {
-        const std::lock_guard<SlimLock> guard(lock_);
-        const bool isOfStop = aSlot->cause == Cause::TimedOut && IsStopped();
-        return isOfStop ? Cause::Cancelled : aSlot->cause;
-    }
-
+    Cause GetCause(Slots::iterator aSlot);
     static Result FailBy(const Demand& aDemand, Cause aCause, milliseconds aLimit,
-                         unsigned long* aInfo, const char* aRemark = "") {
-        if (aDemand.kind != Demand::Kind::Control) *aInfo = 0;
-        return Fail(static_cast<unsigned long>(aCause), kSource, __LINE__,
-                    aDemand.ToText() + CauseText(aCause, aLimit) + aRemark);
-    }
-
-    std::optional<Slots::iterator> TakeSlot(std::size_t aSize) {
-        {
-            const std::lock_guard<SlimLock> guard(lock_);
-            if (!isOpen_) return std::nullopt;
-            auto slot = std::find_if(idle_.begin(), idle_.end(), [aSize](const Slot& aSlot) {
-                return aSlot.request->GetCapacity() >= aSize;
-            });
-            if (slot == idle_.end()) slot = idle_.begin();
-            if (slot != idle_.end()) {
-                active_.splice(active_.begin(), idle_, slot);
-                return slot;
-            }
-        }
-        Slots made(1);
-        const std::lock_guard<SlimLock> guard(lock_);
-        if (!isOpen_) return std::nullopt;
-        active_.splice(active_.begin(), made);
-        return active_.begin();
-    }
+                         unsigned long* aInfo, const char* aRemark = "");
+    std::optional<Slots::iterator> TakeSlot(std::size_t aSize);
 
     // The lock is held. A signal that was requested stays so.
-    bool IsWorthKeeping(const Slot& aSlot) const {
-        return isOpen_ && aSlot.cause == Cause::TimedOut && aSlot.request != nullptr &&
-               aSlot.request->GetCapacity() <= kKeptBytes && idle_.size() < kKeptRequests;
-    }
+    bool IsWorthKeeping(const Slot& aSlot) const;
 
     // The lock is held.
-    void WakeActive(Cause aCause) {
-        for (Slot& slot : active_) {
-            if (slot.cause != Cause::TimedOut) continue;
-            slot.cause = aCause;
-            slot.stop.Request();
-        }
-    }
+    void WakeActive(Cause aCause);
 
     const StopSignal* const stop_;
     const milliseconds closeLimit_;
@@ -328,6 +229,131 @@ private:
     Slots idle_;
     Slots active_;
 };
+
+std::optional<Result> BoundedConnection::State::Run(const Demand& aDemand, unsigned long* aInfo,
+                                                    milliseconds aLimit) {
+    const std::optional<Slots::iterator> slot = Begin(aDemand.MemorySize());
+    if (!slot) return std::nullopt;
+    const Ending ending{*this, *slot};
+    Request& request = *(*slot)->request;
+    if (IsStopped()) return FailBy(aDemand, Cause::Cancelled, aLimit, aInfo);
+
+    aDemand.Submit(request);
+    const bool isInTime = request.WaitFor(aLimit, &(*slot)->stop, stop_);
+    if (!isInTime) request.Cancel();
+    const Request::Outcome outcome = request.Take();
+    if (outcome.isGivenUp) ++givenUp;
+    if (isInTime || outcome.error != ERROR_OPERATION_ABORTED) {
+        return aDemand.Deliver(request, outcome, aInfo);
+    }
+    return FailBy(aDemand, GetCause(*slot), aLimit, aInfo,
+                  outcome.isGivenUp ? "; the driver ignores that it was cancelled" : "");
+}
+
+void BoundedConnection::State::WakeCalls(Cause aCause) {
+    const std::lock_guard<SlimLock> guard(lock_);
+    WakeActive(aCause);
+}
+
+bool BoundedConnection::State::IsOpen() {
+    const std::lock_guard<SlimLock> guard(lock_);
+    return isOpen_;
+}
+
+bool BoundedConnection::State::Close() {
+    Slots idle;
+    std::unique_ptr<Channel> channel;
+    const Stopwatch stopwatch;
+    std::unique_lock<SlimLock> guard(lock_);
+    if (!isOpen_) return false;
+    isOpen_ = false;
+    idle.swap(idle_);
+    WakeActive(Cause::Closed);
+    while (!active_.empty() && stopwatch.GetTime() < closeLimit_) {
+        // What counts is looked at again.
+        (void)lock_.WaitForWake(std::chrono::ceil<milliseconds>(closeLimit_ - stopwatch.GetTime()));
+    }
+    // A call that is stuck inside the system still needs it.
+    if (active_.empty()) channel = std::move(channel_);
+    guard.unlock();
+    return true;
+}
+
+auto BoundedConnection::State::Begin(std::size_t aSize) -> std::optional<Slots::iterator> {
+    const std::optional<Slots::iterator> slot = TakeSlot(aSize);
+    if (!slot) return std::nullopt;
+    std::unique_ptr<Request>& request = (*slot)->request;
+    if (request != nullptr && request->GetCapacity() >= aSize) return slot;
+    try {
+        request.reset();
+        request = channel_->MakeRequest(RoundUp(aSize));
+    } catch (...) {
+        End(*slot);
+        throw;
+    }
+    return slot;
+}
+
+void BoundedConnection::State::End(Slots::iterator aSlot) {
+    {
+        const std::lock_guard<SlimLock> guard(lock_);
+        if (IsWorthKeeping(*aSlot)) {
+            idle_.splice(idle_.begin(), active_, aSlot);
+            return;
+        }
+    }
+    // It counts as active until its request no longer keeps the device open.
+    aSlot->request.reset();
+    const std::lock_guard<SlimLock> guard(lock_);
+    active_.erase(aSlot);
+    lock_.WakeAll();
+}
+
+Cause BoundedConnection::State::GetCause(Slots::iterator aSlot) {
+    const std::lock_guard<SlimLock> guard(lock_);
+    const bool isOfStop = aSlot->cause == Cause::TimedOut && IsStopped();
+    return isOfStop ? Cause::Cancelled : aSlot->cause;
+}
+
+Result BoundedConnection::State::FailBy(const Demand& aDemand, Cause aCause, milliseconds aLimit,
+                                        unsigned long* aInfo, const char* aRemark) {
+    if (aDemand.kind != Demand::Kind::Control) *aInfo = 0;
+    return Fail(static_cast<unsigned long>(aCause), kSource, __LINE__,
+                aDemand.ToText() + CauseText(aCause, aLimit) + aRemark);
+}
+
+auto BoundedConnection::State::TakeSlot(std::size_t aSize) -> std::optional<Slots::iterator> {
+    {
+        const std::lock_guard<SlimLock> guard(lock_);
+        if (!isOpen_) return std::nullopt;
+        auto slot = std::find_if(idle_.begin(), idle_.end(), [aSize](const Slot& aSlot) {
+            return aSlot.request->GetCapacity() >= aSize;
+        });
+        if (slot == idle_.end()) slot = idle_.begin();
+        if (slot != idle_.end()) {
+            active_.splice(active_.begin(), idle_, slot);
+            return slot;
+        }
+    }
+    Slots made(1);
+    const std::lock_guard<SlimLock> guard(lock_);
+    if (!isOpen_) return std::nullopt;
+    active_.splice(active_.begin(), made);
+    return active_.begin();
+}
+
+bool BoundedConnection::State::IsWorthKeeping(const Slot& aSlot) const {
+    return isOpen_ && aSlot.cause == Cause::TimedOut && aSlot.request != nullptr &&
+           aSlot.request->GetCapacity() <= kKeptBytes && idle_.size() < kKeptRequests;
+}
+
+void BoundedConnection::State::WakeActive(Cause aCause) {
+    for (Slot& slot : active_) {
+        if (slot.cause != Cause::TimedOut) continue;
+        slot.cause = aCause;
+        slot.stop.Request();
+    }
+}
 
 BoundedConnection::BoundedConnection(const DeviceAddress& aDevice, RequestLimits aLimits)
     : BoundedConnection(OpenChannel(aDevice, aLimits.cancel), aLimits) {}
