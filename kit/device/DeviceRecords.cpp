@@ -141,7 +141,6 @@ RestartAnswer SystemRecords::Restart(const std::wstring& aId) const {
         answer.needsMachineRestart = NeedsMachineRestart(aSet, aDevice);
     });
     if (error != ERROR_SUCCESS) answer.error = error;
-    answer.isDone = answer.error == ERROR_SUCCESS;
     return answer;
 }
 

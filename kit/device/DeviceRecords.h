@@ -26,8 +26,7 @@ struct KnownInterface {
 
 // How a restart went.
 struct RestartAnswer {
-    bool isDone;
-    unsigned long error;       // The system's, when it is not done.
+    unsigned long error;       // The system's; 0 when it is done.
     bool needsMachineRestart;  // Whether the device could not be stopped.
 };
 

@@ -33,13 +33,14 @@ std::vector<std::wstring> ActivePaths(const DeviceRecords& aRecords, const std::
 void Restart(const DeviceRecords& aRecords, const std::wstring& aId) {
     const std::string what = "cannot restart '" + ToUtf8(aId) + "'";
     const RestartAnswer answer = aRecords.Restart(aId);
-    if (answer.isDone && answer.needsMachineRestart) {
+    const bool isDone = answer.error == ERROR_SUCCESS;
+    if (isDone && answer.needsMachineRestart) {
         throw Error(ErrorKind::DeviceInUse,
                     what +
                         ": it cannot be stopped now; close the programs that have it open, or "
                         "restart the machine");
     }
-    if (answer.isDone) return;
+    if (isDone) return;
     switch (answer.error) {
         case ERROR_CALL_NOT_IMPLEMENTED:
         case ERROR_NOT_SUPPORTED:

@@ -10,11 +10,10 @@
 
 #include "DeviceTree.h"
 #include "DriverService.h"
-#include "Event.h"
 #include "QvKit/Clock.h"
 #include "QvKit/Text.h"
 #include "SystemFile.h"
-#include "UniqueHandle.h"
+#include "Turn.h"
 
 // After windows.h, which it needs.
 #include <newdev.h>
@@ -25,23 +24,19 @@ namespace {
 constexpr std::chrono::milliseconds kPollInterval(20);
 
 // Lets one installation at a time look at the devices and change them.
-class Turn {
+class InstallationTurn {
 public:
-    explicit Turn(std::chrono::milliseconds aLimit)
-        : mutex_(::CreateMutexW(nullptr, /*bInitialOwner=*/FALSE, L"Global\\QvKitDriverSetup")) {
-        const unsigned long code = ::GetLastError();
-        if (!mutex_.IsValid())
+    explicit InstallationTurn(std::chrono::milliseconds aLimit)
+        : turn_(L"Global\\QvKitDriverSetup", aLimit, /*aStop=*/nullptr) {
+        const unsigned long code = turn_.GetError();
+        if (code == ERROR_TIMEOUT)
+            throw Error(ErrorKind::SystemFailed, "another installation is running", code);
+        if (code != ERROR_SUCCESS)
             throw InstallationError("cannot make sure that no other installation runs", code);
-        const DWORD result = ::WaitForSingleObject(mutex_.Get(), ToSystemWait(aLimit));
-        if (result != WAIT_OBJECT_0 && result != WAIT_ABANDONED)
-            throw Error(ErrorKind::SystemFailed, "another installation is running", ERROR_TIMEOUT);
     }
-    ~Turn() { ::ReleaseMutex(mutex_.Get()); }
-    Turn(const Turn&) = delete;
-    Turn& operator=(const Turn&) = delete;
 
 private:
-    QvBaseLib::KernelHandle mutex_;
+    Turn turn_;
 };
 
 std::string ReadAll(const std::string& aPath) {
@@ -176,7 +171,7 @@ DriverInstallation InstallDriver(const DriverPackage& aPackage,
         throw Error(ErrorKind::WrongUse, "a driver is installed for at least one device");
     (void)SystemFile::Open(
         aPackage.driverFile);  // A failure later on would leave things half done.
-    const Turn turn(aSettings.turnLimit);
+    const InstallationTurn turn(aSettings.turnLimit);
     DriverInstallation done;
     done.devices = ListRootDevices(aPackage.hardwareId);
     const std::size_t wanted = std::max(aSettings.devices, done.devices.size());
@@ -194,7 +189,7 @@ DriverInstallation InstallDriver(const DriverPackage& aPackage,
 
 DriverInstallation RemoveRootDevices(const std::vector<std::string>& aInstanceIds,
                                      std::chrono::milliseconds aTurnLimit) {
-    const Turn turn(aTurnLimit);
+    const InstallationTurn turn(aTurnLimit);
     for (const std::string& id : aInstanceIds) CheckRemovable(id);
     DriverInstallation done;
     Remove(aInstanceIds, done);

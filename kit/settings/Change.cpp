@@ -3,6 +3,7 @@
 
 #include "QvKit/Change.h"
 
+#include <chrono>
 #include <functional>
 #include <utility>
 
@@ -17,6 +18,11 @@ namespace QvKit {
 namespace {
 
 using QvUserLib::Parameter;
+
+// Programs that use the kit take turns: between looking at the device, sending, and looking again.
+// One can keep others waiting for so long only, as its device may hang. Then, and where the system
+// denies the wait, the change goes without it.
+constexpr std::chrono::milliseconds kLongestTurn = std::chrono::seconds(5);
 
 Value ReadValue(const Parameter& aParameter, SettingType aType) {
     if (aType == SettingType::String) return std::wstring(aParameter.GetString().GetUnicode());
@@ -125,7 +131,7 @@ ChangeOutcome Change::GetPlan() const {
 ChangeOutcome Change::Send(const SendOptions& aOptions) {
     ChangeOutcome outcome = GetPlan();
     if (outcome.error) return outcome;
-    const Turn turn;
+    const Turn turn(L"Global\\QvKit change of a device", kLongestTurn, aOptions.stop);
     outcome.error = Try([&] {
         parameters_.Refresh("nothing was sent, as the device's parameters cannot be read");
     });

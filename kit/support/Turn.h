@@ -4,25 +4,31 @@
 #ifndef QVKIT_SUPPORT_TURN_H
 #define QVKIT_SUPPORT_TURN_H
 
+#include <chrono>
+
 #include "UniqueHandle.h"
 
 namespace QvKit {
 
-// While one exists, other programs and threads that use the kit wait to change a device: between
-// looking at it, sending, and looking again. One program can keep others waiting for 5 seconds
-// only, as its device may hang. Then, and where the system denies the wait, the change goes without
-// it.
+class StopSignal;
+
+// While one exists, other programs and threads wait for theirs with the same name.
 class Turn {
 public:
-    Turn();
+    // Waits until it has come, the time is over, or the signal was requested, which may be null.
+    Turn(const wchar_t* aName, std::chrono::milliseconds aLimit, const StopSignal* aStop);
     ~Turn();
 
     Turn(const Turn&) = delete;
     Turn& operator=(const Turn&) = delete;
 
+    // ERROR_SUCCESS when it has come, ERROR_TIMEOUT when it has not, otherwise why the system
+    // denies it.
+    unsigned long GetError() const { return error_; }
+
 private:
     QvBaseLib::KernelHandle mutex_;
-    bool isOwner_;
+    unsigned long error_;
 };
 
 }  // namespace QvKit

@@ -6,13 +6,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
+#include <future>
 #include <string>
 #include <vector>
 
 #include "FakeDevice.h"
 #include "KitTestSupport.h"
 #include "QvKit/Change.h"
+#include "QvKit/Clock.h"
+#include "QvKit/StopSignal.h"
+#include "UniqueHandle.h"
 
 namespace {
 
@@ -442,6 +447,29 @@ TEST_F(KitChangeTest, ValuesThatTheDeviceDoesNotTakeBackAreNamed) {
     EXPECT_EQ(Restoring::Failed, outcome.restoring);
     EXPECT_THAT(MessageOf(outcome),
                 testing::EndsWith("could not be restored; the device holds Gain=7 now"));
+}
+
+TEST_F(KitChangeTest, TheWaitForAnotherProgramCanBeStopped) {
+    const QvBaseLib::KernelHandle turn(
+        ::CreateMutexW(nullptr, FALSE, L"Global\\QvKit change of a device"));
+    const QvKit::StopSignal hasTurn;
+    const QvKit::StopSignal isOver;
+    const auto other = std::async(std::launch::async, [&] {
+        ::WaitForSingleObject(turn.Get(), INFINITE);
+        hasTurn.Request();
+        (void)isOver.WaitFor(QvKit::kNoLimit);
+        ::ReleaseMutex(turn.Get());
+    });
+    ASSERT_TRUE(hasTurn.WaitFor(QvKit::kNoLimit));
+    const QvKit::StopSignal stop;
+    stop.Request();
+    const QvKit::Stopwatch stopwatch;
+
+    const ChangeOutcome outcome = Send("Gain", "6", {false, false, &stop});
+
+    EXPECT_LT(stopwatch.GetTime(), std::chrono::seconds(5));
+    EXPECT_FALSE(outcome.error);
+    isOver.Request();
 }
 
 TEST_F(KitChangeTest, AnotherProgramsValueIsNotOverwritten) {

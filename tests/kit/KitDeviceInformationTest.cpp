@@ -68,6 +68,13 @@ protected:
                                 {L"DriverDateData", DataOf(DEVPROP_TYPE_BINARY, Day(1))}};
     }
 
+    void ExpectDriver(const char* aProvider, const char* aVersion, const char* aDate) const {
+        const QvKit::DriverInformation driver = Read().driver;
+        EXPECT_EQ(aProvider, driver.provider);
+        EXPECT_EQ(aVersion, driver.version);
+        EXPECT_EQ(aDate, driver.date);
+    }
+
     ScriptedDeviceRecords records_;
     ScriptedDevice& device_ = records_.devices[kId];
 };
@@ -121,22 +128,14 @@ TEST_F(KitDeviceInformationTest, TheDriverIsReadFromTheDevicesPropertiesFirst) {
     device_.Set(DEVPKEY_Device_DriverDate, DataOf(DEVPROP_TYPE_FILETIME, Day(155267)));
     AddDriverKey();
 
-    const DeviceInformation device = Read();
-
-    EXPECT_EQ("Property", device.driver.provider);
-    EXPECT_EQ("3.0.0.0", device.driver.version);
-    EXPECT_EQ("2026-02-09", device.driver.date);
+    ExpectDriver("Property", "3.0.0.0", "2026-02-09");
 }
 
 TEST_F(KitDeviceInformationTest, TheDriversRegistryKeyComesNext) {
     AddDriverFile();
     AddDriverKey();
 
-    const DeviceInformation device = Read();
-
-    EXPECT_EQ("Registry", device.driver.provider);
-    EXPECT_EQ("2.0.0.0", device.driver.version);
-    EXPECT_EQ("1601-01-02", device.driver.date);
+    ExpectDriver("Registry", "2.0.0.0", "1601-01-02");
 }
 
 TEST_F(KitDeviceInformationTest, TheDriversFileComesLast) {

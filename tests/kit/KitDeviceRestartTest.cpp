@@ -28,7 +28,7 @@ constexpr wchar_t kId[] = L"USB\\METER\\7";
 constexpr char kName[] = "USB\\METER\\7";
 constexpr QvKit::NodeStatus kWorking = {/*isTold=*/true, /*isStarted=*/true, /*problem=*/0};
 constexpr QvKit::NodeStatus kStopped = {/*isTold=*/true, /*isStarted=*/false, /*problem=*/0};
-constexpr RestartAnswer kDone = {/*isDone=*/true, ERROR_SUCCESS, /*needsMachineRestart=*/false};
+constexpr RestartAnswer kDone = {ERROR_SUCCESS, /*needsMachineRestart=*/false};
 
 // A device with two paths that works.
 class KitDeviceRestartTest : public testing::Test {
@@ -145,8 +145,7 @@ TEST_F(KitDeviceRestartTest, AWaitCanBeStopped) {
 }
 
 TEST_F(KitDeviceRestartTest, ADeviceThatCannotBeStoppedIsInUse) {
-    const QvKit::Error error =
-        Refusal({/*isDone=*/true, ERROR_SUCCESS, /*needsMachineRestart=*/true});
+    const QvKit::Error error = Refusal({ERROR_SUCCESS, /*needsMachineRestart=*/true});
 
     EXPECT_EQ(ErrorKind::DeviceInUse, error.GetKind());
     EXPECT_STREQ(
@@ -156,7 +155,7 @@ TEST_F(KitDeviceRestartTest, ADeviceThatCannotBeStoppedIsInUse) {
 }
 
 TEST_F(KitDeviceRestartTest, WithoutTheRightTheAdviceIsToBeAdministrator) {
-    const QvKit::Error error = Refusal({/*isDone=*/false, ERROR_ACCESS_DENIED, false});
+    const QvKit::Error error = Refusal({ERROR_ACCESS_DENIED, false});
 
     EXPECT_EQ(ErrorKind::AccessDenied, error.GetKind());
     EXPECT_EQ(ERROR_ACCESS_DENIED, error.GetCode());
@@ -167,7 +166,7 @@ TEST_F(KitDeviceRestartTest, ASystemThatCannotRestartDevicesSaysSo) {
     for (const DWORD code :
          {static_cast<DWORD>(ERROR_CALL_NOT_IMPLEMENTED), static_cast<DWORD>(ERROR_NOT_SUPPORTED),
           static_cast<DWORD>(ERROR_DI_DO_DEFAULT)}) {
-        const QvKit::Error error = Refusal({/*isDone=*/false, code, false});
+        const QvKit::Error error = Refusal({code, false});
 
         EXPECT_EQ(ErrorKind::SystemFailed, error.GetKind());
         EXPECT_STREQ("cannot restart 'USB\\METER\\7': this system cannot restart devices",
@@ -176,7 +175,7 @@ TEST_F(KitDeviceRestartTest, ASystemThatCannotRestartDevicesSaysSo) {
 }
 
 TEST_F(KitDeviceRestartTest, OtherRefusalsAreTheSystems) {
-    const QvKit::Error error = Refusal({/*isDone=*/false, ERROR_INVALID_DATA, false});
+    const QvKit::Error error = Refusal({ERROR_INVALID_DATA, false});
 
     EXPECT_EQ(ErrorKind::SystemFailed, error.GetKind());
     EXPECT_EQ(ERROR_INVALID_DATA, error.GetCode());

@@ -14,6 +14,8 @@
 
 namespace QvKit {
 
+class StopSignal;
+
 /// What became of one setting of a change.
 enum class Verdict {
     NotSent,   ///< Nothing was sent: not yet, or another setting was refused, or the device failed.
@@ -62,6 +64,9 @@ struct SendOptions {
 
     /// Refuses settings that another program has changed since the change was made.
     bool isRefusedIfChanged = false;
+
+    /// Ends the wait for other programs that change a device just now. Borrowed; may be null.
+    const StopSignal* stop = nullptr;
 };
 
 /// Several settings changed together: every edit is checked first, then all are sent in one

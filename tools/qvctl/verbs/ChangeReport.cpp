@@ -178,7 +178,9 @@ bool WasSent(const ChangeOutcome& aOutcome) {
 ChangeOutcome SendChange(const Context& aContext, const ChosenDevice& aDevice,
                          QvKit::Change& aChange, const ChangeFlags& aFlags) {
     if (aFlags.isDryRun) return aChange.GetPlan();
-    ChangeOutcome outcome = aChange.Send(aFlags.sending);
+    QvKit::SendOptions sending = aFlags.sending;
+    sending.stop = aContext.stop;
+    ChangeOutcome outcome = aChange.Send(sending);
     if (outcome.error) outcome.error = QvKit::ExplainRemoval(aDevice.address, *outcome.error);
     if (WasSent(outcome)) {
         const auto count = std::count_if(outcome.edits.begin(), outcome.edits.end(),

@@ -78,6 +78,7 @@ public:
         aContext.printer.BeginSeries();
         const Moment begin = Moment::Now();
         options_.limits = aContext.GetLimits();
+        options_.sending.stop = aContext.stop;
         const QvKit::StopSignal isDone;
         std::uint64_t printed = 0;
         QvKit::ProfileKeeper keeper(aContext.options.interfaceClass, QvKit::Profile::Open(file_),
