@@ -54,11 +54,14 @@ public:
                     ::GetLastError() == ERROR_PIPE_CONNECTED);
     }
 
-    void Write(const std::string& aData) const {
+    void Write(const std::string& aData) const { EXPECT_TRUE(TryWrite(aData)) << ::GetLastError(); }
+
+    /// Whether the message was written. It is not if the client has closed the pipe.
+    bool TryWrite(const std::string& aData) const {
         DWORD written = 0;
-        EXPECT_TRUE(::WriteFile(handle_.Get(), aData.data(), static_cast<DWORD>(aData.size()),
-                                &written, nullptr));
-        EXPECT_EQ(aData.size(), written);
+        return ::WriteFile(handle_.Get(), aData.data(), static_cast<DWORD>(aData.size()), &written,
+                           nullptr) != FALSE &&
+               written == aData.size();
     }
 
     /// The next message, which is waited for.
