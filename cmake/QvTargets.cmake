@@ -69,7 +69,8 @@ function(qv_instrument_target target)
         )
     endif()
     get_target_property(type ${target} TYPE)
-    if(QV_COVERAGE AND (type MATCHES "^(SHARED|OBJECT)_LIBRARY$" OR target STREQUAL "QvKit"))
+    if(QV_COVERAGE AND (type MATCHES "^(SHARED|OBJECT)_LIBRARY$" OR target MATCHES
+                                                                      "^(QvKit|QvctlParts)$"))
         # Atomically: several threads count.
         target_compile_options(
             ${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:--coverage

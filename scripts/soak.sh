@@ -39,7 +39,7 @@ share() {
     echo $((seconds >= $2 ? $1 : $1 * seconds / $2 + 1))
 }
 export QVTEST_SEED QVTEST_FUZZ_BLOCKS QVTEST_REQUESTS QVTEST_VANISH_SECONDS QVTEST_LOG_ERRORS
-export QVTEST_BOUNDED_REQUESTS
+export QVTEST_BOUNDED_REQUESTS QVTEST_PLUG_TIMES
 guarded_blocks=$(share 1000000 1800)
 guarded_profiles=$(share 200000 900)
 QVTEST_FUZZ_BLOCKS=$(share 1000000 900)
@@ -51,6 +51,7 @@ QVTEST_LOG_ERRORS=$(share 100000 300)
 QVTEST_BOUNDED_REQUESTS=$(share 300000 1800)
 # Fewer requests would not end in each way.
 ((QVTEST_BOUNDED_REQUESTS >= 2000)) || QVTEST_BOUNDED_REQUESTS=2000
+QVTEST_PLUG_TIMES=$(share 500 300)
 
 start=$SECONDS
 round=0

@@ -197,7 +197,7 @@ TEST(DeviceParameterFuzzTest, RandomBlocksAreSurvived) {
     const CrashReporter reporter;
     theBlock.seed = Seed();
     const unsigned long first = Scaled("QVTEST_FUZZ_FIRST", 0);
-    const unsigned long count = Scaled("QVTEST_FUZZ_BLOCKS", 20000);
+    const unsigned long count = Scaled("QVTEST_FUZZ_BLOCKS", 5000);
     theParameters = 0;
     theFlawless = 0;
     for (unsigned long number = first; number < first + count && !HasFailure(); ++number) {

@@ -186,7 +186,7 @@ protected:
 
     // Returns how often the device was removed.
     unsigned long RemoveAndAdd() {
-        const ULONGLONG seconds = Scaled("QVTEST_VANISH_SECONDS", 8);
+        const ULONGLONG seconds = Scaled("QVTEST_VANISH_SECONDS", 4);
         const ULONGLONG end = ::GetTickCount64() + seconds * 1000 * GetParam().quarters / 4;
         unsigned long removals = 0;
         while (::GetTickCount64() < end && !HasFailure()) {
