@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstddef>
+#include <list>
 #include <memory>
 #include <string>
 #include <vector>
@@ -116,22 +118,28 @@ TEST_F(KitPluggedDeviceTest, ASubscriptionEndsWithTheRemovalOfItsDevice) {
     EXPECT_THAT(recorder.Get(), SizeIs(2));
 }
 
-TEST_F(KitPluggedDeviceTest, ASubscriptionThatOutlivesItsPollerKeepsNoDeviceOpen) {
+TEST_F(KitPluggedDeviceTest, SubscriptionsThatOutliveTheirPollersKeepNoDeviceOpen) {
+    // More than the system may open for itself meanwhile, such as events of its locks.
+    constexpr std::size_t kCount = 10;
     const auto address = QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(0);
     const auto open = [&] {
         return std::make_unique<QvKit::SettingsPoller>(std::make_unique<Device>(address));
     };
     open().reset();  // What is opened once stays open.
     const std::size_t before = CountOpenHandles();
-    auto poller = open();
-    QvKit::Subscription subscription(*poller, {}, QvKit::kNoLimit,
-                                     [](const QvKit::SettingEvent&) {});
-    subscription.Start();
-    ASSERT_LT(before, CountOpenHandles());
+    std::vector<std::unique_ptr<QvKit::SettingsPoller>> pollers;
+    std::list<QvKit::Subscription> subscriptions;
+    while (pollers.size() < kCount) {
+        pollers.push_back(open());
+        subscriptions.emplace_back(*pollers.back(), std::vector<std::string>(), QvKit::kNoLimit,
+                                   [](const QvKit::SettingEvent&) {});
+        subscriptions.back().Start();
+    }
+    ASSERT_LE(before + kCount, CountOpenHandles());
 
-    poller.reset();
+    pollers.clear();
 
-    EXPECT_EQ(before, CountOpenHandles());
+    EXPECT_LT(CountOpenHandles(), before + kCount);
 }
 
 TEST_F(KitPluggedDeviceTest, ADeviceIsLinkedByItsInstancePath) {
