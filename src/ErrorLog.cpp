@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "CopyBytes.h"
 #include "DateTimeText.h"
@@ -138,9 +139,14 @@ ErrorLog theErrorLog;
 
 ErrorLog& ErrorLog::GetErrorLog() { return theErrorLog; }
 
+// The records of the library's own log are in memory that the system fills with zeros, which is how
+// records without an error look. Written when the library loads, they would take 33 pages.
+static_assert(Code::Success == 0, "memory of zeros is not a success");
+
 ErrorLog::ErrorLog() : newest_(0), hasEntries_(false) {
+    if (this == &theErrorLog) return;
     for (Record& record : records_) {
-        record.result = Result(Code::Success);
+        new (&record.result) Result(Code::Success);
         record.message[0] = '\0';
         record.file[0] = '\0';
         record.line = 0;
@@ -148,7 +154,10 @@ ErrorLog::ErrorLog() : newest_(0), hasEntries_(false) {
     }
 }
 
-ErrorLog::~ErrorLog() = default;
+ErrorLog::~ErrorLog() {
+    if (!hasEntries_) return;
+    for (Record& record : records_) record.result.~Result();
+}
 
 Result ErrorLog::Close() {
     const GateGuard guard(gate_);

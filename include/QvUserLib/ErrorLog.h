@@ -92,8 +92,13 @@ public:
     Result DumpLastError();
 
 private:
+    // The result is in a union so that the constructor of the log decides when memory is touched.
     struct Record {
-        Result result;
+        Record() {}
+        ~Record() {}
+        union {
+            Result result;
+        };
         char message[1024];
         char file[1024];
         unsigned long line;
