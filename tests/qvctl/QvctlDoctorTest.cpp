@@ -218,7 +218,8 @@ TEST(QvctlCompletionTest, UnknownShellIsWrongUsage) {
     const Outcome outcome = RunQvctl({"completion", "csh"});
 
     EXPECT_EQ(2u, outcome.exitCode);
-    EXPECT_THAT(outcome.err, EndsWith("; see \"qvctl completion --help\"\n"));
+    EXPECT_EQ("qvctl: SHELL: csh not in {bash,powershell}; see \"qvctl completion --help\"\n",
+              outcome.err);
 }
 
 TEST(QvctlCompletionTest, PowerShellScriptKnowsEveryVerbAndOption) {

@@ -6,10 +6,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "DeviceChoice.h"
@@ -18,6 +21,8 @@
 #include "QvKit/Setting.h"
 #include "QvKit/Text.h"
 #include "ToolProcess.h"
+#include "commandline/ArgumentValues.h"
+#include "commandline/Arguments.h"
 #include "commandline/BytesOption.h"
 #include "commandline/CommandLine.h"
 #include "kit/KitTestSupport.h"
@@ -35,6 +40,7 @@ namespace {
 
 using QvKit::Error;
 using QvKit::ErrorKind;
+using QvTests::ErrorOf;
 using QvTests::kJapanese;
 using QvTests::kSize;
 using QvTests::MessageOf;
@@ -297,6 +303,67 @@ TEST(QvctlArgumentsTest, OptionsAreTakenBeforeAndBehindTheNames) {
     EXPECT_EQ(Qvctl::DeviceChoice::Index, options.device.kind);
     EXPECT_EQ("1", options.device.text);
     EXPECT_TRUE(::IsEqualGUID(Qvctl::SampleInterface(), options.interfaceClass));
+}
+
+using AddFunction = std::function<void(Qvctl::Arguments&)>;
+
+class TestVerb final : public Qvctl::Verb {
+public:
+    explicit TestVerb(AddFunction aAdd) : add_(std::move(aAdd)) {}
+
+    void AddArguments(Qvctl::Arguments& aArguments) override { add_(aArguments); }
+    Qvctl::Outcome Run(const Qvctl::Context&) override { return {}; }
+
+private:
+    AddFunction add_;
+};
+
+// Reads a command line behind a verb that takes what `aAdd` adds.
+void Parse(std::vector<std::string> aWords, AddFunction aAdd) {
+    Qvctl::Verbs verbs;
+    verbs.push_back({"test", "", "", 0, std::make_unique<TestVerb>(std::move(aAdd))});
+    aWords.insert(aWords.begin(), "test");
+    (void)Qvctl::ParseCommandLine(aWords, verbs);
+}
+
+TEST(QvctlArgumentsTest, ANumberIsDecimalWithZerosInFrontToo) {
+    unsigned int size = 0;
+
+    Parse({"--size", "010"}, [&](Qvctl::Arguments& aArguments) {
+        aArguments.Add("--size BYTES", size, Qvctl::WholeNumber<unsigned int>(1, 100), "");
+    });
+
+    EXPECT_EQ(10u, size);
+}
+
+TEST(QvctlArgumentsTest, AValueThatIsLeftOutIsEmpty) {
+    const auto parse = [](const std::vector<std::string>& aWords) {
+        std::optional<std::string> text;
+        Parse(aWords, [&](Qvctl::Arguments& aArguments) {
+            aArguments.AddWithOptionalValue("--class [CLASS]", text, "");
+        });
+        return text;
+    };
+
+    EXPECT_EQ("", parse({"--class"}));
+    EXPECT_EQ("x", parse({"--class", "x"}));
+    EXPECT_EQ(std::nullopt, parse({}));
+}
+
+TEST(QvctlArgumentsTest, AValueThatCannotBeReadIsNoWrongUsage) {
+    std::string text;
+    const auto fail = [](const std::string&) -> std::string {
+        throw Error(ErrorKind::SystemFailed, "cannot read it");
+    };
+
+    const std::optional<Error> error = ErrorOf([&] {
+        Parse({"--in", "x"},
+              [&](Qvctl::Arguments& aArguments) { aArguments.Add("--in FILE", text, fail, ""); });
+    });
+
+    ASSERT_TRUE(error.has_value());
+    EXPECT_EQ(ErrorKind::SystemFailed, error->GetKind());
+    EXPECT_EQ("cannot read it", std::string(error->what()));
 }
 
 TEST(QvctlArgumentsTest, WhatNamesADeviceIsKnownByItsForm) {

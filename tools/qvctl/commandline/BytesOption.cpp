@@ -7,7 +7,7 @@
 
 #include "QvKit/Text.h"
 #include "UniqueHandle.h"
-#include "commandline/ParsedOption.h"
+
 #include "output/ErrorReport.h"
 
 namespace Qvctl {
@@ -80,12 +80,6 @@ Bytes ReadBytesArgument(const std::string& aText) {
     if (aText == "-") return ReadAll(::GetStdHandle(STD_INPUT_HANDLE), "standard input");
     if (aText.rfind('@', 0) == 0) return ReadWholeFile(aText.substr(1));
     return ParseHex(aText);
-}
-
-CLI::Option* AddBytesOption(CLI::App& aCommand, const std::string& aName,
-                            std::optional<Bytes>& aBytes, const std::string& aSummary) {
-    return AddParsedOption(aCommand, aName, aBytes, &ReadBytesArgument, aSummary)
-        ->option_text("HEX|@FILE|-");
 }
 
 }  // namespace Qvctl

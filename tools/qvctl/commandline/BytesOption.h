@@ -6,9 +6,8 @@
 #ifndef QVCTL_COMMANDLINE_BYTESOPTION_H
 #define QVCTL_COMMANDLINE_BYTESOPTION_H
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
-#include <optional>
+
 #include <string>
 #include <vector>
 
@@ -25,10 +24,6 @@ Bytes ParseHex(const std::string& aText);
 
 // Reads HEX, @FILE or - for standard input. Throws `QvKit::Error`.
 Bytes ReadBytesArgument(const std::string& aText);
-
-// Adds an option of that form, which is read into `aBytes`.
-CLI::Option* AddBytesOption(CLI::App& aCommand, const std::string& aName,
-                            std::optional<Bytes>& aBytes, const std::string& aSummary);
 
 }  // namespace Qvctl
 

@@ -11,6 +11,7 @@
 #include "InterfaceId.h"
 #include "QvKit/Guid.h"
 #include "QvKit/Spelling.h"
+#include "commandline/Arguments.h"
 #include "commandline/Duration.h"
 #include "output/ErrorReport.h"
 
@@ -51,57 +52,52 @@ struct OptionTexts {
     std::optional<std::chrono::milliseconds> wait;
 };
 
-void AddSharedOptions(CLI::App& aCommand, unsigned aWhich, OptionTexts& aTexts) {
+void AddSharedOptions(Arguments& aArguments, unsigned aWhich, OptionTexts& aTexts) {
     if (aWhich & DeviceOption) {
-        aCommand
-            .add_option("--device", aTexts.device,
-                        "The device: its number in the list (by default\n0), its path, its "
-                        "instance ID, or NAME=VALUE of\na parameter that no other device has")
-            ->option_text("DEVICE");
+        aArguments.Add("--device DEVICE", aTexts.device,
+                       "The device: its number in the list (by default\n0), its path, its "
+                       "instance ID, or NAME=VALUE of\na parameter that no other device has");
     }
     if (aWhich & InterfaceOption) {
-        aCommand
-            .add_option("--interface", aTexts.interfaceClass,
-                        "The interface class of the devices; the\nsample driver's by default")
-            ->option_text("GUID");
+        aArguments.Add("--interface GUID", aTexts.interfaceClass,
+                       "The interface class of the devices; the\nsample driver's by default");
     }
     if (aWhich & TimeoutOption) {
-        AddDurationOption(aCommand, "--timeout", aTexts.timeout,
-                          "How long each answer of the device may take;\n10s by default");
+        aArguments.Add("--timeout DURATION", aTexts.timeout, &ParseDuration,
+                       "How long each answer of the device may take;\n10s by default");
     }
     if (aWhich & WaitOption) {
-        AddDurationOption(aCommand, "--wait", aTexts.wait,
-                          "How long to wait for the device to arrive; not\nat all by default");
+        aArguments.Add("--wait DURATION", aTexts.wait, &ParseDuration,
+                       "How long to wait for the device to arrive; not\nat all by default");
     }
     if (aWhich & JsonOption) {
-        aCommand.add_flag("--json", aTexts.json, "Print JSON, failures included");
+        aArguments.AddFlag("--json", aTexts.json, "Print JSON, failures included");
     }
     if (aWhich & VerboseOption) {
-        aCommand.add_flag("--verbose", aTexts.verbose, "Report each step on standard error");
+        aArguments.AddFlag("--verbose", aTexts.verbose, "Report each step on standard error");
     }
-    aCommand
-        .add_option(
-            "--error-log", aTexts.errorLog,
-            "Write the library's error log to this file; an\nearlier one is kept as FILE.bak")
-        ->option_text("FILE");
-    aCommand
-        .add_option("--log-config", aTexts.logConfig,
-                    "Log what is done with log4cxx, as this properties\nfile says")
-        ->option_text("FILE");
-    aCommand
-        .add_option(
-            "--log-level", aTexts.logLevel,
-            "Log from this level on: fatal, error, warn, info\n(by default), debug; without "
-            "--log-config as the\nlibrary's default configuration says")
-        ->option_text("LEVEL");
+    aArguments.Add(
+        "--error-log FILE", aTexts.errorLog,
+        "Write the library's error log to this file; an\nearlier one is kept as FILE.bak");
+    aArguments.Add("--log-config FILE", aTexts.logConfig,
+                   "Log what is done with log4cxx, as this properties\nfile says");
+    aArguments.Add("--log-level LEVEL", aTexts.logLevel,
+                   "Log from this level on: fatal, error, warn, info\n(by default), debug; without "
+                   "--log-config as the\nlibrary's default configuration says");
+}
+
+void AddAllSharedOptions(CLI::App& aParser, OptionTexts& aTexts) {
+    Arguments arguments(aParser);
+    AddSharedOptions(arguments, ~0U, aTexts);
 }
 
 void AddVerb(CLI::App& aProgram, const NamedVerb& aVerb, OptionTexts& aTexts) {
     CLI::App* const command = aProgram.add_subcommand(aVerb.name, aVerb.summary);
     command->group("Verbs");
     command->footer(aVerb.details);
-    aVerb.verb->AddArguments(*command);
-    AddSharedOptions(*command, aVerb.options, aTexts);
+    Arguments arguments(*command);
+    aVerb.verb->AddArguments(arguments);
+    AddSharedOptions(arguments, aVerb.options, aTexts);
 }
 
 LogOptions UnderstandLog(const OptionTexts& aTexts) {
@@ -156,7 +152,7 @@ bool IsOption(const std::string& aWord) { return aWord.rfind('-', 0) == 0; }
 bool IsSharedOption(const std::string& aName) {
     CLI::App shared;
     OptionTexts texts;
-    AddSharedOptions(shared, ~0U, texts);
+    AddAllSharedOptions(shared, texts);
     return shared.get_option_no_throw(aName) != nullptr;
 }
 
@@ -244,7 +240,7 @@ ProgramDescription DescribeProgram(const Verbs& aVerbs) {
         description.options.push_back(Describe(*option));
     }
     CLI::App shared;
-    AddSharedOptions(shared, ~0U, texts);
+    AddAllSharedOptions(shared, texts);
     for (const CLI::Option* option : std::as_const(shared).get_options()) {
         description.sharedOptions.push_back(Describe(*option));
     }

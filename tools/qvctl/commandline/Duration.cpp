@@ -6,7 +6,6 @@
 #include <charconv>
 #include <cstdint>
 
-#include "commandline/ParsedOption.h"
 #include "output/ErrorReport.h"
 
 namespace Qvctl {
@@ -39,13 +38,6 @@ std::chrono::milliseconds ParseDuration(const std::string& aText) {
         return std::chrono::milliseconds(number * known.ms);
     }
     throw WrongUsage(quoted + " is no duration such as 500ms, 30s or 2min");
-}
-
-CLI::Option* AddDurationOption(CLI::App& aCommand, const std::string& aName,
-                               std::optional<std::chrono::milliseconds>& aDuration,
-                               const std::string& aSummary) {
-    return AddParsedOption(aCommand, aName, aDuration, &ParseDuration, aSummary)
-        ->option_text("DURATION");
 }
 
 }  // namespace Qvctl

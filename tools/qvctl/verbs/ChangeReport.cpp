@@ -3,7 +3,6 @@
 
 #include "verbs/ChangeReport.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
@@ -144,12 +143,12 @@ private:
 
 }  // namespace
 
-void AddChangeFlags(CLI::App& aCommand, ChangeFlags& aFlags) {
-    aCommand.add_flag("--dry-run", aFlags.isDryRun, "Check and report, but send nothing");
-    aCommand.add_flag("--if-unchanged", aFlags.sending.isRefusedIfChanged,
-                      "Refuse what another program changed meanwhile");
-    aCommand.add_flag("--all-or-nothing", aFlags.sending.isAllOrNothing,
-                      "Restore the former values if one is not kept");
+void AddChangeFlags(Arguments& aArguments, ChangeFlags& aFlags) {
+    aArguments.AddFlag("--dry-run", aFlags.isDryRun, "Check and report, but send nothing");
+    aArguments.AddFlag("--if-unchanged", aFlags.sending.isRefusedIfChanged,
+                       "Refuse what another program changed meanwhile");
+    aArguments.AddFlag("--all-or-nothing", aFlags.sending.isAllOrNothing,
+                       "Restore the former values if one is not kept");
 }
 
 bool HasChanged(const Edit& aEdit) {

@@ -12,11 +12,8 @@
 
 #include "Context.h"
 #include "QvKit/Change.h"
+#include "commandline/Arguments.h"
 #include "output/Report.h"
-
-namespace CLI {
-class App;
-}
 
 namespace Qvctl {
 
@@ -26,7 +23,7 @@ struct ChangeFlags {
     QvKit::SendOptions sending;
 };
 
-void AddChangeFlags(CLI::App& aCommand, ChangeFlags& aFlags);
+void AddChangeFlags(Arguments& aArguments, ChangeFlags& aFlags);
 
 // Whether the edit changed the value, or would change it.
 bool HasChanged(const QvKit::Edit& aEdit);

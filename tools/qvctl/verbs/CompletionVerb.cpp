@@ -1,22 +1,25 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
 #include "commandline/CommandLine.h"
 #include "commandline/Completion.h"
+#include "output/ErrorReport.h"
 #include "verbs/Verb.h"
 
 namespace Qvctl {
 namespace {
 
+std::string ParseShell(const std::string& aText) {
+    if (aText == "bash" || aText == "powershell") return aText;
+    throw WrongUsage(aText + " not in {bash,powershell}");
+}
+
 class CompletionVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("SHELL", shell_, "The shell: bash or powershell")
-            ->option_text("bash|powershell")
-            ->required()
-            ->check(CLI::IsMember({"bash", "powershell"}));
+    void AddArguments(Arguments& aArguments) override {
+        aArguments
+            .Add("SHELL bash|powershell", shell_, &ParseShell, "The shell: bash or powershell")
+            .Require();
     }
     Outcome Run(const Context& aContext) override {
         const ProgramDescription program = DescribeProgram(MakeAllVerbs());

@@ -1,9 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "commandline/BytesOption.h"
 #include "verbs/RawRun.h"
 #include "verbs/Verb.h"
@@ -13,18 +11,15 @@ namespace {
 
 class ControlVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("CODE", code_, "The code: a number, or DEVICE:FUNCTION:METHOD:ACCESS")
-            ->option_text(" ")
-            ->required();
-        AddBytesOption(
-            aCommand, "--in", in_,
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("CODE", code_, "The code: a number, or DEVICE:FUNCTION:METHOD:ACCESS")
+            .Require();
+        aArguments.Add(
+            "--in HEX|@FILE|-", in_, &ReadBytesArgument,
             "The input: hexadecimal digits, a file, or standard\ninput; none by default");
-        aCommand
-            .add_option("--out", outSize_, "Bytes of room for output, 0 to 16777216; 0 by\ndefault")
-            ->option_text("BYTES")
-            ->check(CheckWhole(0, kLargestRequest));
-        AddOutFileOption(aCommand, outFile_);
+        aArguments.Add("--out BYTES", outSize_, WholeNumber<unsigned int>(0, kLargestRequest),
+                       "Bytes of room for output, 0 to 16777216; 0 by\ndefault");
+        AddOutFileOption(aArguments, outFile_);
     }
     Outcome Run(const Context& aContext) override {
         const QvKit::ControlCode code = QvKit::ParseControlCode(code_);

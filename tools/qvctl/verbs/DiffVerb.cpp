@@ -1,14 +1,13 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
 #include "QvKit/Difference.h"
 #include "QvKit/Profile.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/ErrorReport.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
@@ -127,16 +126,12 @@ Side ReadDevice(const QvKit::Snapshot& aSnapshot, const Side* aFile, bool aWithD
 
 class DiffVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("FILE", first_, "A file, as save writes it")
-            ->option_text(" ")
-            ->check(CheckFileName());
-        CLI::Option* const second =
-            aCommand.add_option("OTHER", second_, "The file to compare it with")
-                ->option_text(" ")
-                ->check(CheckFileName());
-        aCommand.add_flag("--defaults", withDefaults_, "Compare with the device's defaults")
-            ->excludes(second);
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("FILE", first_, &ParseFileName, "A file, as save writes it");
+        const Argument second =
+            aArguments.Add("OTHER", second_, &ParseFileName, "The file to compare it with");
+        aArguments.AddFlag("--defaults", withDefaults_, "Compare with the device's defaults")
+            .Exclude(second);
     }
     Outcome Run(const Context& aContext) override {
         if (first_.empty() && !withDefaults_) {

@@ -1,12 +1,12 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "QvKit/DriverInstallation.h"
-#include "commandline/ArgumentChecks.h"
+#include "QvUserLib/String.h"
+#include "commandline/ArgumentValues.h"
 #include "output/ErrorReport.h"
 #include "output/Printable.h"
 #include "verbs/Verb.h"
@@ -80,13 +80,16 @@ private:
     DriverInstallation done_;
 };
 
+std::string InLowerCase(const std::string& aText) {
+    return QvUserLib::String(aText.c_str()).ToLower();
+}
+
 // A device is named by its number in the list that status prints, or by its instance id.
 std::vector<std::string> Select(const std::vector<RootDevice>& aDevices, const std::string& aName) {
     std::vector<std::string> ids;
     for (const RootDevice& device : aDevices) {
-        const bool isMeant =
-            aName.empty() || aName == std::to_string(&device - aDevices.data()) ||
-            CLI::detail::to_lower(aName) == CLI::detail::to_lower(device.instanceId);
+        const bool isMeant = aName.empty() || aName == std::to_string(&device - aDevices.data()) ||
+                             InLowerCase(aName) == InLowerCase(device.instanceId);
         if (isMeant) ids.push_back(device.instanceId);
     }
     if (ids.empty() && !aName.empty()) {
@@ -99,28 +102,17 @@ std::vector<std::string> Select(const std::vector<RootDevice>& aDevices, const s
 
 class DriverVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("ACTION", action_, "What to do")
-            ->option_text("install|status|remove")
-            ->required();
-        aCommand.add_option("FILE", file_, "The driver's INF")
-            ->option_text(" ")
-            ->check(CheckFileName());
-        aCommand
-            .add_option("--id", id_,
-                        "The hardware id of the devices; by default the\nonly one that the INF "
-                        "names")
-            ->option_text("ROOT\\NAME");
-        aCommand
-            .add_option("--devices", count_,
-                        "How many devices there are to be, at least, 1 to 64;\n1 by default")
-            ->option_text("N")
-            ->check(CheckWhole(1, kMostDevices));
-        aCommand
-            .add_option("--device", device_,
-                        "The only device to remove: its number in the list of\nstatus, or its "
-                        "instance id")
-            ->option_text("N|ID");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("ACTION install|status|remove", action_, "What to do").Require();
+        aArguments.Add("FILE", file_, &ParseFileName, "The driver's INF");
+        aArguments.Add("--id ROOT\\NAME", id_,
+                       "The hardware id of the devices; by default the\nonly one that the INF "
+                       "names");
+        aArguments.Add("--devices N", count_, WholeNumber<std::size_t>(1, kMostDevices),
+                       "How many devices there are to be, at least, 1 to 64;\n1 by default");
+        aArguments.Add("--device N|ID", device_,
+                       "The only device to remove: its number in the list of\nstatus, or its "
+                       "instance id");
     }
     Outcome Run(const Context& aContext) override {
         const bool isInstall = action_ == "install";

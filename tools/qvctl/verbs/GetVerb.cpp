@@ -1,11 +1,10 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/Assignment.h"
 #include "output/ErrorReport.h"
 #include "output/SettingJson.h"
@@ -44,10 +43,10 @@ private:
 
 class GetVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("NAME", names_, "The parameters to print")->option_text("...");
-        aCommand.add_flag("--all", all_, "Print all parameters");
-        aCommand.add_flag("--value", valueOnly_, "Print only the value, of one parameter");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("NAME ...", names_, "The parameters to print");
+        aArguments.AddFlag("--all", all_, "Print all parameters");
+        aArguments.AddFlag("--value", valueOnly_, "Print only the value, of one parameter");
     }
     Outcome Run(const Context& aContext) override {
         CheckArguments(aContext.options.json);

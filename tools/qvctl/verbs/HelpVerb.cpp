@@ -1,8 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
 #include "commandline/CommandLine.h"
 #include "verbs/Verb.h"
 
@@ -11,9 +9,8 @@ namespace {
 
 class HelpVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("VERB", verb_, "The verb; without one, all verbs are listed")
-            ->option_text(" ");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("VERB", verb_, "The verb; without one, all verbs are listed");
     }
     Outcome Run(const Context& aContext) override {
         aContext.out.Write(HelpText(MakeAllVerbs(), verb_));

@@ -1,14 +1,13 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <utility>
 
 #include "QvKit/ProfileKeeper.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/ErrorReport.h"
 #include "output/Moment.h"
 #include "output/Printable.h"
@@ -67,11 +66,11 @@ private:
 
 class KeepVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        AddProfileArguments(aCommand, file_, options_.choice);
-        aCommand.add_flag("--all-or-nothing", options_.sending.isAllOrNothing,
-                          "Restore the former values if one is not kept");
-        AddEndOptions(aCommand, "End after so many devices have come", end_);
+    void AddArguments(Arguments& aArguments) override {
+        AddProfileArguments(aArguments, file_, options_.choice);
+        aArguments.AddFlag("--all-or-nothing", options_.sending.isAllOrNothing,
+                           "Restore the former values if one is not kept");
+        AddEndOptions(aArguments, "End after so many devices have come", end_);
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(options_.choice.only);

@@ -3,12 +3,11 @@
 
 #include "verbs/LastingVerb.h"
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <limits>
 
 #include "CtrlC.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 
 namespace Qvctl {
 namespace {
@@ -20,14 +19,12 @@ std::chrono::milliseconds ToLimit(const std::optional<double>& aSeconds) {
 
 }  // namespace
 
-void AddEndOptions(CLI::App& aCommand, const std::string& aCountSummary, LastingEnd& aEnd) {
-    auto* const count = aCommand.add_option("--count", aEnd.count, aCountSummary)
-                            ->option_text("N")
-                            ->check(CheckWhole(1, std::numeric_limits<std::uint64_t>::max()));
-    aCommand.add_option("--seconds", aEnd.seconds, "End after so many seconds")
-        ->option_text("S")
-        ->check(CheckSeconds())
-        ->excludes(count);
+void AddEndOptions(Arguments& aArguments, const std::string& aCountSummary, LastingEnd& aEnd) {
+    constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
+    const Argument count = aArguments.Add("--count N", aEnd.count,
+                                          WholeNumber<std::uint64_t>(1, kMost), aCountSummary);
+    aArguments.Add("--seconds S", aEnd.seconds, &ParseSeconds, "End after so many seconds")
+        .Exclude(count);
 }
 
 bool WaitForEnd(const Context& aContext, const QvKit::StopSignal& aIsDone, const LastingEnd& aEnd) {

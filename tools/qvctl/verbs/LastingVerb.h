@@ -12,10 +12,7 @@
 
 #include "Context.h"
 #include "QvKit/StopSignal.h"
-
-namespace CLI {
-class App;
-}
+#include "commandline/Arguments.h"
 
 namespace Qvctl {
 
@@ -25,7 +22,7 @@ struct LastingEnd {
 };
 
 // Adds --count, which the summary describes, and --seconds.
-void AddEndOptions(CLI::App& aCommand, const std::string& aCountSummary, LastingEnd& aEnd);
+void AddEndOptions(Arguments& aArguments, const std::string& aCountSummary, LastingEnd& aEnd);
 
 // Waits until `aIsDone` is requested. Returns false when the time is over before. Throws
 // `QvKit::Error` at Ctrl-C.

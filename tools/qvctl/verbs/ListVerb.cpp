@@ -1,7 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -128,12 +127,10 @@ private:
 
 class ListVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_flag("--all", isAll_, "List the devices of all interface classes");
-        aCommand
-            .add_option("--present", present_,
-                        "With --all: no for the devices that were there\nonce; yes by default")
-            ->option_text("yes|no");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.AddFlag("--all", isAll_, "List the devices of all interface classes");
+        aArguments.Add("--present yes|no", present_,
+                       "With --all: no for the devices that were there\nonce; yes by default");
     }
     Outcome Run(const Context& aContext) override {
         if (!present_.empty() && !isAll_) throw WrongUsage("--present is for --all only");

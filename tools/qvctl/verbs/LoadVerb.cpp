@@ -1,12 +1,11 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "QvKit/Profile.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
 #include "verbs/ChangeReport.h"
@@ -80,9 +79,9 @@ private:
 
 class LoadVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        AddProfileArguments(aCommand, file_, choice_);
-        AddChangeFlags(aCommand, flags_);
+    void AddArguments(Arguments& aArguments) override {
+        AddProfileArguments(aArguments, file_, choice_);
+        AddChangeFlags(aArguments, flags_);
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(choice_.only);

@@ -1,7 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -98,12 +97,10 @@ std::string Compare(const DigestLine& aLine, const FileDigest& aFound, DigestRep
 
 class Md5Verb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("FILE", files_, "The files")->option_text("...");
-        aCommand
-            .add_option("--check", list_,
-                        "Check the files of this list instead of printing\ndigests")
-            ->option_text("LIST");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("FILE ...", files_, "The files");
+        aArguments.Add("--check LIST", list_,
+                       "Check the files of this list instead of printing\ndigests");
     }
     Outcome Run(const Context& aContext) override {
         if (files_.empty() == list_.empty()) {

@@ -3,19 +3,15 @@
 
 #include "verbs/ProfileArguments.h"
 
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 
 namespace Qvctl {
 
-void AddProfileArguments(CLI::App& aCommand, std::string& aFile, QvKit::ProfileChoice& aChoice) {
-    aCommand.add_option("FILE", aFile, "The file, as save writes it")
-        ->option_text(" ")
-        ->required()
-        ->check(CheckFileName());
-    aCommand.add_option("--only", aChoice.only, "Load only these parameters of the file")
-        ->option_text("NAME...");
-    aCommand.add_flag("--ignore-missing", aChoice.isMissingIgnored,
-                      "Pass over parameters that the device lacks");
+void AddProfileArguments(Arguments& aArguments, std::string& aFile, QvKit::ProfileChoice& aChoice) {
+    aArguments.Add("FILE", aFile, &ParseFileName, "The file, as save writes it").Require();
+    aArguments.Add("--only NAME...", aChoice.only, "Load only these parameters of the file");
+    aArguments.AddFlag("--ignore-missing", aChoice.isMissingIgnored,
+                       "Pass over parameters that the device lacks");
 }
 
 }  // namespace Qvctl

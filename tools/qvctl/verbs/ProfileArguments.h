@@ -6,14 +6,14 @@
 #ifndef QVCTL_VERBS_PROFILEARGUMENTS_H
 #define QVCTL_VERBS_PROFILEARGUMENTS_H
 
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "QvKit/Profile.h"
+#include "commandline/Arguments.h"
 
 namespace Qvctl {
 
-void AddProfileArguments(CLI::App& aCommand, std::string& aFile, QvKit::ProfileChoice& aChoice);
+void AddProfileArguments(Arguments& aArguments, std::string& aFile, QvKit::ProfileChoice& aChoice);
 
 }  // namespace Qvctl
 

@@ -3,13 +3,12 @@
 
 #include "verbs/RawRun.h"
 
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <utility>
 #include <vector>
 
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/HexDump.h"
 #include "output/OutFile.h"
 #include "output/Printable.h"
@@ -90,12 +89,9 @@ private:
 
 }  // namespace
 
-void AddOutFileOption(CLI::App& aCommand, std::string& aOutFile) {
-    aCommand
-        .add_option("--out-file", aOutFile,
-                    "Write what comes back to this file; - for\nstandard output")
-        ->option_text("FILE")
-        ->check(CheckFileName());
+void AddOutFileOption(Arguments& aArguments, std::string& aOutFile) {
+    aArguments.Add("--out-file FILE", aOutFile, &ParseFileName,
+                   "Write what comes back to this file; - for\nstandard output");
 }
 
 Outcome RunRawRequest(const Context& aContext, const RawRequest& aRequest) {

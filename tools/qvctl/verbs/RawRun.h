@@ -13,10 +13,7 @@
 #include "Context.h"
 #include "QvKit/ControlCode.h"
 #include "QvKit/RawRequest.h"
-
-namespace CLI {
-class App;
-}
+#include "commandline/Arguments.h"
 
 namespace Qvctl {
 
@@ -28,7 +25,7 @@ struct RawRequest {
 };
 
 // Adds the option --out-file.
-void AddOutFileOption(CLI::App& aCommand, std::string& aOutFile);
+void AddOutFileOption(Arguments& aArguments, std::string& aOutFile);
 
 // Sends the request to the device that the options name. Throws `QvKit::Error`.
 Outcome RunRawRequest(const Context& aContext, const RawRequest& aRequest);

@@ -1,9 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "commandline/BytesOption.h"
 #include "verbs/RawRun.h"
 #include "verbs/Verb.h"
@@ -13,12 +11,10 @@ namespace {
 
 class ReadVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand
-            .add_option("--size", size_, "Bytes to read at most, 1 to 16777216; 4096 by\ndefault")
-            ->option_text("BYTES")
-            ->check(CheckWhole(1, kLargestRequest));
-        AddOutFileOption(aCommand, outFile_);
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("--size BYTES", size_, WholeNumber<unsigned int>(1, kLargestRequest),
+                       "Bytes to read at most, 1 to 16777216; 4096 by\ndefault");
+        AddOutFileOption(aArguments, outFile_);
     }
     Outcome Run(const Context& aContext) override {
         const auto send = [this](QvKit::BoundedConnection& aConnection) {

@@ -1,9 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "verbs/ChangeReport.h"
 #include "verbs/Verb.h"
 
@@ -20,10 +18,9 @@ std::vector<std::string> NamesOfWritable(const QvKit::Snapshot& aSnapshot) {
 
 class ResetVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("NAME", names_, "The parameters to reset; all by default")
-            ->option_text("...");
-        AddChangeFlags(aCommand, flags_);
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("NAME ...", names_, "The parameters to reset; all by default");
+        AddChangeFlags(aArguments, flags_);
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(names_);

@@ -1,7 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <utility>
 
@@ -37,9 +36,9 @@ private:
 
 class RestartVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        AddDurationOption(aCommand, "--timeout", limit_,
-                          "How long to wait until the device is back; 10s\nby default");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("--timeout DURATION", limit_, &ParseDuration,
+                       "How long to wait until the device is back; 10s\nby default");
     }
     Outcome Run(const Context& aContext) override {
         std::string instance = ChooseInstance(aContext);

@@ -1,14 +1,13 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 #include "QvKit/DeviceInformation.h"
 #include "QvKit/Guid.h"
 #include "QvKit/Profile.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/Printable.h"
 #include "output/SettingJson.h"
 #include "sample/SampleSerialNumber.h"
@@ -53,13 +52,9 @@ private:
 
 class SaveVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("FILE", file_, "The file to write")
-            ->option_text(" ")
-            ->required()
-            ->check(CheckFileName());
-        aCommand.add_option("NAME", names_, "The parameters to save; all by default")
-            ->option_text("...");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("FILE", file_, &ParseFileName, "The file to write").Require();
+        aArguments.Add("NAME ...", names_, "The parameters to save; all by default");
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(names_);

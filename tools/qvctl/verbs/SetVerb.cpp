@@ -1,9 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/Assignment.h"
 #include "verbs/ChangeReport.h"
 #include "verbs/Verb.h"
@@ -13,14 +11,12 @@ namespace {
 
 class SetVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand
-            .add_option("ASSIGNMENT", assignments_, "NAME=VALUE: a parameter and its new value")
-            ->option_text("...")
-            ->required();
-        aCommand.add_flag("--skip-read-only", skipReadOnly_,
-                          "Pass over parameters that are read-only");
-        AddChangeFlags(aCommand, flags_);
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("ASSIGNMENT ...", assignments_, "NAME=VALUE: a parameter and its new value")
+            .Require();
+        aArguments.AddFlag("--skip-read-only", skipReadOnly_,
+                           "Pass over parameters that are read-only");
+        AddChangeFlags(aArguments, flags_);
     }
     Outcome Run(const Context& aContext) override {
         std::vector<Assignment> assignments;

@@ -1,13 +1,12 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <utility>
 
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/SettingJson.h"
 #include "output/SettingTable.h"
 #include "verbs/Verb.h"
@@ -56,13 +55,12 @@ private:
 
 class ShowVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("NAME", names_, "The parameters to show; all by default")
-            ->option_text("...");
-        aCommand.add_flag("--all", all_, "Show hidden and advanced parameters as well");
-        aCommand.add_flag("--advanced", advanced_, "Show advanced parameters as well");
-        aCommand.add_flag("--ids", ids_, "Show the identifier of each parameter");
-        aCommand.add_flag("--hex", hex_, "Show integers in hexadecimal");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("NAME ...", names_, "The parameters to show; all by default");
+        aArguments.AddFlag("--all", all_, "Show hidden and advanced parameters as well");
+        aArguments.AddFlag("--advanced", advanced_, "Show advanced parameters as well");
+        aArguments.AddFlag("--ids", ids_, "Show the identifier of each parameter");
+        aArguments.AddFlag("--hex", hex_, "Show integers in hexadecimal");
     }
     Outcome Run(const Context& aContext) override {
         RequireDistinctNames(names_);

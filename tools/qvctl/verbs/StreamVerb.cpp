@@ -1,7 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <cstdint>
 #include <limits>
 #include <optional>
@@ -9,7 +8,7 @@
 #include "DeviceUse.h"
 #include "QvKit/Guid.h"
 #include "QvKit/StreamReader.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "commandline/BytesOption.h"
 #include "commandline/Duration.h"
 #include "output/ErrorReport.h"
@@ -24,36 +23,24 @@ namespace {
 
 class StreamVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
+    void AddArguments(Arguments& aArguments) override {
         constexpr std::uint32_t kMostPackets = std::numeric_limits<std::uint32_t>::max();
-        aCommand.add_option("--packets", packets_, "End after so many packets")
-            ->option_text("N")
-            ->check(CheckWhole(1, kMostPackets));
-        aCommand.add_option("--seconds", seconds_, "End after so many seconds")
-            ->option_text("S")
-            ->check(CheckSeconds());
-        AddDurationOption(aCommand, "--timeout", silence_, "End when nothing has come for so long");
-        aCommand
-            .add_option("--depth", depth_,
-                        "How many reads are kept pending, 2 to 1024; 16\nby default")
-            ->option_text("D")
-            ->check(CheckWhole(2, 1024));
-        aCommand
-            .add_option("--size", size_,
-                        "Bytes of a read, 1 to 16777216; by default those\nof the largest packet, "
-                        "or 65536 of raw bytes")
-            ->option_text("BYTES")
-            ->check(CheckWhole(1, kLargestRequest));
-        aCommand
-            .add_option("--out", out_,
-                        "Write all that is read to this file; - for\nstandard output")
-            ->option_text("FILE")
-            ->check(CheckFileName());
-        auto* const verify =
-            aCommand.add_flag("--verify", verify_, "Check every byte; exit code 1 after a loss");
-        aCommand.add_flag("--raw", raw_, "Read raw bytes, whatever the device is")
-            ->excludes(verify);
-        aCommand.add_flag("--quiet", quiet_, "Show no progress");
+        aArguments.Add("--packets N", packets_, WholeNumber<std::uint32_t>(1, kMostPackets),
+                       "End after so many packets");
+        aArguments.Add("--seconds S", seconds_, &ParseSeconds, "End after so many seconds");
+        aArguments.Add("--timeout DURATION", silence_, &ParseDuration,
+                       "End when nothing has come for so long");
+        aArguments.Add("--depth D", depth_, WholeNumber<unsigned int>(2, 1024),
+                       "How many reads are kept pending, 2 to 1024; 16\nby default");
+        aArguments.Add("--size BYTES", size_, WholeNumber<unsigned int>(1, kLargestRequest),
+                       "Bytes of a read, 1 to 16777216; by default those\nof the largest packet, "
+                       "or 65536 of raw bytes");
+        aArguments.Add("--out FILE", out_, &ParseFileName,
+                       "Write all that is read to this file; - for\nstandard output");
+        const Argument verify =
+            aArguments.AddFlag("--verify", verify_, "Check every byte; exit code 1 after a loss");
+        aArguments.AddFlag("--raw", raw_, "Read raw bytes, whatever the device is").Exclude(verify);
+        aArguments.AddFlag("--quiet", quiet_, "Show no progress");
     }
     Outcome Run(const Context& aContext) override {
         const bool isToStandardOutput = out_ == kStandardOutput;

@@ -12,11 +12,8 @@
 #include <vector>
 
 #include "Context.h"
+#include "commandline/Arguments.h"
 #include "output/Report.h"
-
-namespace CLI {
-class App;
-}
 
 namespace Qvctl {
 
@@ -36,7 +33,7 @@ public:
 
     // Adds the arguments that only this verb has. They are filled in when the command line has been
     // read.
-    virtual void AddArguments(CLI::App&) {}
+    virtual void AddArguments(Arguments&) {}
 
     // Does what was asked. What it throws as a `QvKit::Error` is how it failed without a report.
     virtual Outcome Run(const Context& aContext) = 0;

@@ -1,7 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <functional>
@@ -148,24 +147,17 @@ private:
     std::optional<ChosenDevice> device_;
 };
 
-CLI::Validator CheckEvent() {
-    const auto test = [](const std::string& aText) {
-        return aText == "arrival" || aText == "removal"
-                   ? std::string()
-                   : "'" + aText + "' is neither arrival nor removal";
-    };
-    return CLI::Validator(test, std::string(), std::string());
+std::string ParseEvent(const std::string& aText) {
+    if (aText == "arrival" || aText == "removal") return aText;
+    throw WrongUsage("'" + aText + "' is neither arrival nor removal");
 }
 
 class WaitVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        aCommand.add_option("--for", event_, "What to wait for")
-            ->option_text("arrival|removal")
-            ->check(CheckEvent())
-            ->required();
-        AddDurationOption(aCommand, "--timeout", limit_,
-                          "How long to wait; without it until Ctrl-C");
+    void AddArguments(Arguments& aArguments) override {
+        aArguments.Add("--for arrival|removal", event_, &ParseEvent, "What to wait for").Require();
+        aArguments.Add("--timeout DURATION", limit_, &ParseDuration,
+                       "How long to wait; without it until Ctrl-C");
     }
     Outcome Run(const Context& aContext) override {
         const DeviceChoice& choice = aContext.options.device;

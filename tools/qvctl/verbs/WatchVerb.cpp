@@ -1,7 +1,6 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
 #include <chrono>
 #include <cstdint>
 #include <optional>
@@ -9,7 +8,7 @@
 
 #include "InterfaceId.h"
 #include "QvKit/Subscription.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "output/Moment.h"
 #include "verbs/DeviceWatch.h"
 #include "verbs/SettingEventReport.h"
@@ -22,27 +21,20 @@ using Kind = QvKit::SettingEvent::Kind;
 
 class WatchVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        constexpr std::uint64_t kLongestMs = 86400000;  // A day.
-        auto* const names =
-            aCommand.add_option("NAME", names_, "The parameters to watch; all by default")
-                ->option_text("...");
-        auto* const every =
-            aCommand
-                .add_option("--every", everyMs_,
-                            "The time between two looks in ms, 1 to\n86400000; 1000 by default")
-                ->option_text("MS")
-                ->check(CheckWhole(1, kLongestMs));
-        AddEndOptions(aCommand, "End after so many changes", end_);
-        aCommand
-            .add_option_function<std::string>(
-                "--devices", [this](const std::string& aClass) { deviceClass_ = aClass; },
-                "Watch devices come and go, with this interface or\nany")
-            ->option_text("[CLASS]")
-            ->expected(0, 1)
-            ->excludes(names)
-            ->excludes(every);
-        aCommand.add_flag("--initial", initial_, "Print what is there at the beginning first");
+    void AddArguments(Arguments& aArguments) override {
+        constexpr unsigned int kLongestMs = 86400000;  // A day.
+        const Argument names =
+            aArguments.Add("NAME ...", names_, "The parameters to watch; all by default");
+        const Argument every =
+            aArguments.Add("--every MS", everyMs_, WholeNumber<unsigned int>(1, kLongestMs),
+                           "The time between two looks in ms, 1 to\n86400000; 1000 by default");
+        AddEndOptions(aArguments, "End after so many changes", end_);
+        aArguments
+            .AddWithOptionalValue("--devices [CLASS]", deviceClass_,
+                                  "Watch devices come and go, with this interface or\nany")
+            .Exclude(names)
+            .Exclude(every);
+        aArguments.AddFlag("--initial", initial_, "Print what is there at the beginning first");
     }
     Outcome Run(const Context& aContext) override {
         if (deviceClass_) return RunDevices(aContext, *deviceClass_);

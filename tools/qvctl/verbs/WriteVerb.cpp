@@ -1,10 +1,8 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include <CLI/CLI.hpp>
-
 #include "QvKit/FileSender.h"
-#include "commandline/ArgumentChecks.h"
+#include "commandline/ArgumentValues.h"
 #include "commandline/BytesOption.h"
 #include "output/ErrorReport.h"
 #include "verbs/RawRun.h"
@@ -19,21 +17,18 @@ constexpr std::chrono::milliseconds kBusyTime(1000);
 
 class WriteVerb final : public Verb {
 public:
-    void AddArguments(CLI::App& aCommand) override {
-        auto* const file = aCommand.add_option("FILE", file_, "The file to send")
-                               ->option_text(" ")
-                               ->check(CheckFileName());
-        auto* const size =
-            aCommand
-                .add_option("--size", size_, "Bytes of a request, 1 to 16777216; 4096 by\ndefault")
-                ->option_text("BYTES")
-                ->check(CheckWhole(1, kLargestRequest));
-        AddBytesOption(aCommand, "--in", in_,
-                       "Send these bytes in one request instead:\nhexadecimal digits, a file, or "
-                       "standard input")
-            ->excludes(file)
-            ->excludes(size);
-        aCommand.add_flag("--quiet", quiet_, "Show no progress");
+    void AddArguments(Arguments& aArguments) override {
+        const Argument file = aArguments.Add("FILE", file_, &ParseFileName, "The file to send");
+        const Argument size =
+            aArguments.Add("--size BYTES", size_, WholeNumber<unsigned int>(1, kLargestRequest),
+                           "Bytes of a request, 1 to 16777216; 4096 by\ndefault");
+        aArguments
+            .Add("--in HEX|@FILE|-", in_, &ReadBytesArgument,
+                 "Send these bytes in one request instead:\nhexadecimal digits, a file, or "
+                 "standard input")
+            .Exclude(file)
+            .Exclude(size);
+        aArguments.AddFlag("--quiet", quiet_, "Show no progress");
     }
     Outcome Run(const Context& aContext) override {
         if (in_) return WriteBytes(aContext, *in_);
