@@ -69,13 +69,6 @@ bool HasAllImports(HMODULE aDll) {
     return true;
 }
 
-struct LibraryPolicy {
-    using Type = HMODULE;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aDll) { return aDll != nullptr; }
-    static void Close(Type aDll) { ::FreeLibrary(aDll); }
-};
-
 // While it lives, this thread's loader reports a damaged DLL to its caller, and not in a dialog.
 class NoLoaderDialogs {
 public:
@@ -92,7 +85,7 @@ private:
 };
 
 // The DLL that Bind has found, while it binds. One thread binds at a time.
-QvBaseLib::UniqueHandle<LibraryPolicy> found;
+QvBaseLib::UniqueHandle<HMODULE, &::FreeLibrary> found;
 
 // The loading helper loads a DLL by its plain name, unless this returns one for it to own.
 FARPROC WINAPI ReturnFoundDll(unsigned aEvent, PDelayLoadInfo) {

@@ -13,13 +13,7 @@
 
 namespace QvBaseLib {
 
-struct DeviceSetPolicy {
-    using Type = HDEVINFO;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static bool IsValid(Type aSet) { return aSet != INVALID_HANDLE_VALUE; }
-    static void Close(Type aSet) { ::SetupDiDestroyDeviceInfoList(aSet); }
-};
-using UniqueDeviceSet = UniqueHandle<DeviceSetPolicy>;
+using UniqueDeviceSet = UniqueHandle<HDEVINFO, &::SetupDiDestroyDeviceInfoList>;
 
 }  // namespace QvBaseLib
 

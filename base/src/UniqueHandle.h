@@ -12,18 +12,13 @@
 
 namespace QvBaseLib {
 
-// Closes what it holds. A policy says what that is:
-//   using Type = …;                  what the system gave out
-//   static Type Empty();             what the owner holds when it holds nothing
-//   static bool IsValid(Type);       whether there is something to close
-//   static void Close(Type);
-template <typename Policy>
+// Closes what it holds with this function of the system. Some calls return null for a failure,
+// others INVALID_HANDLE_VALUE: neither is closed.
+template <typename Handle, auto kClose>
 class UniqueHandle {
 public:
-    using Type = typename Policy::Type;
-
-    UniqueHandle() : handle_(Policy::Empty()) {}
-    explicit UniqueHandle(Type aHandle) : handle_(aHandle) {}
+    UniqueHandle() = default;
+    explicit UniqueHandle(Handle aHandle) : handle_(aHandle) {}
     ~UniqueHandle() { Reset(); }
 
     UniqueHandle(UniqueHandle&& aOther) noexcept : handle_(aOther.Release()) {}
@@ -34,41 +29,27 @@ public:
     UniqueHandle(const UniqueHandle&) = delete;
     UniqueHandle& operator=(const UniqueHandle&) = delete;
 
-    Type Get() const { return handle_; }
-    bool IsValid() const { return Policy::IsValid(handle_); }
+    Handle Get() const { return handle_; }
+    bool IsValid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
 
     // Gives up the handle, which the caller closes.
-    Type Release() { return std::exchange(handle_, Policy::Empty()); }
+    Handle Release() { return std::exchange(handle_, nullptr); }
 
-    void Reset(Type aHandle = Policy::Empty()) {
-        const Type old = std::exchange(handle_, aHandle);
-        if (Policy::IsValid(old)) Policy::Close(old);
+    void Reset(Handle aHandle = nullptr) {
+        const bool isOwned = IsValid();
+        const Handle old = std::exchange(handle_, aHandle);
+        if (isOwned) kClose(old);
     }
 
 private:
-    Type handle_;
+    Handle handle_ = nullptr;
 };
 
-// Files, devices, events, threads and processes. Some calls return null for a failure, others
-// INVALID_HANDLE_VALUE.
-struct KernelHandlePolicy {
-    using Type = HANDLE;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aHandle) {
-        return aHandle != nullptr && aHandle != INVALID_HANDLE_VALUE;
-    }
-    static void Close(Type aHandle) { ::CloseHandle(aHandle); }
-};
-using KernelHandle = UniqueHandle<KernelHandlePolicy>;
+// Files, devices, events, threads and processes.
+using KernelHandle = UniqueHandle<HANDLE, &::CloseHandle>;
 
-// What LocalFree frees.
-template <typename Pointer>
-struct LocalMemoryPolicy {
-    using Type = Pointer;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aMemory) { return aMemory != nullptr; }
-    static void Close(Type aMemory) { ::LocalFree(aMemory); }
-};
+// Open keys of the registry.
+using UniqueRegistryKey = UniqueHandle<HKEY, &::RegCloseKey>;
 
 }  // namespace QvBaseLib
 

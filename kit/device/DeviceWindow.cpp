@@ -16,21 +16,8 @@
 namespace QvKit {
 namespace {
 
-struct WindowPolicy {
-    using Type = HWND;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aWindow) { return aWindow != nullptr; }
-    static void Close(Type aWindow) { ::DestroyWindow(aWindow); }
-};
-using UniqueWindow = QvBaseLib::UniqueHandle<WindowPolicy>;
-
-struct NotificationPolicy {
-    using Type = HDEVNOTIFY;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aNotification) { return aNotification != nullptr; }
-    static void Close(Type aNotification) { ::UnregisterDeviceNotification(aNotification); }
-};
-using UniqueNotification = QvBaseLib::UniqueHandle<NotificationPolicy>;
+using UniqueWindow = QvBaseLib::UniqueHandle<HWND, &::DestroyWindow>;
+using UniqueNotification = QvBaseLib::UniqueHandle<HDEVNOTIFY, &::UnregisterDeviceNotification>;
 
 // A window that only gets messages, on a thread that does nothing but take them.
 class WindowSubscription final : public DeviceSubscription {

@@ -20,13 +20,7 @@ namespace {
 
 constexpr wchar_t kRoot[] = L"ROOT\\";
 
-struct InfPolicy {
-    using Type = HINF;
-    static Type Empty() { return INVALID_HANDLE_VALUE; }
-    static bool IsValid(Type aInf) { return aInf != INVALID_HANDLE_VALUE; }
-    static void Close(Type aInf) { ::SetupCloseInfFile(aInf); }
-};
-using UniqueInf = QvBaseLib::UniqueHandle<InfPolicy>;
+using UniqueInf = QvBaseLib::UniqueHandle<HINF, &::SetupCloseInfFile>;
 
 // A line of an INF: its key, and then its values.
 using Fields = std::vector<std::wstring>;

@@ -18,13 +18,7 @@ namespace {
 constexpr std::chrono::seconds kUnloadLimit(5);
 constexpr std::chrono::milliseconds kPollInterval(20);
 
-struct ServicePolicy {
-    using Type = SC_HANDLE;
-    static Type Empty() { return nullptr; }
-    static bool IsValid(Type aService) { return aService != nullptr; }
-    static void Close(Type aService) { ::CloseServiceHandle(aService); }
-};
-using UniqueService = QvBaseLib::UniqueHandle<ServicePolicy>;
+using UniqueService = QvBaseLib::UniqueHandle<SC_HANDLE, &::CloseServiceHandle>;
 
 // Not valid when there is no such service, or the caller may not have this access.
 UniqueService Open(const std::wstring& aName, DWORD aAccess) {

@@ -9,7 +9,7 @@
 #include "QvKit/Error.h"
 #include "QvKit/Guid.h"
 #include "QvKit/Text.h"
-#include "UniqueRegistryKey.h"
+#include "UniqueHandle.h"
 
 // After windows.h, which it needs.
 #include <cfgmgr32.h>

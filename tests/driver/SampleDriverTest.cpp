@@ -49,14 +49,6 @@ constexpr int kReadsInARow = 16;
 // The driver looks at the system's time where only the kernel can read it. Programs see the same
 // page elsewhere. As long as this object lives, the driver gets the time as well.
 class KernelTime {
-public:
-    KernelTime() : handler_(::AddVectoredExceptionHandler(/*First=*/1, &ReadTheTime)) {}
-    ~KernelTime() { ::RemoveVectoredExceptionHandler(handler_); }
-
-    KernelTime(const KernelTime&) = delete;
-    KernelTime& operator=(const KernelTime&) = delete;
-
-private:
     static constexpr DWORD64 kKernelPage = 0xFFFFF78000000000;
     static constexpr DWORD64 kProgramPage = 0x7FFE0000;
     static constexpr DWORD64 kPageSize = 0x1000;
@@ -93,7 +85,7 @@ private:
         return isMoved;
     }
 
-    void* handler_;
+    const ExceptionHandler handler_{::AddVectoredExceptionHandler(/*First=*/1, &ReadTheTime)};
 };
 
 // A handle of a program.

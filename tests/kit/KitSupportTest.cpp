@@ -235,51 +235,48 @@ TEST(KitStopSignalTest, WithoutAnEventOfTheSystemThereIsNone) {
 
 // Owners
 
-struct CountedPolicy {
-    using Type = int;
-    static int Empty() { return 0; }
-    static bool IsValid(int aHandle) { return aHandle > 0; }
-    static void Close(int aHandle) { closed.push_back(aHandle); }
-
-    inline static std::vector<int> closed;
-};
-
 class UniqueHandleTest : public testing::Test {
 protected:
-    using Handle = QvBaseLib::UniqueHandle<CountedPolicy>;
-    void SetUp() override { CountedPolicy::closed.clear(); }
+    static void Close(int* aHandle) { closed_.push_back(aHandle); }
+    using Handle = QvBaseLib::UniqueHandle<int*, &Close>;
+
+    void SetUp() override { closed_.clear(); }
+
+    inline static std::vector<int*> closed_;
+    int first_ = 1;
+    int second_ = 2;
 };
 
 TEST_F(UniqueHandleTest, ClosesWhatIsValidOnce) {
     {
-        const Handle valid(1);
-        const Handle invalid(-1);
+        const Handle valid(&first_);
+        const Handle invalid(static_cast<int*>(INVALID_HANDLE_VALUE));
         const Handle empty;
         EXPECT_TRUE(valid.IsValid());
         EXPECT_FALSE(invalid.IsValid());
         EXPECT_FALSE(empty.IsValid());
     }
-    EXPECT_THAT(CountedPolicy::closed, testing::ElementsAre(1));
+    EXPECT_THAT(closed_, testing::ElementsAre(&first_));
 }
 
 TEST_F(UniqueHandleTest, AMoveClosesTheTargetsHandleAndLeavesTheSourceEmpty) {
     {
-        Handle source(1);
-        Handle target(2);
+        Handle source(&first_);
+        Handle target(&second_);
         target = std::move(source);
-        EXPECT_THAT(CountedPolicy::closed, testing::ElementsAre(2));
-        EXPECT_EQ(1, target.Get());
+        EXPECT_THAT(closed_, testing::ElementsAre(&second_));
+        EXPECT_EQ(&first_, target.Get());
     }
-    EXPECT_THAT(CountedPolicy::closed, testing::ElementsAre(2, 1));
+    EXPECT_THAT(closed_, testing::ElementsAre(&second_, &first_));
 }
 
 TEST_F(UniqueHandleTest, AReleasedHandleIsTheCallers) {
     {
-        Handle handle(1);
-        EXPECT_EQ(1, handle.Release());
+        Handle handle(&first_);
+        EXPECT_EQ(&first_, handle.Release());
         EXPECT_FALSE(handle.IsValid());
     }
-    EXPECT_THAT(CountedPolicy::closed, IsEmpty());
+    EXPECT_THAT(closed_, IsEmpty());
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "AllocationCounter.h"
+#include "KernelObjects.h"
 #include "ParameterBlock.h"
 #include "QvUserLib/DeviceParameterRepository.h"
 #include "QvUserLib/Parameter.h"
@@ -39,17 +40,6 @@ LONG CALLBACK TellBlock(EXCEPTION_POINTERS* aException) {
     }
     return EXCEPTION_CONTINUE_SEARCH;
 }
-
-class CrashReporter {
-public:
-    CrashReporter() : handler_(::AddVectoredExceptionHandler(/*First=*/1, &TellBlock)) {}
-    ~CrashReporter() { ::RemoveVectoredExceptionHandler(handler_); }
-    CrashReporter(const CrashReporter&) = delete;
-    CrashReporter& operator=(const CrashReporter&) = delete;
-
-private:
-    void* handler_;
-};
 
 void ReadTexts(const Parameter& aParameter) {
     EXPECT_LE(std::strlen(aParameter.GetName().GetAscii()), 4095u);
@@ -194,7 +184,7 @@ TEST(DeviceParameterFuzzTest, BlocksOfTheCorpusAreSurvived) {
 }
 
 TEST(DeviceParameterFuzzTest, RandomBlocksAreSurvived) {
-    const CrashReporter reporter;
+    const ExceptionHandler reporter(::AddVectoredExceptionHandler(/*First=*/1, &TellBlock));
     theBlock.seed = Seed();
     const unsigned long first = Scaled("QVTEST_FUZZ_FIRST", 0);
     const unsigned long count = Scaled("QVTEST_FUZZ_BLOCKS", 5000);

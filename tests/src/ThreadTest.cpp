@@ -963,11 +963,7 @@ private:
 // Sees the naming exceptions that get past the library, in front of the runtime's own handler.
 class NamingWitness {
 public:
-    NamingWitness() : handler_(::AddVectoredExceptionHandler(/*First=*/1, &See)) { seen_ = 0; }
-    ~NamingWitness() { ::RemoveVectoredExceptionHandler(handler_); }
-
-    NamingWitness(const NamingWitness&) = delete;
-    NamingWitness& operator=(const NamingWitness&) = delete;
+    NamingWitness() { seen_ = 0; }
 
     int Seen() const { return seen_; }
 
@@ -982,7 +978,7 @@ private:
 
     inline static std::atomic<int> seen_{0};
 
-    void* handler_;
+    const ExceptionHandler handler_{::AddVectoredExceptionHandler(/*First=*/1, &See)};
 };
 
 TEST(ThreadTest, NameGoesToADebuggerInTheRecordThatItExpects) {

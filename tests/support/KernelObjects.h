@@ -17,6 +17,9 @@ public:
     void Close() { Reset(); }
 };
 
+/// A vectored handler of exceptions, removed in the end.
+using ExceptionHandler = QvBaseLib::UniqueHandle<void*, &::RemoveVectoredExceptionHandler>;
+
 /// An event that stays set. A wait for it ends with the test's time limit at the latest.
 class Event {
 public:

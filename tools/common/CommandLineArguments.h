@@ -21,7 +21,7 @@ namespace QvTools {
 // Without the program's name.
 inline std::vector<std::wstring> GetCommandLineArguments() {
     int count = 0;
-    const QvBaseLib::UniqueHandle<QvBaseLib::LocalMemoryPolicy<wchar_t**>> texts(
+    const QvBaseLib::UniqueHandle<wchar_t**, &::LocalFree> texts(
         ::CommandLineToArgvW(::GetCommandLineW(), &count));
     if (!texts.IsValid()) throw std::bad_alloc();
     return std::vector<std::wstring>(texts.Get() + 1, texts.Get() + count);

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "PathList.h"
-#include "UniqueRegistryKey.h"
+#include "UniqueHandle.h"
 #include "common/CommandLineArguments.h"
 
 namespace QvPathEntry {
