@@ -17,14 +17,7 @@ namespace {
 
 constexpr char kSource[] = ".\\ParameterRepository";
 
-// The line numbers in the error log for the checks of Add. Tools recognise them, so they stay the
-// same when the code moves.
-constexpr unsigned long kLineMissing = 479;
-constexpr unsigned long kLineEmptyName = 481;
-constexpr unsigned long kLineNoType = 483;
-constexpr unsigned long kLineNameExists = 486;
-constexpr unsigned long kLineIdExists = 488;
-
+// Tools recognise the line numbers in the error log, so they stay the same when the code moves.
 Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
     return ReportError(Result(aCode), kSource, aLine, "%s", aMessage);
 }
@@ -182,20 +175,20 @@ Result ParameterRepository::ResetDefaults() {
 
 Result ParameterRepository::Add(Parameter* aParameter) {
     if (aParameter == nullptr) {
-        return Fail(Code::InvalidArgument, kLineMissing,
+        return Fail(Code::InvalidArgument, /*aLine=*/479,
                     "Error allocating memory for the parameter");
     }
     if (aParameter->GetName().IsEmpty()) {
-        return Fail(Code::InvalidArgument, kLineEmptyName, "Invalid name, it must be non-empty!");
+        return Fail(Code::InvalidArgument, /*aLine=*/481, "Invalid name, it must be non-empty!");
     }
     if (aParameter->GetType() == Parameter::TypeNone) {
-        return Fail(Code::InvalidArgument, kLineNoType, "Invalid property type!");
+        return Fail(Code::InvalidArgument, /*aLine=*/483, "Invalid property type!");
     }
     if (HasByName(aParameter->GetName())) {
-        return Fail(Code::NotAllowed, kLineNameExists, "Parameter already exists!");
+        return Fail(Code::NotAllowed, /*aLine=*/486, "Parameter already exists!");
     }
     if (HasByID(aParameter->GetID())) {
-        return Fail(Code::NotAllowed, kLineIdExists,
+        return Fail(Code::NotAllowed, /*aLine=*/488,
                     "Parameter with the specified identifier already exists!");
     }
 

@@ -6,6 +6,7 @@
 #include <process.h>
 
 #include <atomic>
+#include <iterator>
 
 #include "ReportError.h"
 #include "WindowsApi.h"
@@ -50,36 +51,19 @@ namespace {
 
 constexpr char kSource[] = ".\\Thread";
 
-// The line numbers in the error log. Tools recognise them, so they stay the same when the code
-// moves.
-constexpr unsigned long kLineStart = 316;
-constexpr unsigned long kLinePriority = 488;
-constexpr unsigned long kLineHasIdentifier = 539;
-constexpr unsigned long kLineIsRunning = 540;
-constexpr unsigned long kLineExitCode = 552;
-
+// Tools recognise the line numbers in the error log, so they stay the same when the code moves.
 Result Fail(Code aCode, unsigned long aLine, const char* aMessage) {
     const DWORD error = ::GetLastError();
     return ReportError(Result(aCode), kSource, aLine, aMessage, error);
 }
 
 int SystemPriority(unsigned int aLevel) {
-    switch (aLevel) {
-        case Thread::PriorityLowest:
-            return THREAD_PRIORITY_LOWEST;
-        case Thread::PriorityBelowNormal:
-            return THREAD_PRIORITY_BELOW_NORMAL;
-        case Thread::PriorityIdle:
-            return THREAD_PRIORITY_IDLE;
-        case Thread::PriorityAboveNormal:
-            return THREAD_PRIORITY_ABOVE_NORMAL;
-        case Thread::PriorityHighest:
-            return THREAD_PRIORITY_HIGHEST;
-        case Thread::PriorityTimeCritical:
-            return THREAD_PRIORITY_TIME_CRITICAL;
-        default:
-            return THREAD_PRIORITY_NORMAL;
-    }
+    // In the order of Thread::Priority.
+    constexpr int kLevels[] = {THREAD_PRIORITY_LOWEST,       THREAD_PRIORITY_BELOW_NORMAL,
+                               THREAD_PRIORITY_IDLE,         THREAD_PRIORITY_NORMAL,
+                               THREAD_PRIORITY_ABOVE_NORMAL, THREAD_PRIORITY_HIGHEST,
+                               THREAD_PRIORITY_TIME_CRITICAL};
+    return aLevel < std::size(kLevels) ? kLevels[aLevel] : THREAD_PRIORITY_NORMAL;
 }
 
 // The exception that tells Windows debuggers the name of a thread, and its arguments.
@@ -117,13 +101,13 @@ Thread::~Thread() {
 
 Result Thread::GetExitCode() const {
     if (state_->GetId() != 0) {
-        return Fail(Code::NotAllowed, kLineHasIdentifier, "Thread does not exist!");
+        return Fail(Code::NotAllowed, /*aLine=*/539, "Thread does not exist!");
     }
-    if (IsRunning()) return Fail(Code::NotAllowed, kLineIsRunning, "Thread is still running!");
+    if (IsRunning()) return Fail(Code::NotAllowed, /*aLine=*/540, "Thread is still running!");
 
     DWORD exitCode = 0;
     if (!::GetExitCodeThread(handle_, &exitCode)) {
-        return Fail(Code::NotAllowed, kLineExitCode, "Could not obtain thread exit code!");
+        return Fail(Code::NotAllowed, /*aLine=*/552, "Could not obtain thread exit code!");
     }
     return Result(exitCode);
 }
@@ -140,7 +124,7 @@ bool Thread::IsStopping() const { return state_->isStopping.load(std::memory_ord
 
 Result Thread::SetPriority(unsigned int aLevel) {
     if (handle_ != nullptr && !::SetThreadPriority(handle_, SystemPriority(aLevel))) {
-        return Fail(Code::SystemCallFailed, kLinePriority, "Cannot set the thread priority");
+        return Fail(Code::SystemCallFailed, /*aLine=*/488, "Cannot set the thread priority");
     }
     state_->priority.store(aLevel, std::memory_order_release);
     return Result(Code::Success);
@@ -154,7 +138,9 @@ Result Thread::StartThread() {
     const auto handle = _beginthreadex(nullptr, /*stack_size=*/0, ThreadState::Run, this,
                                        /*initflag=*/0, &id);
     state_->EndStart(handle != 0 ? id : earlierId);
-    if (handle == 0) return Fail(Code::SystemCallFailed, kLineStart, "Cannot start system thread");
+    if (handle == 0) {
+        return Fail(Code::SystemCallFailed, /*aLine=*/316, "Cannot start system thread");
+    }
     handle_ =
         reinterpret_cast<HANDLE>(handle);  // NOLINT(performance-no-int-to-ptr): as documented.
     return Result(Code::Success);
