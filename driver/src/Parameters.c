@@ -22,35 +22,22 @@ typedef struct QV_PARAMETER {
 // A text in parentheses does not initialise an array.
 // NOLINTBEGIN(bugprone-macro-parentheses)
 
+// What rows of every type have.
+#define COMMON(aType, anId, aName, aDescription, aFlags)                          \
+    .flags = (aFlags), .type = QV_PARAMETER_##aType, .id = (anId), .name = aName, \
+    .description = aDescription
+
 #define INTEGER(anId, aName, aDescription, aUnit, aMinimum, aMaximum, aDefault, aFlags) \
-    .record = {.flags = (aFlags),                                                       \
-               .type = QV_PARAMETER_INTEGER,                                            \
-               .id = (anId),                                                            \
-               .name = aName,                                                           \
-               .description = aDescription,                                             \
-               .unit = aUnit,                                                           \
-               .minimum = (aMinimum),                                                   \
-               .maximum = (aMaximum),                                                   \
-               .defaultValue = (aDefault)}
+    .record = {COMMON(INTEGER, anId, aName, aDescription, aFlags), .unit = aUnit,       \
+               .minimum = (aMinimum), .maximum = (aMaximum), .defaultValue = (aDefault)}
 
 // The names are one text in which each ends with a zero; `aLast` is the index of the last one.
-#define ENUMERATION(anId, aName, aDescription, aNames, aLast, aDefault, aFlags) \
-    .record = {.flags = (aFlags),                                               \
-               .type = QV_PARAMETER_ENUMERATION,                                \
-               .id = (anId),                                                    \
-               .name = aName,                                                   \
-               .description = aDescription,                                     \
-               .maximum = (aLast),                                              \
-               .defaultValue = (aDefault),                                      \
-               .content.valueNames = aNames}
+#define ENUMERATION(anId, aName, aDescription, aNames, aLast, aDefault, aFlags)            \
+    .record = {COMMON(ENUMERATION, anId, aName, aDescription, aFlags), .maximum = (aLast), \
+               .defaultValue = (aDefault), .content.valueNames = aNames}
 
-#define STRING(anId, aName, aDescription, aMaximumUnits, aDefault, aFlags) \
-    .record = {.flags = (aFlags),                                          \
-               .type = QV_PARAMETER_STRING,                                \
-               .id = (anId),                                               \
-               .name = aName,                                              \
-               .description = aDescription,                                \
-               .maximum = (aMaximumUnits),                                 \
+#define STRING(anId, aName, aDescription, aMaximumUnits, aDefault, aFlags)                    \
+    .record = {COMMON(STRING, anId, aName, aDescription, aFlags), .maximum = (aMaximumUnits), \
                .content.string.defaultText = aDefault}
 
 // NOLINTEND(bugprone-macro-parentheses)
