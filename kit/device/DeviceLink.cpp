@@ -90,6 +90,7 @@ struct DeviceLink::State {
     const QvBaseLib::KernelHandle isOpen = CreateManualEvent();
     const StopSignal end;
     DeviceEvents events;
+    CallbackThread thread;
 
     // Of the link's thread.
     std::vector<Candidate> candidates;
@@ -202,14 +203,13 @@ DeviceLink::DeviceLink(const GUID& aInterface, DeviceIdentity aIdentity, Listene
 
 DeviceLink::DeviceLink(const GUID& aInterface, DeviceIdentity aIdentity, Listener aListener,
                        const DeviceSystem& aSystem)
-    : state_(
-          std::make_shared<State>(aInterface, std::move(aIdentity), std::move(aListener), aSystem)),
-      thread_(std::make_unique<CallbackThread>()) {}
+    : state_(std::make_shared<State>(aInterface, std::move(aIdentity), std::move(aListener),
+                                     aSystem)) {}
 
 DeviceLink::~DeviceLink() { Stop(); }
 
 void DeviceLink::Start() {
-    thread_->Start([state = state_] { state->Run(); });
+    state_->thread.Start([state = state_] { state->Run(); });
 }
 
 std::shared_ptr<Device> DeviceLink::GetDevice() const { return state_->GetDevice(); }
@@ -239,7 +239,7 @@ std::shared_ptr<Device> DeviceLink::WaitForDevice(milliseconds aLimit,
 void DeviceLink::Stop() {
     state_->events.End();
     state_->end.Request();
-    thread_->Wait();
+    state_->thread.Wait();
 }
 
 }  // namespace QvKit

@@ -18,6 +18,7 @@ struct DeviceWatcher::State {
 
     const Callback callback;
     DeviceEvents events;
+    CallbackThread thread;
 };
 
 DeviceWatcher::DeviceWatcher(const GUID* aInterface, Callback aCallback)
@@ -25,24 +26,23 @@ DeviceWatcher::DeviceWatcher(const GUID* aInterface, Callback aCallback)
 
 DeviceWatcher::DeviceWatcher(const GUID* aInterface, Callback aCallback,
                              const DeviceSystem& aSystem)
-    : state_(std::make_shared<State>(aInterface, std::move(aCallback), aSystem)),
-      thread_(std::make_unique<CallbackThread>()) {}
+    : state_(std::make_shared<State>(aInterface, std::move(aCallback), aSystem)) {}
 
 DeviceWatcher::~DeviceWatcher() { Stop(); }
 
-const std::vector<DeviceAddress>& DeviceWatcher::GetPresent() const {
-    return state_->events.GetPresent();
-}
-
 void DeviceWatcher::Start() {
-    thread_->Start([state = state_] {
+    state_->thread.Start([state = state_] {
         while (const auto event = state->events.Next(kNoLimit)) state->callback(*event);
     });
 }
 
 void DeviceWatcher::Stop() {
     state_->events.End();
-    thread_->Wait();
+    state_->thread.Wait();
+}
+
+const std::vector<DeviceAddress>& DeviceWatcher::GetPresent() const {
+    return state_->events.GetPresent();
 }
 
 }  // namespace QvKit

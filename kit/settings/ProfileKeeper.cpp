@@ -52,6 +52,7 @@ struct ProfileKeeper::State {
     const KeepOptions options;
     const Listener listener;
     DeviceEvents events;
+    CallbackThread thread;
 
     // Of the keeper's thread.
     std::vector<NewDevice> newDevices;
@@ -137,18 +138,17 @@ ProfileKeeper::ProfileKeeper(const GUID& aInterface, Profile aProfile, KeepOptio
 ProfileKeeper::ProfileKeeper(const GUID& aInterface, Profile aProfile, KeepOptions aOptions,
                              Listener aListener, const DeviceSystem& aSystem)
     : state_(std::make_shared<State>(aInterface, std::move(aProfile), std::move(aOptions),
-                                     std::move(aListener), aSystem)),
-      thread_(std::make_unique<CallbackThread>()) {}
+                                     std::move(aListener), aSystem)) {}
 
 ProfileKeeper::~ProfileKeeper() { Stop(); }
 
 void ProfileKeeper::Start() {
-    thread_->Start([state = state_] { state->Run(); });
+    state_->thread.Start([state = state_] { state->Run(); });
 }
 
 void ProfileKeeper::Stop() {
     state_->events.End();
-    thread_->Wait();
+    state_->thread.Wait();
 }
 
 }  // namespace QvKit

@@ -16,7 +16,6 @@ struct _GUID;
 
 namespace QvKit {
 
-class CallbackThread;
 struct DeviceSystem;
 
 /// What a device is, however often it is unplugged. All texts are UTF-8. Upper and lower case count
@@ -87,6 +86,10 @@ public:
     /// Throws `Error`: `ErrorKind::SystemFailed` when the system has no thread left.
     void Start();
 
+    /// Ends the link: the device is let go, waits end, and the listener is not called any more.
+    /// Waits for the listener if it is running, unless it is called from there.
+    void Stop();
+
     /// The device while it is there, otherwise null. When it has gone, requests to it fail, and its
     /// handle is closed with the last pointer.
     std::shared_ptr<Device> GetDevice() const;
@@ -102,14 +105,9 @@ public:
     std::shared_ptr<Device> WaitForDevice(std::chrono::milliseconds aLimit,
                                           const StopSignal* aStop = nullptr) const;
 
-    /// Ends the link: the device is let go, waits end, and the listener is not called any more.
-    /// Waits for the listener if it is running, unless it is called from there.
-    void Stop();
-
 private:
     struct State;
     std::shared_ptr<State> state_;
-    std::unique_ptr<CallbackThread> thread_;
 };
 
 }  // namespace QvKit

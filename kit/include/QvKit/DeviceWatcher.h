@@ -15,7 +15,6 @@ struct _GUID;
 
 namespace QvKit {
 
-class CallbackThread;
 struct DeviceSystem;
 
 /// What happened to an interface of a device.
@@ -69,9 +68,6 @@ public:
     DeviceWatcher(const DeviceWatcher&) = delete;
     DeviceWatcher& operator=(const DeviceWatcher&) = delete;
 
-    /// What was there when the watch began, in the order in which it is delivered.
-    const std::vector<DeviceAddress>& GetPresent() const;
-
     /// Begins to deliver. To be called once. The callback may run before this returns.
     ///
     /// Throws `Error`: `ErrorKind::SystemFailed` when the system has no thread left.
@@ -81,10 +77,12 @@ public:
     /// called from there. So do not hold a lock that the callback waits for.
     void Stop();
 
+    /// What was there when the watch began, in the order in which it is delivered.
+    const std::vector<DeviceAddress>& GetPresent() const;
+
 private:
     struct State;
     std::shared_ptr<State> state_;
-    std::unique_ptr<CallbackThread> thread_;
 };
 
 }  // namespace QvKit

@@ -17,7 +17,6 @@ struct _GUID;
 
 namespace QvKit {
 
-class CallbackThread;
 struct DeviceSystem;
 
 /// How a profile is applied to devices that come.
@@ -83,7 +82,6 @@ public:
 private:
     struct State;
     std::shared_ptr<State> state_;
-    std::unique_ptr<CallbackThread> thread_;
 };
 
 }  // namespace QvKit
