@@ -54,14 +54,9 @@ enum class Cause : unsigned long {
 };
 
 std::string CauseText(Cause aCause, milliseconds aLimit) {
-    switch (aCause) {
-        case Cause::Cancelled:
-            return " was cancelled";
-        case Cause::Closed:
-            return " ended: the connection was closed";
-        default:
-            return " timed out after " + std::to_string(aLimit.count()) + " ms";
-    }
+    if (aCause == Cause::Cancelled) return " was cancelled";
+    if (aCause == Cause::Closed) return " ended: the connection was closed";
+    return " timed out after " + std::to_string(aLimit.count()) + " ms";
 }
 
 // A request with what belongs to it for its whole life.

@@ -33,11 +33,7 @@ struct RestartAnswer {
 // A device may vanish between two calls: then the later ones return nothing.
 class DeviceRecords {
 public:
-    DeviceRecords() = default;
     virtual ~DeviceRecords() = default;
-
-    DeviceRecords(const DeviceRecords&) = delete;
-    DeviceRecords& operator=(const DeviceRecords&) = delete;
 
     // The instance IDs of all devices, present or not. Throws `Error`, kind `SystemFailed`.
     virtual std::vector<std::wstring> ListDevices() const = 0;
