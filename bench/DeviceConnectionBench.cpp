@@ -141,14 +141,18 @@ void BareFileWrite(benchmark::State& aState) {
 
 // An iteration writes one packet to the driver's loop-back and reads it back.
 
-void OursLoopBack(benchmark::State& aState) {
-    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
+void LoopBack(benchmark::State& aState, QvUserLib::DeviceConnection& aConnection) {
     char packet[kPacketSize] = {};
     unsigned long moved = 0;
     Repeat(aState, [&] {
-        Must(device.Write(packet, kPacketSize, &moved, nullptr));
-        Must(device.Read(packet, kPacketSize, &moved, nullptr));
+        Must(aConnection.Write(packet, kPacketSize, &moved, nullptr));
+        Must(aConnection.Read(packet, kPacketSize, &moved, nullptr));
     });
+}
+
+void OursLoopBack(benchmark::State& aState) {
+    SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
+    LoopBack(aState, device);
 }
 
 void BareLoopBack(benchmark::State& aState) {
@@ -189,12 +193,7 @@ void BareOverlappedIoControl(benchmark::State& aState) {
 void OursBoundedLoopBack(benchmark::State& aState) {
     const SampleConnection device(QV_SAMPLE_MODE_LOOP_BACK);
     QvKit::BoundedConnection bounded(QvKit::ListDevices(GUID_DEVINTERFACE_QVSAMPLE).at(0));
-    char packet[kPacketSize] = {};
-    unsigned long moved = 0;
-    Repeat(aState, [&] {
-        Must(bounded.Write(packet, kPacketSize, &moved, nullptr));
-        Must(bounded.Read(packet, kPacketSize, &moved, nullptr));
-    });
+    LoopBack(aState, bounded);
 }
 
 void BareOverlappedLoopBack(benchmark::State& aState) {

@@ -176,15 +176,19 @@ Body BareByName(int aCount) {
     };
 }
 
+std::vector<std::wstring> WideNames(int aCount) {
+    std::vector<std::wstring> names;
+    for (const int id : Shuffled(aCount)) {
+        names.emplace_back(String(NameOf(id).c_str()).GetUnicode());
+    }
+    return names;
+}
+
 // As above, with a wide text that is converted to an argument for each look-up.
 Body OursByFreshWideName(int aCount) {
     return [=](benchmark::State& aState) {
         ParameterRepository& repository = Ours(aCount);
-        std::vector<std::wstring> names;
-        for (const int id : Shuffled(aCount)) {
-            names.emplace_back(String(NameOf(id).c_str()).GetUnicode());
-        }
-        Cycle<std::wstring> keys(std::move(names));
+        Cycle<std::wstring> keys(WideNames(aCount));
         Repeat(aState, [&] {
             benchmark::DoNotOptimize(repository.HasByName(String(keys.Next().c_str())));
         });
@@ -194,11 +198,7 @@ Body OursByFreshWideName(int aCount) {
 Body BareByFreshWideName(int aCount) {
     return [=](benchmark::State& aState) {
         PlainSet& set = Bare(aCount);
-        std::vector<std::wstring> names;
-        for (const int id : Shuffled(aCount)) {
-            names.emplace_back(String(NameOf(id).c_str()).GetUnicode());
-        }
-        Cycle<std::wstring> keys(std::move(names));
+        Cycle<std::wstring> keys(WideNames(aCount));
         Repeat(aState, [&] {
             char name[kNameSize];
             ::WideCharToMultiByte(CP_ACP, 0, keys.Next().c_str(), -1, name, kNameSize, nullptr,
@@ -208,21 +208,10 @@ Body BareByFreshWideName(int aCount) {
     };
 }
 
-template <typename LookUp>
-Body OursByNumber(int aCount, LookUp aLookUp) {
+template <typename Set, typename LookUp>
+Body ByNumber(Set& (*aGetSet)(int aCount), int aCount, LookUp aLookUp) {
     return [=](benchmark::State& aState) {
-        ParameterRepository& repository = Ours(aCount);
-        Cycle<int> keys(Shuffled(aCount));
-        Repeat(aState, [&] {
-            benchmark::DoNotOptimize(aLookUp(repository, static_cast<unsigned long>(keys.Next())));
-        });
-    };
-}
-
-template <typename LookUp>
-Body BareByNumber(int aCount, LookUp aLookUp) {
-    return [=](benchmark::State& aState) {
-        PlainSet& set = Bare(aCount);
+        Set& set = aGetSet(aCount);
         Cycle<int> keys(Shuffled(aCount));
         Repeat(aState, [&] {
             benchmark::DoNotOptimize(aLookUp(set, static_cast<unsigned long>(keys.Next())));
@@ -232,23 +221,23 @@ Body BareByNumber(int aCount, LookUp aLookUp) {
 
 void AddNumberRows(Table& aTable, int aCount) {
     const std::string of = ", of " + std::to_string(aCount);
-    const Body bareFind = BareByNumber(
-        aCount, [](PlainSet& aSet, unsigned long aId) { return aSet.byId.find(aId)->second; });
+    const Body bareFind = ByNumber(&Bare, aCount, [](PlainSet& aSet, unsigned long aId) {
+        return aSet.byId.find(aId)->second;
+    });
+    aTable.Add({"GetByIndex" + of, "std::vector through a virtual call",
+                ByNumber(&Ours, aCount,
+                         [](auto& aSet, unsigned long aIndex) { return aSet.GetByIndex(aIndex); }),
+                ByNumber(&Bare, aCount,
+                         [](auto& aSet, unsigned long aIndex) { return aSet.GetByIndex(aIndex); }),
+                1.1});
     aTable.Add(
-        {"GetByIndex" + of, "std::vector through a virtual call",
-         OursByNumber(aCount, [](ParameterRepository& aRepository,
-                                 unsigned long aIndex) { return aRepository.GetByIndex(aIndex); }),
-         BareByNumber(aCount,
-                      [](PlainSet& aSet, unsigned long aIndex) { return aSet.GetByIndex(aIndex); }),
-         1.1});
-    aTable.Add({"GetByID" + of, "std::map::find",
-                OursByNumber(aCount, [](ParameterRepository& aRepository,
-                                        unsigned long aId) { return aRepository.GetByID(aId); }),
-                bareFind, 1.1});
-    aTable.Add({"HasByID" + of, "std::map::find",
-                OursByNumber(aCount, [](ParameterRepository& aRepository,
-                                        unsigned long aId) { return aRepository.HasByID(aId); }),
-                bareFind, 1.1});
+        {"GetByID" + of, "std::map::find",
+         ByNumber(&Ours, aCount, [](auto& aSet, unsigned long aId) { return aSet.GetByID(aId); }),
+         bareFind, 1.1});
+    aTable.Add(
+        {"HasByID" + of, "std::map::find",
+         ByNumber(&Ours, aCount, [](auto& aSet, unsigned long aId) { return aSet.HasByID(aId); }),
+         bareFind, 1.1});
 }
 
 void AddNameRows(Table& aTable, int aCount) {
