@@ -299,7 +299,7 @@ TEST_F(KitBoundedConnectionTest, InputAndOutputOfOneRequestAreApart) {
 TEST(KitRawRequestTest, BytesThatCameWithAFailureAreKept) {
     auto channel = std::make_unique<FakeChannel>();
     channel->outcome = {ERROR_MORE_DATA, 3};
-    channel->onTake = [](unsigned char* aBytes) { std::memcpy(aBytes, "abc", 3); };
+    channel->onTake = [](unsigned char* aBytes) { std::copy_n("abc", 3, aBytes); };
     BoundedConnection connection(std::move(channel));
 
     const QvKit::RawAnswer answer = QvKit::SendControl(connection, kPeek, {}, 3);

@@ -470,6 +470,7 @@ TEST_F(KitChangeTest, TheWaitForAnotherProgramCanBeStopped) {
     EXPECT_LT(stopwatch.GetTime(), std::chrono::seconds(5));
     EXPECT_FALSE(outcome.error);
     isOver.Request();
+    other.wait();
 }
 
 TEST_F(KitChangeTest, AnotherProgramsValueIsNotOverwritten) {
