@@ -13,23 +13,27 @@ using QvKit::Error;
 using QvKit::ErrorKind;
 using QvKit::Refusal;
 
-const char* NameOf(ErrorKind aKind) {
-    switch (aKind) {
-        case ErrorKind::WrongUse:
-            return "usage";
-        case ErrorKind::NoSuchDevice:
-            return "no-device";
-        case ErrorKind::Cancelled:
-            return "interrupted";
-        case ErrorKind::TimedOut:
-            return "timed-out";
-        case ErrorKind::Refused:
-            return "refused";
-        case ErrorKind::ChangedMeanwhile:
-            return "changed";
-        default:
-            return "failed";
+// What becomes of an error of a kind.
+struct KindReport {
+    const char* name;  // In the JSON output.
+    ErrorKind kind;
+    ExitCode exitCode;
+};
+
+constexpr KindReport kReports[] = {
+    {"usage", ErrorKind::WrongUse, ExitCode::WrongUsage},
+    {"no-device", ErrorKind::NoSuchDevice, ExitCode::NoSuchDevice},
+    {"interrupted", ErrorKind::Cancelled, ExitCode::Interrupted},
+    {"timed-out", ErrorKind::TimedOut, ExitCode::TimedOut},
+    {"refused", ErrorKind::Refused, ExitCode::Failed},
+    {"changed", ErrorKind::ChangedMeanwhile, ExitCode::Failed},
+};
+
+KindReport ReportOf(ErrorKind aKind) {
+    for (const KindReport& report : kReports) {
+        if (report.kind == aKind) return report;
     }
+    return {"failed", aKind, ExitCode::Failed};
 }
 
 ordered_json RefusalToJson(const Refusal& aRefusal) {
@@ -45,20 +49,7 @@ ordered_json RefusalToJson(const Refusal& aRefusal) {
 
 }  // namespace
 
-ExitCode ExitCodeOf(ErrorKind aKind) {
-    switch (aKind) {
-        case ErrorKind::WrongUse:
-            return ExitCode::WrongUsage;
-        case ErrorKind::NoSuchDevice:
-            return ExitCode::NoSuchDevice;
-        case ErrorKind::Cancelled:
-            return ExitCode::Interrupted;
-        case ErrorKind::TimedOut:
-            return ExitCode::TimedOut;
-        default:
-            return ExitCode::Failed;
-    }
-}
+ExitCode ExitCodeOf(ErrorKind aKind) { return ReportOf(aKind).exitCode; }
 
 std::vector<std::string> LinesOf(const Error& aError) {
     if (aError.GetRefusals().empty()) return {aError.what()};
@@ -70,8 +61,9 @@ std::vector<std::string> LinesOf(const Error& aError) {
 
 ordered_json ToJson(const Error& aError) {
     ordered_json json;
-    json["kind"] = NameOf(aError.GetKind());
-    json["exitCode"] = static_cast<int>(ExitCodeOf(aError.GetKind()));
+    const KindReport report = ReportOf(aError.GetKind());
+    json["kind"] = report.name;
+    json["exitCode"] = static_cast<int>(report.exitCode);
     json["message"] = aError.what();
     json["code"] = nullptr;
     if (const auto& code = aError.GetCode()) json["code"] = *code;

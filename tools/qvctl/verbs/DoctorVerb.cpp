@@ -14,26 +14,15 @@
 namespace Qvctl {
 namespace {
 
-const char* VerdictText(Verdict aVerdict) {
-    switch (aVerdict) {
-        case Verdict::Ok:
-            return "ok";
-        case Verdict::Warning:
-            return "warning";
-        default:
-            return "problem";
-    }
-}
+struct VerdictLook {
+    const char* text;
+    Output::Colour colour;
+};
 
-Output::Colour ColourOf(Verdict aVerdict) {
-    switch (aVerdict) {
-        case Verdict::Ok:
-            return Output::Green;
-        case Verdict::Warning:
-            return Output::Yellow;
-        default:
-            return Output::Red;
-    }
+VerdictLook LookOf(Verdict aVerdict) {
+    if (aVerdict == Verdict::Ok) return {"ok", Output::Green};
+    if (aVerdict == Verdict::Warning) return {"warning", Output::Yellow};
+    return {"problem", Output::Red};
 }
 
 std::string Padded(std::string aText, std::size_t aWidth) {
@@ -55,8 +44,8 @@ void Print(Output& aOut, const Check& aCheck) {
     constexpr std::size_t kNameWidth = 12;
     constexpr std::size_t kArrowWidth = 3;
     constexpr std::size_t kIndent = kVerdictWidth + kNameWidth;
-    aOut.WriteColoured(ColourOf(aCheck.verdict),
-                       Padded(VerdictText(aCheck.verdict), kVerdictWidth));
+    const VerdictLook look = LookOf(aCheck.verdict);
+    aOut.WriteColoured(look.colour, Padded(look.text, kVerdictWidth));
     std::string margin = Padded(aCheck.name, kNameWidth);
     for (const std::string& line : LinesFor(aOut, aCheck.found, kIndent)) {
         aOut.WriteLine(margin + line);
@@ -73,7 +62,7 @@ void Print(Output& aOut, const Check& aCheck) {
 nlohmann::ordered_json CheckToJson(const Check& aCheck) {
     nlohmann::ordered_json json;
     json["name"] = aCheck.name;
-    json["verdict"] = VerdictText(aCheck.verdict);
+    json["verdict"] = LookOf(aCheck.verdict).text;
     json["found"] = aCheck.found;
     json["advice"] = nullptr;
     if (!aCheck.advice.empty()) json["advice"] = aCheck.advice;
