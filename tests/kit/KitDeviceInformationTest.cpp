@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "KitTestSupport.h"
@@ -35,11 +36,8 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
 
-constexpr wchar_t kId[] = L"USB\\VID_1234&PID_5678\\7";
-constexpr char kName[] = "USB\\VID_1234&PID_5678\\7";
 constexpr GUID kClass = {
     0x11223344, 0x5566, 0x7788, {0x99, 0xaa, 0xbb, 0xcc, 0xdd, 0xee, 0xff, 0x00}};
-constexpr QvKit::NodeStatus kWorking = {/*isTold=*/true, /*isStarted=*/true, /*problem=*/0};
 
 // 1601-01-01 and so many days.
 FILETIME Day(unsigned long long aDays) {
@@ -50,10 +48,10 @@ FILETIME Day(unsigned long long aDays) {
 // One device, of which the system knows nothing at first.
 class KitDeviceInformationTest : public testing::Test {
 protected:
-    DeviceInformation Read() const { return ReadDeviceInformation(kName, records_); }
+    DeviceInformation Read() const { return ReadDeviceInformation(kMeterName, records_); }
 
     void AddInterface(const std::wstring& aPath, bool aIsActive, const GUID& aClass = kClass) {
-        records_.interfaces.push_back({aClass, aPath, kId, aIsActive});
+        records_.interfaces.push_back({aClass, aPath, kMeterId, aIsActive});
     }
 
     void AddDriverFile() {
@@ -76,7 +74,7 @@ protected:
     }
 
     ScriptedDeviceRecords records_;
-    ScriptedDevice& device_ = records_.devices[kId];
+    ScriptedDevice& device_ = records_.devices[kMeterId];
 };
 
 TEST_F(KitDeviceInformationTest, EachFactIsReadFromItsProperty) {
@@ -94,7 +92,7 @@ TEST_F(KitDeviceInformationTest, EachFactIsReadFromItsProperty) {
 
     const DeviceInformation device = Read();
 
-    EXPECT_EQ(kName, device.instanceId);
+    EXPECT_EQ(kMeterName, device.instanceId);
     EXPECT_EQ("Meter on bench 2", device.friendlyName);
     EXPECT_EQ("Meter", device.description);
     EXPECT_EQ("Meter works", device.manufacturer);
@@ -198,7 +196,7 @@ TEST_F(KitDeviceInformationTest, InterfacesOfAllClassesAreListed) {
     records_.interfaces.push_back({kClass, L"\\\\?\\other", L"USB\\OTHER\\1", true});
     AddInterface(L"\\\\?\\a", /*aIsActive=*/true);
     AddInterface(L"\\\\?\\b", /*aIsActive=*/false, GUID_DEVINTERFACE_DISK);
-    records_.interfaces.back().instanceId = L"usb\\vid_1234&pid_5678\\7";
+    records_.interfaces.back().instanceId = L"usb\\meter\\7";
 
     const std::vector<QvKit::InterfaceInformation> interfaces = Read().interfaces;
 
@@ -227,7 +225,7 @@ TEST_F(KitDeviceInformationTest, ACircleOfParentsEnds) {
 }
 
 TEST_F(KitDeviceInformationTest, AnEndlessChainOfParentsIsCut) {
-    std::wstring id = kId;
+    std::wstring id = kMeterId;
     for (int level = 0; level < 100; ++level) {
         const std::wstring parent = L"USB\\HUB\\" + std::to_wstring(level);
         records_.devices[id].parent = parent;
@@ -353,7 +351,7 @@ TEST_F(KitDeviceInventoryTest, PresentDevicesStandInEachOfTheirClasses) {
     ASSERT_THAT(classes[0].devices, SizeIs(2));
     EXPECT_EQ("\\\\?\\c", classes[0].devices[1].path);
     EXPECT_EQ("Meter", classes[0].devices[1].name);
-    EXPECT_EQ(kName, classes[0].devices[1].instanceId);
+    EXPECT_EQ(kMeterName, classes[0].devices[1].instanceId);
     EXPECT_EQ("disk", classes[1].name);
     ASSERT_THAT(classes[1].devices, SizeIs(1));
 }
@@ -375,7 +373,7 @@ TEST_F(KitDeviceInventoryTest, AbsentDevicesAreThoseThatTheSystemTellsToBe) {
     const std::vector<QvKit::MachineDevice> devices = QvKit::ListAbsentDevices(records_);
 
     ASSERT_THAT(devices, SizeIs(1));
-    EXPECT_EQ(kName, devices[0].instanceId);
+    EXPECT_EQ(kMeterName, devices[0].instanceId);
     EXPECT_EQ("Meter", devices[0].name);
 }
 
@@ -387,10 +385,7 @@ TEST_F(KitDeviceInventoryTest, WithoutDevicesTheListsAreEmpty) {
 }
 
 TEST_F(KitDeviceInventoryTest, WellKnownClassesHaveNames) {
-    const struct {
-        const GUID& id;
-        const char* name;
-    } classes[] = {
+    const std::pair<const GUID&, const char*> classes[] = {
         {GUID_DEVINTERFACE_DISK, "disk"},
         {GUID_DEVINTERFACE_CDROM, "CD-ROM drive"},
         {GUID_DEVINTERFACE_PARTITION, "partition"},
@@ -411,8 +406,8 @@ TEST_F(KitDeviceInventoryTest, WellKnownClassesHaveNames) {
         {GUID_DEVICE_LID, "lid"},
         {GUID_DEVICE_SYS_BUTTON, "system button"},
     };
-    for (const auto& one : classes) {
-        EXPECT_EQ(one.name, QvKit::InterfaceClassName(QvKit::GuidToText(one.id)));
+    for (const auto& [id, name] : classes) {
+        EXPECT_EQ(name, QvKit::InterfaceClassName(QvKit::GuidToText(id)));
     }
     EXPECT_THAT(QvKit::InterfaceClassName(QvKit::GuidToText(kClass)), IsEmpty());
 }

@@ -24,9 +24,6 @@ using QvKit::RestartSettings;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-constexpr wchar_t kId[] = L"USB\\METER\\7";
-constexpr char kName[] = "USB\\METER\\7";
-constexpr QvKit::NodeStatus kWorking = {/*isTold=*/true, /*isStarted=*/true, /*problem=*/0};
 constexpr QvKit::NodeStatus kStopped = {/*isTold=*/true, /*isStarted=*/false, /*problem=*/0};
 constexpr RestartAnswer kDone = {ERROR_SUCCESS, /*needsMachineRestart=*/false};
 
@@ -35,16 +32,17 @@ class KitDeviceRestartTest : public testing::Test {
 protected:
     KitDeviceRestartTest() {
         device_.status = kWorking;
-        records_.interfaces = {{GUID(), L"\\\\?\\b", kId, true}, {GUID(), L"\\\\?\\a", kId, true}};
+        records_.interfaces = {{GUID(), L"\\\\?\\b", kMeterId, true},
+                               {GUID(), L"\\\\?\\a", kMeterId, true}};
         settings_.limit = std::chrono::milliseconds(50);
         records_.restart = [] { return kDone; };
     }
 
-    std::vector<std::string> Restart(const char* aName = kName) {
+    std::vector<std::string> Restart(const char* aName = kMeterName) {
         return QvKit::RestartDevice(aName, settings_, records_);
     }
 
-    QvKit::Error Failure(const char* aName = kName) {
+    QvKit::Error Failure(const char* aName = kMeterName) {
         const auto error = ErrorOf([&] { Restart(aName); });
         EXPECT_TRUE(error);
         return error.value_or(QvKit::Error(ErrorKind::WrongUse, "no error"));
@@ -60,7 +58,7 @@ protected:
     }
 
     ScriptedDeviceRecords records_;
-    ScriptedDevice& device_ = records_.devices[kId];
+    ScriptedDevice& device_ = records_.devices[kMeterId];
     RestartSettings settings_;
 };
 

@@ -51,10 +51,11 @@ public:
         return refreshResult;
     }
 
+    using DeviceParameterRepository::Add;
     Parameter& Add(const char* aName, unsigned long aId = kId) {
         auto* const parameter = new Parameter(QvKit::ToLibraryText(aName), aId);
         parameter->InitInteger(5, 0, 10);
-        EXPECT_THAT(DeviceParameterRepository::Add(parameter), HasCode(Code::Success));
+        EXPECT_THAT(Add(parameter), HasCode(Code::Success));
         return *parameter;
     }
     Parameter& AddInteger(long long aMin, long long aMax) {
@@ -164,32 +165,28 @@ TEST(KitSnapshotTest, EveryMarkIsCopied) {
 }
 
 TEST(KitSnapshotTest, AnIntegersUnitIsWhatTheLibraryAppended) {
-    struct {
-        const char* description;
-        const char* text;
-        const char* unit;
-    } const cases[] = {{"Gain (dB)", "Gain", "dB"},
-                       {"a (b) (c)", "a (b)", "c"},
-                       {" (dB)", "", "dB"},
-                       {"Gain(dB)", "Gain(dB)", ""},
-                       {"Level(max)", "Level(max)", ""},
-                       {"(dB)", "(dB)", ""},
-                       {"Gain", "Gain", ""},
-                       {"", "", ""},
-                       {"Gain ()", "Gain ()", ""},
-                       {"Gain (f(x))", "Gain (f(x))", ""},
-                       {"Gain)", "Gain)", ""},
-                       {"Gain (dB) x", "Gain (dB) x", ""}};
-    for (const auto& oneCase : cases) {
-        SCOPED_TRACE(oneCase.description);
+    const char* const cases[][3] = {{"Gain (dB)", "Gain", "dB"},
+                                    {"a (b) (c)", "a (b)", "c"},
+                                    {" (dB)", "", "dB"},
+                                    {"Gain(dB)", "Gain(dB)", ""},
+                                    {"Level(max)", "Level(max)", ""},
+                                    {"(dB)", "(dB)", ""},
+                                    {"Gain", "Gain", ""},
+                                    {"", "", ""},
+                                    {"Gain ()", "Gain ()", ""},
+                                    {"Gain (f(x))", "Gain (f(x))", ""},
+                                    {"Gain)", "Gain)", ""},
+                                    {"Gain (dB) x", "Gain (dB) x", ""}};
+    for (const auto& [description, text, unit] : cases) {
+        SCOPED_TRACE(description);
         FakeDevice device;
         Parameter& number = device.Add("Number");
-        ASSERT_THAT(number.SetDescription(oneCase.description), HasCode(Code::Success));
+        ASSERT_THAT(number.SetDescription(description), HasCode(Code::Success));
 
         const Setting setting = Snapshot(device).GetSettings().front();
 
-        EXPECT_EQ(oneCase.text, setting.description);
-        EXPECT_EQ(oneCase.unit, setting.unit);
+        EXPECT_EQ(text, setting.description);
+        EXPECT_EQ(unit, setting.unit);
     }
 }
 
@@ -352,11 +349,11 @@ TEST(KitValueTest, AValueOutsideTheRangeIsRefusedInTheLibrarysWords) {
 }
 
 TEST(KitValueTest, AnEntrysNameComesBeforeItsIndex) {
-    FakeDevice device;
-    device.AddEnumeration({"Slow", "Fast", "0"});
-
-    EXPECT_EQ(Value(2LL), ValueFrom(device, "Mode", "0"));
-    EXPECT_EQ(Value(1LL), ValueFrom(device, "Mode", "1"));
+    for (const auto& [text, index] : {std::pair("0", 2LL), std::pair("1", 1LL)}) {
+        FakeDevice device;
+        device.AddEnumeration({"Slow", "Fast", "0"});
+        EXPECT_EQ(Value(index), ValueFrom(device, "Mode", text)) << text;
+    }
 }
 
 TEST(KitValueTest, AnEntryThatDoesNotExistIsRefusedInTheLibrarysWords) {

@@ -568,6 +568,12 @@ protected:
         return settings;
     }
 
+    StreamReader& Start(const StreamSettings& aSettings) {
+        reader_.emplace(*channel_, kFormat, aSettings, stop_);
+        reader_->Start();
+        return *reader_;
+    }
+
     void Deliver(std::uint64_t aFirst, std::uint64_t aCount) const {
         for (std::uint64_t number = aFirst; number < aFirst + aCount; ++number) {
             server_.Write(MakePacket(number));
@@ -585,13 +591,17 @@ protected:
         EXPECT_FALSE(aReader.GetError().has_value());
         EXPECT_EQ(aPackets, aReader.GetAccount().GetPackets());
     }
+
+    const TemporaryDirectory directory_;
+
+private:
+    std::optional<StreamReader> reader_;
 };
 
 TEST_F(KitStreamReaderTest, EndsWithTheLastPacketThatWasAskedFor) {
     StreamSettings settings = Settings();
     settings.packets = 10;
-    StreamReader reader(*channel_, kFormat, settings, stop_);
-    reader.Start();
+    StreamReader& reader = Start(settings);
 
     Deliver(0, 10);
     ExpectEnd(reader, 10u);
@@ -607,8 +617,7 @@ TEST_F(KitStreamReaderTest, EndsWithTheLastPacketThatWasAskedFor) {
 }
 
 TEST_F(KitStreamReaderTest, StopsWhileADeviceIsSilent) {
-    StreamReader reader(*channel_, kFormat, Settings(), stop_);
-    reader.Start();
+    StreamReader& reader = Start(Settings());
     Deliver(0, 3);
     AwaitPackets(reader, 3);
     EXPECT_FALSE(reader.WaitFor(milliseconds(0)));
@@ -671,21 +680,16 @@ TEST_F(KitStreamReaderTest, WithoutAThreadForItATransferDoesNotStart) {
 TEST_F(KitStreamReaderTest, EndsWhenItsTimeIsOver) {
     StreamSettings settings = Settings();
     settings.time = milliseconds(50);
-    StreamReader reader(*channel_, kFormat, settings, stop_);
+    StreamReader& reader = Start(settings);
 
-    reader.Start();
-    EXPECT_TRUE(reader.WaitFor(kNoLimit));
-
-    EXPECT_FALSE(reader.GetError().has_value());
+    ExpectEnd(reader, 0u);
     EXPECT_GE(reader.GetTime(), milliseconds(50));
     EXPECT_EQ(1.0, reader.GetProgress().GetDone());
 }
 
 TEST_F(KitStreamReaderTest, ADeviceThatGoesAwayIsAnErrorThatKeepsWhatWasReceived) {
-    const TemporaryDirectory directory;
-    PacketFile file(directory.File("packets"));
-    StreamReader reader(*channel_, kFormat, SettingsInto(file), stop_);
-    reader.Start();
+    PacketFile file(directory_.File("packets"));
+    StreamReader& reader = Start(SettingsInto(file));
     Deliver(0, 5);
     AwaitPackets(reader, 5);
 
@@ -701,10 +705,8 @@ TEST_F(KitStreamReaderTest, ADeviceThatGoesAwayIsAnErrorThatKeepsWhatWasReceived
 }
 
 TEST_F(KitStreamReaderTest, AFullDiskEndsTheStreamWithAFileOfWholePackets) {
-    const TemporaryDirectory directory;
-    PacketFile file(directory.File("packets"));
-    StreamReader reader(*channel_, kFormat, SettingsInto(file), stop_);
-    reader.Start();
+    PacketFile file(directory_.File("packets"));
+    StreamReader& reader = Start(SettingsInto(file));
     Deliver(0, 1);
     AwaitPackets(reader, 1);
     {
@@ -726,8 +728,7 @@ TEST_F(KitStreamReaderTest, EveryByteThatWasReadIsHandedOn) {
     settings.onRead = [&](const unsigned char* aBytes, std::size_t aSize) {
         taken.append(reinterpret_cast<const char*>(aBytes), aSize);
     };
-    StreamReader reader(*channel_, kFormat, settings, stop_);
-    reader.Start();
+    StreamReader& reader = Start(settings);
     server_.Write("short");
     AwaitPackets(reader, 1);
     Deliver(0, 1);
@@ -741,14 +742,10 @@ TEST_F(KitStreamReaderTest, EndsWhenNothingHasComeForSoLong) {
     StreamSettings settings = Settings();
     settings.packets = 3;
     settings.silence = milliseconds(50);
-    StreamReader reader(*channel_, kFormat, settings, stop_);
+    StreamReader& reader = Start(settings);
 
-    reader.Start();
-    EXPECT_TRUE(reader.WaitFor(kNoLimit));
-
-    EXPECT_FALSE(reader.GetError().has_value());
+    ExpectEnd(reader, 0u);
     EXPECT_GE(reader.GetTime(), milliseconds(50));
-    EXPECT_EQ(0u, reader.GetAccount().GetPackets());
 }
 
 TEST_F(KitStreamReaderTest, WhateverEndComesFirstIsTheEnd) {
@@ -756,12 +753,10 @@ TEST_F(KitStreamReaderTest, WhateverEndComesFirstIsTheEnd) {
     settings.packets = 2;
     settings.time = std::chrono::hours(1);
     settings.silence = std::chrono::hours(1);
-    StreamReader reader(*channel_, kFormat, settings, stop_);
-    reader.Start();
+    StreamReader& reader = Start(settings);
     Deliver(0, 2);
-    EXPECT_TRUE(reader.WaitFor(kNoLimit));
 
-    EXPECT_EQ(2u, reader.GetAccount().GetPackets());
+    ExpectEnd(reader, 2u);
     EXPECT_EQ(1.0, reader.GetProgress().GetDone());
 }
 
@@ -770,8 +765,7 @@ TEST_F(KitStreamReaderTest, WhateverElseIsThrownEndsTheStreamAsAnError) {
     settings.onRead = [](const unsigned char*, std::size_t) {
         throw std::runtime_error("out of paper");
     };
-    StreamReader reader(*channel_, kFormat, settings, stop_);
-    reader.Start();
+    StreamReader& reader = Start(settings);
     Deliver(0, 1);
     EXPECT_TRUE(reader.WaitFor(kNoLimit));
 
@@ -789,8 +783,7 @@ TEST_F(KitStreamReaderTest, NothingIsAllocatedForAPacket) {
     StreamSettings settings = Settings();
     // One packet more than is counted: the end of the stream may take memory.
     settings.packets = kPackets + 1;
-    StreamReader reader(*channel_, kFormat, settings, stop_);
-    reader.Start();
+    StreamReader& reader = Start(settings);
     server_.Write(packets[0]);
     AwaitPackets(reader, 1);
 
@@ -810,8 +803,6 @@ protected:
         WriteBytes(directory_.File("data"), aBytes);
         return directory_.File("data");
     }
-
-    const TemporaryDirectory directory_;
 };
 
 TEST_F(KitFileSenderTest, SendsRequestsOfTheSizeAndTheRest) {

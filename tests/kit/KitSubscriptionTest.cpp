@@ -134,7 +134,10 @@ protected:
     }
 
     Subscription::Callback Recording() {
-        return [this](const SettingEvent& aEvent) { recorder_.Add(TextOf(aEvent)); };
+        return [this](const SettingEvent& aEvent) {
+            if (aEvent.error) error_ = aEvent.error;
+            recorder_.Add(TextOf(aEvent));
+        };
     }
 
     // A subscription that is told only of what is asked for by `Look`.
@@ -155,6 +158,7 @@ protected:
     }
 
     EventRecorder recorder_;
+    std::optional<QvKit::Error> error_;  // That of the last event with one.
     PolledConnection connection_;
     DeviceParameterRepository repository_;
     DeviceParameters parameters_{repository_};
@@ -536,11 +540,7 @@ TEST_F(KitSubscriptionTest, ThreadsMaySubscribeAndUnsubscribeAtOnce) {
 // Drivers that fail
 
 TEST_F(KitSubscriptionTest, AFailureIsToldOnceAndWhatChangedMeanwhileAfterTheRecovery) {
-    std::optional<QvKit::Error> error;
-    const auto subscription = Subscribe([&](const SettingEvent& aEvent) {
-        recorder_.Add(TextOf(aEvent));
-        if (aEvent.kind == Kind::Failure) error = aEvent.error;
-    });
+    const auto subscription = Subscribe(Recording());
     connection_.getResult = QvUserLib::Result(ERROR_GEN_FAILURE);
     poller_->Look();
     poller_->Look();
@@ -549,9 +549,9 @@ TEST_F(KitSubscriptionTest, AFailureIsToldOnceAndWhatChangedMeanwhileAfterTheRec
     poller_->Look();
 
     EXPECT_THAT(News(2), ElementsAre("failure", "recovery", "value Gain 5 -> 6"));
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ErrorKind::DeviceFailed, error->GetKind());
-    EXPECT_THAT(error->what(), StartsWith("cannot read the device's parameters: "));
+    ASSERT_TRUE(error_.has_value());
+    EXPECT_EQ(ErrorKind::DeviceFailed, error_->GetKind());
+    EXPECT_THAT(error_->what(), StartsWith("cannot read the device's parameters: "));
 }
 
 TEST_F(KitSubscriptionTest, LooksGoOnByThemselvesAfterAFailure) {
@@ -564,11 +564,7 @@ TEST_F(KitSubscriptionTest, LooksGoOnByThemselvesAfterAFailure) {
 }
 
 TEST_F(KitSubscriptionTest, RemovalIsTheLastEvent) {
-    std::optional<QvKit::Error> error;
-    const auto subscription = Subscribe([&](const SettingEvent& aEvent) {
-        recorder_.Add(TextOf(aEvent));
-        if (aEvent.kind == Kind::Removal) error = aEvent.error;
-    });
+    const auto subscription = Subscribe(Recording());
     connection_.sizeResult = QvUserLib::Result(ERROR_DEVICE_NOT_CONNECTED);
     poller_->Look();
     connection_.sizeResult = QvUserLib::Result(Code::Success);
@@ -576,8 +572,8 @@ TEST_F(KitSubscriptionTest, RemovalIsTheLastEvent) {
 
     EXPECT_THAT(News(2), ElementsAre("removal"));
     EXPECT_EQ(0, connection_.looks);
-    ASSERT_TRUE(error.has_value());
-    EXPECT_EQ(ErrorKind::DeviceGone, error->GetKind());
+    ASSERT_TRUE(error_.has_value());
+    EXPECT_EQ(ErrorKind::DeviceGone, error_->GetKind());
 }
 
 TEST_F(KitSubscriptionTest, ASubscriptionToARemovedDeviceIsToldSo) {

@@ -18,6 +18,13 @@
 
 namespace QvTests {
 
+/// The device that tests are about.
+constexpr wchar_t kMeterId[] = L"USB\\METER\\7";
+constexpr char kMeterName[] = "USB\\METER\\7";
+
+/// Of a device that works.
+constexpr QvKit::NodeStatus kWorking = {/*isTold=*/true, /*isStarted=*/true, /*problem=*/0};
+
 /// Exactly these bytes.
 template <typename Value>
 QvKit::PropertyData DataOf(DEVPROPTYPE aType, const Value& aValue) {

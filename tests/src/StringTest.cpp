@@ -604,10 +604,7 @@ TEST(StringTest, ExpansionReplacesTheFirstDelimitedNameOnly) {
     const EnvironmentVariable a("QV_STRING_TEST_A", "alpha");
     const EnvironmentVariable b("QV_STRING_TEST_B", "beta");
     const EnvironmentVariable nested("QV_STRING_TEST_C", "%QV_STRING_TEST_A%");
-    const struct {
-        const char* text;
-        const char* expanded;
-    } cases[] = {
+    const char* const cases[][2] = {
         {"%QV_STRING_TEST_A%", "alpha"},
         {"in %QV_STRING_TEST_A%\\file", "in alpha\\file"},
         {"%QV_STRING_TEST_A%%QV_STRING_TEST_B%", "alpha%QV_STRING_TEST_B%"},
@@ -620,9 +617,9 @@ TEST(StringTest, ExpansionReplacesTheFirstDelimitedNameOnly) {
         {"%% %QV_STRING_TEST_A%", "%% %QV_STRING_TEST_A%"},
         {"5% of %QV_STRING_TEST_A%", "5% of %QV_STRING_TEST_A%"},
     };
-    for (const auto& entry : cases) {
-        SCOPED_TRACE(entry.text);
-        EXPECT_EQ(entry.expanded, String(entry.text).ExpandEnvironmentVariables());
+    for (const auto& [text, expanded] : cases) {
+        SCOPED_TRACE(text);
+        EXPECT_EQ(expanded, String(text).ExpandEnvironmentVariables());
     }
 }
 
