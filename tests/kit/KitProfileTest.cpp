@@ -556,6 +556,15 @@ TEST(KitDifferenceTest, WhatOnlyOneHasIsADifference) {
     EXPECT_FALSE(differences[1].first.has_value());
 }
 
+TEST(KitDifferenceTest, OfTheSameNameTheLastOneCounts) {
+    const Snapshot twice =
+        FakeDevice({Integer(1, L"A", 4), Integer(2, L"A", 5), Integer(3, L"B", 6)}).GetSnapshot();
+    const Snapshot once = FakeDevice({Integer(2, L"A", 5), Integer(3, L"B", 6)}).GetSnapshot();
+
+    EXPECT_THAT(FindDifferences(twice, once), IsEmpty());
+    EXPECT_THAT(FindDifferences(once, twice), IsEmpty());
+}
+
 TEST(KitDifferenceTest, AnotherTypeOrUnitIsADifferenceAndAnUnknownUnitIsNone) {
     const auto parse = [](const char* aMembers) {
         return Parse(Json(std::string("{\"name\":\"A\",") + aMembers + "}")).settings;
