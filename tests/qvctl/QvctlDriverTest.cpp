@@ -16,6 +16,7 @@
 
 namespace {
 
+using QvTests::ExpectWrongUsage;
 using QvTests::Qvctl;
 using QvTests::ThirdDevice;
 using Outcome = QvTests::ToolOutcome;
@@ -104,9 +105,7 @@ TEST(QvctlDriverTest, WrongArgumentsAreRefused) {
         SCOPED_TRACE(one.message);
         std::vector<std::string> arguments = {"driver"};
         arguments.insert(arguments.end(), one.arguments.begin(), one.arguments.end());
-        const Outcome outcome = Qvctl(arguments);
-        EXPECT_EQ(2u, outcome.exitCode);
-        EXPECT_THAT(outcome.err, HasSubstr(one.message));
+        ExpectWrongUsage(arguments, HasSubstr(one.message));
     }
 }
 

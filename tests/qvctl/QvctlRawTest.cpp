@@ -19,6 +19,7 @@
 namespace {
 
 using nlohmann::json;
+using QvTests::ExpectWrongUsage;
 using QvTests::LinesOf;
 using QvTests::PipeServer;
 using Outcome = QvTests::ToolOutcome;
@@ -252,11 +253,7 @@ TEST_F(QvctlRawTest, WrongUsageIsFoundBeforeAnythingIsSent) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.message);
-        const Outcome outcome = Qvctl(oneCase.arguments);
-
-        EXPECT_EQ(2u, outcome.exitCode);
-        EXPECT_THAT(outcome.out, IsEmpty());
-        EXPECT_THAT(outcome.err, StartsWith("qvctl: " + oneCase.message));
+        ExpectWrongUsage(oneCase.arguments, StartsWith("qvctl: " + oneCase.message));
     }
 }
 

@@ -22,6 +22,7 @@
 namespace {
 
 using nlohmann::json;
+using QvTests::ExpectWrongUsage;
 using QvTests::HeaderOf;
 using QvTests::LinesOf;
 using QvTests::MakePacket;
@@ -686,6 +687,8 @@ TEST_F(QvctlStreamTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
          "--seconds: 'nan' is no time in seconds, above 0 and up to 1000000"},
         {{"stream", "--timeout", "0.1"},
          "--timeout: '0.1' is no duration such as 500ms, 30s or 2min"},
+        {{"restart", "--timeout", "soon"},
+         "--timeout: 'soon' is no duration such as 500ms, 30s or 2min"},
         {{"show", "--timeout", "-1"}, "--timeout: '-1' is negative; a duration is 0 or more"},
         {{"set", "Gain=1", "--wait", ""}, "--wait: '' is no duration such as 500ms, 30s or 2min"},
         {{"write", "file", "--wait", "1h"},
@@ -707,13 +710,8 @@ TEST_F(QvctlStreamTest, WrongUsageIsOneLineAndAnExitCodeOfItsOwn) {
     };
     for (const auto& oneCase : cases) {
         SCOPED_TRACE(oneCase.message);
-        const Outcome outcome = Qvctl(oneCase.arguments);
-
-        EXPECT_EQ(2u, outcome.exitCode);
-        EXPECT_THAT(outcome.out, IsEmpty());
-        EXPECT_EQ(
-            "qvctl: " + oneCase.message + "; see \"qvctl " + oneCase.arguments[0] + " --help\"\n",
-            outcome.err);
+        ExpectWrongUsage(oneCase.arguments, "qvctl: " + oneCase.message + "; see \"qvctl " +
+                                                oneCase.arguments[0] + " --help\"\n");
     }
 }
 

@@ -18,6 +18,7 @@
 namespace {
 
 using nlohmann::json;
+using QvTests::ExpectWrongUsage;
 using QvTests::LinesOf;
 using Outcome = QvTests::ToolOutcome;
 using QvTests::Qvctl;
@@ -124,11 +125,9 @@ TEST(QvctlWaitTest, WithoutARemovalInTimeTheErrorIsOfItsOwnKind) {
 }
 
 TEST(QvctlWaitTest, OtherEventsAreWrongUsage) {
-    const Outcome outcome = Qvctl({"wait", "--for", "rain"});
-
-    EXPECT_EQ(2u, outcome.exitCode);
-    EXPECT_EQ("qvctl: --for: 'rain' is neither arrival nor removal; see \"qvctl wait --help\"\n",
-              outcome.err);
+    ExpectWrongUsage(
+        {"wait", "--for", "rain"},
+        "qvctl: --for: 'rain' is neither arrival nor removal; see \"qvctl wait --help\"\n");
 }
 
 // --wait of other verbs
@@ -229,13 +228,12 @@ TEST(QvctlWatchDevicesTest, WhatIsPresentComesFirstIfItIsWanted) {
 }
 
 TEST(QvctlWatchDevicesTest, WrongArgumentsAreWrongUsage) {
-    const Outcome noClass = Qvctl({"watch", "--devices", "qv"});
-    EXPECT_EQ(2u, noClass.exitCode);
-    EXPECT_EQ("qvctl: --devices: 'qv' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT "\n",
-              noClass.err);
-
-    EXPECT_EQ(2u, Qvctl({"watch", "Gain", "--devices"}).exitCode);
-    EXPECT_EQ(2u, Qvctl({"watch", "--devices", "--every", "10"}).exitCode);
+    ExpectWrongUsage({"watch", "--devices", "qv"},
+                     "qvctl: --devices: 'qv' is no GUID such as " QV_SAMPLE_INTERFACE_TEXT "\n");
+    ExpectWrongUsage({"watch", "Gain", "--devices"},
+                     "qvctl: NAME excludes --devices; see \"qvctl watch --help\"\n");
+    ExpectWrongUsage({"watch", "--devices", "--every", "10"},
+                     "qvctl: --every excludes --devices; see \"qvctl watch --help\"\n");
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #ifndef QVTESTS_TOOLPROCESS_H
 #define QVTESTS_TOOLPROCESS_H
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <future>
@@ -130,6 +131,16 @@ private:
 
 inline ToolOutcome Qvctl(const std::vector<std::string>& aArguments) {
     return {RunProgram(L"qvctl.exe", aArguments)};
+}
+
+/// Has the tool refuse the arguments, with this on standard error and nothing on standard output.
+inline void ExpectWrongUsage(const std::vector<std::string>& aArguments,
+                             const testing::Matcher<std::string>& aMessage) {
+    const ToolOutcome outcome = Qvctl(aArguments);
+
+    EXPECT_EQ(2u, outcome.exitCode);
+    EXPECT_THAT(outcome.out, testing::IsEmpty());
+    EXPECT_THAT(outcome.err, aMessage);
 }
 
 }  // namespace QvTests
