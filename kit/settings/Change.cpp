@@ -25,7 +25,7 @@ using QvUserLib::Parameter;
 constexpr std::chrono::milliseconds kLongestTurn = std::chrono::seconds(5);
 
 Value ReadValue(const Parameter& aParameter, SettingType aType) {
-    if (aType == SettingType::String) return std::wstring(aParameter.GetString().GetUnicode());
+    if (aType == SettingType::String) return aParameter.GetString().GetUnicode();
     return aParameter.GetInt();
 }
 
@@ -33,7 +33,8 @@ std::string HintFor(const Setting& aSetting, const std::optional<std::string>& a
     if (aSetting.isReadOnly || aSetting.type == SettingType::String) return std::string();
     const bool hasUnit = !aSetting.unit.empty() && aSetting.unit != kHexadecimalUnit;
     const std::string unit = hasUnit ? " " + aSetting.unit : std::string();
-    const std::string nearest = FindNearestWord(aRequest.value_or(""), aSetting.entries);
+    const std::vector<std::string> entries(aSetting.entries.begin(), aSetting.entries.end());
+    const std::string nearest = FindNearestWord(aRequest.value_or(""), entries);
     const std::string guess = nearest.empty() ? nearest : "did you mean " + nearest + "? ";
     return guess + "allowed: " + aSetting.DescribeRange() + unit;
 }

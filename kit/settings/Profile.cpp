@@ -27,14 +27,14 @@ std::string TimeNow() {
 
 // Why an index or a text cannot be written so that it is read as the same; empty when it can.
 std::string ReasonOfValue(const Setting& aSetting) {
-    if (const auto* text = std::get_if<std::wstring>(&aSetting.value)) {
+    if (const auto* text = std::get_if<CompactWideText>(&aSetting.value)) {
         return IsWellFormed(*text) ? std::string() : "its text is not well-formed Unicode";
     }
     if (aSetting.type != SettingType::Enumeration) return std::string();
     const auto index = static_cast<unsigned long long>(std::get<long long>(aSetting.value));
     if (index >= aSetting.entries.size()) return "its value is none of its entries";
-    const std::string& entry = aSetting.entries[static_cast<std::size_t>(index)];
-    const bool isUnique = std::count(aSetting.entries.begin(), aSetting.entries.end(), entry) == 1;
+    const EntryNames& entries = aSetting.entries;
+    const bool isUnique = std::count(entries.begin(), entries.end(), entries[index]) == 1;
     return isUnique ? std::string() : "several of its entries have the same name";
 }
 

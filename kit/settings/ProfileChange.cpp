@@ -37,7 +37,7 @@ std::string Differs(const char* aWhat, const std::string& aDevice, const std::st
 }
 
 Refused CheckEntry(const SavedSetting& aSaved, const Setting& aSetting) {
-    const std::vector<std::string>& entries = aSetting.entries;
+    const EntryNames& entries = aSetting.entries;
     const auto count = std::holds_alternative<long long>(aSaved.value)
                            ? 0
                            : std::count(entries.begin(), entries.end(), aSaved.ToText());

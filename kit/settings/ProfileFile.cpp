@@ -26,7 +26,7 @@ std::string RefuseSetting(const SavedSetting& aSetting) {
     if (!reason.empty() || isNumber) return reason;
     // UTF-8 has at most three bytes for a unit, so that a short text cannot be too long.
     constexpr std::size_t kShort = 5000;
-    const auto& value = std::get<std::wstring>(aSetting.value);
+    const std::wstring_view value = std::get<CompactWideText>(aSetting.value);
     const bool isFine = value.size() <= kShort && value.find(L'\0') == std::wstring::npos;
     return isFine ? reason : RefuseProfileText(aSetting.ToText());
 }

@@ -22,14 +22,12 @@ SavedSetting::SavedSetting(const Setting& aSetting, const Value& aValue)
     : name(aSetting.name), id(aSetting.id), type(aSetting.type), value(aValue) {
     if (type == SettingType::Integer) unit = aSetting.unit;
     if (type != SettingType::Enumeration) return;
-    const long long index = std::get<long long>(aValue);
-    if (index >= 0 && index < static_cast<long long>(aSetting.entries.size())) {
-        value = FromUtf8(aSetting.entries[static_cast<std::size_t>(index)]);
-    }
+    const auto index = static_cast<unsigned long long>(std::get<long long>(aValue));
+    if (index < aSetting.entries.size()) value = FromUtf8(aSetting.entries[index]);
 }
 
 std::string SavedSetting::ToText() const {
-    if (const auto* text = std::get_if<std::wstring>(&value)) return ToUtf8(*text);
+    if (const auto* text = std::get_if<CompactWideText>(&value)) return ToUtf8(*text);
     return std::to_string(std::get<long long>(value));
 }
 

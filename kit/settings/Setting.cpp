@@ -11,7 +11,7 @@ namespace QvKit {
 
 namespace {
 
-std::string NumberText(long long aNumber, const std::string& aUnit) {
+std::string NumberText(long long aNumber, std::string_view aUnit) {
     // No driver has negative numbers.
     if (aUnit != kHexadecimalUnit || aNumber < 0) return std::to_string(aNumber);
     char text[32];
@@ -22,16 +22,15 @@ std::string NumberText(long long aNumber, const std::string& aUnit) {
 }  // namespace
 
 std::string Setting::ToText(const Value& aValue) const {
-    if (const auto* text = std::get_if<std::wstring>(&aValue)) return ToUtf8(*text);
+    if (const auto* text = std::get_if<CompactWideText>(&aValue)) return ToUtf8(*text);
 
     const long long number = std::get<long long>(aValue);
     if (type != SettingType::Enumeration) return NumberText(number, unit);
-    const auto index = static_cast<std::size_t>(number);
-    return index < entries.size() ? entries[index] : std::string();
+    return std::string(entries[static_cast<std::size_t>(number)]);
 }
 
 std::string Setting::ToEscapedText(const Value& aValue) const {
-    if (const auto* text = std::get_if<std::wstring>(&aValue)) return Escape(*text);
+    if (const auto* text = std::get_if<CompactWideText>(&aValue)) return Escape(*text);
     return Escape(FromUtf8(ToText(aValue)));
 }
 
@@ -51,7 +50,9 @@ std::string Setting::DescribeRange() const {
         return NumberText(minimum, unit) + " to " + NumberText(maximum, unit);
     }
     std::string names;
-    for (const std::string& entry : entries) names += names.empty() ? entry : ", " + entry;
+    for (const std::string_view entry : entries) {
+        names.append(names.empty() ? "" : ", ").append(entry);
+    }
     return names;
 }
 

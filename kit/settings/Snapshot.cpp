@@ -18,7 +18,7 @@ namespace {
 
 using QvUserLib::Parameter;
 
-std::vector<std::string> CopyEntries(const Parameter& aParameter) {
+EntryNames CopyEntries(const Parameter& aParameter) {
     unsigned long count = 0;
     // Only an enumeration has entries; for another type the count stays 0.
     (void)aParameter.GetEnumValueCount(count);
@@ -27,19 +27,18 @@ std::vector<std::string> CopyEntries(const Parameter& aParameter) {
     for (unsigned long index = 0; index < count; ++index) {
         entries.push_back(FromLibraryText(aParameter.GetEnumValueString(index)));
     }
-    return entries;
+    return EntryNames(entries);
 }
 
 // The library composes "Gain (dB)" of an integer's description and unit. A description of
-// any other form has no unit.
-void SplitUnit(Setting& aSetting) {
-    std::string& text = aSetting.description;
-    const std::size_t blank = text.rfind(" (");
-    if (blank == std::string::npos || text.back() != ')') return;
-    const std::string unit = text.substr(blank + 2, text.size() - blank - 3);
-    if (unit.empty() || unit.find_first_of("()") != std::string::npos) return;
-    aSetting.unit = unit;
-    text.resize(blank);
+// any other form stays, and has no unit.
+std::string CutUnit(std::string& aDescription) {
+    const std::size_t blank = aDescription.rfind(" (");
+    if (blank == std::string::npos || aDescription.back() != ')') return std::string();
+    std::string unit = aDescription.substr(blank + 2, aDescription.size() - blank - 3);
+    if (unit.empty() || unit.find_first_of("()") != std::string::npos) return std::string();
+    aDescription.resize(blank);
+    return unit;
 }
 
 long long LimitOf(unsigned long aId, const Snapshot::TextLimits& aLimits) {
@@ -50,8 +49,8 @@ long long LimitOf(unsigned long aId, const Snapshot::TextLimits& aLimits) {
 void CopyText(const Parameter& aParameter, const Snapshot::TextLimits& aLimits, Setting& aSetting) {
     aSetting.type = SettingType::String;
     aSetting.maximum = LimitOf(aParameter.GetID(), aLimits);
-    aSetting.value = std::wstring(aParameter.GetString().GetUnicode());
-    aSetting.defaultValue = std::wstring(aParameter.GetDefaultString().GetUnicode());
+    aSetting.value = aParameter.GetString().GetUnicode();
+    aSetting.defaultValue = aParameter.GetDefaultString().GetUnicode();
 }
 
 void CopyNumber(const Parameter& aParameter, Setting& aSetting) {
@@ -80,19 +79,22 @@ Setting Copy(const Parameter& aParameter, const Snapshot::TextLimits& aLimits) {
     Setting setting;
     setting.name = FromLibraryText(aParameter.GetName());
     setting.id = aParameter.GetID();
-    setting.description = FromLibraryText(aParameter.GetDescription());
     CopyMarks(aParameter, setting);
-    if (aParameter.GetType() == Parameter::TypeString) {
-        CopyText(aParameter, aLimits, setting);
-        return setting;
+    std::string description = FromLibraryText(aParameter.GetDescription());
+    switch (aParameter.GetType()) {
+        case Parameter::TypeString:
+            CopyText(aParameter, aLimits, setting);
+            break;
+        case Parameter::TypeEnumeration:
+            setting.type = SettingType::Enumeration;
+            CopyNumber(aParameter, setting);
+            setting.entries = CopyEntries(aParameter);
+            break;
+        default:
+            CopyNumber(aParameter, setting);
+            setting.unit = CutUnit(description);
     }
-    CopyNumber(aParameter, setting);
-    if (aParameter.GetType() == Parameter::TypeEnumeration) {
-        setting.type = SettingType::Enumeration;
-        setting.entries = CopyEntries(aParameter);
-    } else {
-        SplitUnit(setting);
-    }
+    setting.description = description;
     return setting;
 }
 
@@ -119,10 +121,10 @@ std::vector<const Setting*> Snapshot::GetSettingsByName() const {
     return sorted;
 }
 
-const Setting* Snapshot::Find(const std::string& aName) const {
+const Setting* Snapshot::Find(std::string_view aName) const {
     const auto found = std::lower_bound(byName_.begin(), byName_.end(), aName,
-                                        [this](unsigned int aIndex, const std::string& aText) {
-                                            return settings_[aIndex].name < aText;
+                                        [this](unsigned int aIndex, std::string_view aText) {
+                                            return settings_[aIndex].name.compare(aText) < 0;
                                         });
     if (found == byName_.end() || settings_[*found].name != aName) return nullptr;
     return &settings_[*found];

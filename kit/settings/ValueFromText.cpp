@@ -80,18 +80,19 @@ Refused SetInteger(Parameter& aParameter, const Setting& aSetting, const std::st
 }
 
 // As the system compares names of files, without regard to case in any language.
-bool IsSameName(const std::string& aLeft, const std::string& aRight) {
+bool IsSameName(std::string_view aLeft, std::string_view aRight) {
     return ::CompareStringOrdinal(FromUtf8(aLeft).c_str(), -1, FromUtf8(aRight).c_str(), -1,
                                   /*bIgnoreCase=*/TRUE) == CSTR_EQUAL;
 }
 
 // The index of the entry with exactly this name, or with the only name that differs in case.
-std::optional<long long> FindEntry(const std::vector<std::string>& aEntries,
-                                   const std::string& aText) {
+std::optional<long long> FindEntry(const EntryNames& aEntries, const std::string& aText) {
     std::vector<long long> alike;
-    for (std::size_t index = 0; index < aEntries.size(); ++index) {
-        if (aEntries[index] == aText) return index;
-        if (IsSameName(aEntries[index], aText)) alike.push_back(static_cast<long long>(index));
+    long long index = 0;
+    for (const std::string_view entry : aEntries) {
+        if (entry == aText) return index;
+        if (IsSameName(entry, aText)) alike.push_back(index);
+        ++index;
     }
     if (alike.size() != 1) return std::nullopt;
     return alike.front();
@@ -153,7 +154,7 @@ Refused SetFromText(Parameter& aParameter, const Setting& aSetting, const std::w
 }
 
 Refused SetToValue(Parameter& aParameter, const Setting& aSetting, const Value& aValue) {
-    if (const auto* text = std::get_if<std::wstring>(&aValue)) {
+    if (const auto* text = std::get_if<CompactWideText>(&aValue)) {
         return SetText(aParameter, aSetting, *text);
     }
     return RefusedBy(aParameter.SetInt(std::get<long long>(aValue)));
@@ -161,7 +162,7 @@ Refused SetToValue(Parameter& aParameter, const Setting& aSetting, const Value& 
 
 Refused SetToDefault(Parameter& aParameter, const Setting& aSetting) {
     if (aSetting.type != SettingType::String) return RefusedBy(aParameter.ResetDefault());
-    return RefusedBy(SetMarkedText(aParameter, std::get<std::wstring>(aSetting.defaultValue)));
+    return RefusedBy(SetMarkedText(aParameter, std::get<CompactWideText>(aSetting.defaultValue)));
 }
 
 }  // namespace QvKit

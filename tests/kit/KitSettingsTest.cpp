@@ -10,8 +10,11 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
+#include "AllocationCounter.h"
 #include "KitTestSupport.h"
 #include "QvKit/Change.h"
 #include "QvKit/Snapshot.h"
@@ -29,6 +32,7 @@ using QvKit::Setting;
 using QvKit::SettingType;
 using QvKit::Snapshot;
 using QvKit::Value;
+using QvTests::AllocationCounter;
 using QvTests::ErrorOf;
 using QvTests::HasCode;
 using QvTests::kChinese;
@@ -38,6 +42,7 @@ using QvUserLib::Code;
 using QvUserLib::DeviceParameterRepository;
 using QvUserLib::Parameter;
 using QvUserLib::Result;
+using testing::ElementsAreArray;
 using testing::IsEmpty;
 using testing::SizeIs;
 
@@ -109,6 +114,20 @@ std::optional<Value> ValueFrom(FakeDevice& aDevice, const std::string& aName,
     return edit.refusal ? std::nullopt : std::optional<Value>(edit.after);
 }
 
+// The bytes of a setting's texts and numbers.
+long ContentOf(const Setting& aSetting) {
+    std::size_t size = aSetting.name.size() + aSetting.description.size() + aSetting.unit.size();
+    for (const std::string_view entry : aSetting.entries) size += entry.size();
+    for (const Value* const value : {&aSetting.value, &aSetting.defaultValue}) {
+        const auto* const text = std::get_if<QvKit::CompactWideText>(value);
+        size += text != nullptr ? text->size() * sizeof(wchar_t) : sizeof(long long);
+    }
+    if (aSetting.type != SettingType::String) size += sizeof aSetting.minimum;
+    constexpr std::size_t kMarks = 6;
+    size += sizeof aSetting.id + sizeof aSetting.type + sizeof aSetting.maximum + kMarks;
+    return static_cast<long>(size);
+}
+
 // Snapshots
 
 TEST(KitSnapshotTest, HoldsAllOfAnInteger) {
@@ -142,6 +161,34 @@ TEST(KitSnapshotTest, StaysAsItIsWhenTheParameterChangesAndGoes) {
 
     EXPECT_EQ(Value(5LL), snapshot.GetSettings().front().value);
     EXPECT_TRUE(device.parameters.GetSnapshot().IsEmpty());
+}
+
+// Half as much again as their content, and 64 bytes for each.
+TEST(KitSnapshotTest, ManySettingsTakeLittleMoreMemoryThanTheirTextsAndNumbers) {
+    constexpr unsigned long kCount = 300;
+    FakeDevice device;
+    for (unsigned long id = 0; id < kCount; ++id) {
+        const std::string number = std::to_string(id);
+        Parameter& parameter = device.Add(("Channel " + number + " level").c_str(), id);
+        if (id % 3 == 1) parameter.InitString("Bench 7, north side");
+        if (id % 3 == 2) parameter.InitEnum();
+        for (const char* const entry : {"Continuous", "Triggered", "Standby"}) {
+            if (id % 3 == 2) (void)parameter.AddEnumValue(entry);
+        }
+        const std::string description = "What channel " + number + " triggers at (mV)";
+        ASSERT_THAT(parameter.SetDescription(description.c_str()), HasCode(Code::Success));
+    }
+    // The library keeps the UTF-16 form of a text once it has been asked for.
+    ASSERT_THAT(Snapshot(device).GetSettings(), SizeIs(kCount));
+
+    const AllocationCounter memory;
+    const Snapshot snapshot(device);
+    const long taken = memory.LiveBytes();
+
+    long content = 0;
+    for (const Setting& setting : snapshot.GetSettings()) content += ContentOf(setting);
+    EXPECT_LE(taken, content + content / 2 + 64 * kCount);
+    EXPECT_GE(taken, content);
 }
 
 TEST(KitSnapshotTest, EveryMarkIsCopied) {
@@ -279,6 +326,69 @@ TEST(KitSettingTest, AValueIsItsNumberTextOrEntry) {
     EXPECT_EQ(kJapanese, setting.ToText(QvKit::FromUtf8(kJapanese)));
     setting.maximum = 64;
     EXPECT_EQ("up to 64 characters", setting.DescribeRange());
+}
+
+// Texts of settings
+
+TEST(KitCompactTextTest, ReadsLikeAStandardString) {
+    const QvKit::CompactText text = std::string("Gain");
+
+    EXPECT_EQ("Gain", text);
+    EXPECT_EQ(text, std::string("Gain"));
+    EXPECT_NE(text, QvKit::CompactText("Gai"));
+    EXPECT_STREQ("Gain", text.c_str());
+    EXPECT_THAT(text, SizeIs(4));
+    EXPECT_LT(text.compare("Gaio"), 0);
+    EXPECT_EQ("Gain of 1, Gain", text + " of 1, " + text);
+    EXPECT_EQ(L"\u65e5", QvKit::CompactWideText(L"\u65e5"));
+}
+
+TEST(KitCompactTextTest, AnEmptyTextTakesNoMemory) {
+    const AllocationCounter memory;
+
+    const QvKit::CompactText text = "";
+
+    EXPECT_EQ(0, memory.Count());
+    EXPECT_THAT(text, IsEmpty());
+    EXPECT_STREQ("", text.c_str());
+    EXPECT_EQ(QvKit::CompactText(), text);
+}
+
+TEST(KitCompactTextTest, ACopyIsIndependent) {
+    QvKit::CompactText text = "Gain";
+    const QvKit::CompactText copy = text;
+    const QvKit::CompactText moved = std::move(text);
+
+    text = "Rate";
+
+    EXPECT_EQ("Gain", copy);
+    EXPECT_EQ("Gain", moved);
+    EXPECT_EQ("Rate", text);
+}
+
+TEST(KitCompactTextTest, AZeroInATextIsKept) {
+    const std::string zero("a\0b", 3);
+
+    EXPECT_EQ(zero, QvKit::CompactText(zero));
+    EXPECT_NE(zero, QvKit::CompactText("a"));
+}
+
+TEST(KitEntryNamesTest, AreTheNamesInTheirOrder) {
+    const std::vector<std::string> names = {"Slow", "", "Fast", "Slow"};
+    const QvKit::EntryNames entries(names);
+
+    EXPECT_THAT(std::vector<std::string>(entries.begin(), entries.end()), ElementsAreArray(names));
+    EXPECT_THAT(entries, SizeIs(4));
+    EXPECT_EQ("Fast", entries[2]);
+    EXPECT_EQ("", entries[4]);
+    EXPECT_EQ("", QvKit::EntryNames()[0]);
+    EXPECT_THAT(QvKit::EntryNames(), SizeIs(0));
+    EXPECT_NE(entries, QvKit::EntryNames({"Slow", "Fast", "", "Slow"}));
+}
+
+TEST(KitEntryNamesTest, ANameEndsAtAZero) {
+    EXPECT_EQ(QvKit::EntryNames({"Slow", "Fast"}),
+              QvKit::EntryNames({std::string_view("Slow\0x", 6), "Fast"}));
 }
 
 // Changes: values from texts

@@ -6,6 +6,7 @@
 #ifndef QVTESTS_ALLOCATIONCOUNTER_H
 #define QVTESTS_ALLOCATIONCOUNTER_H
 
+#include <malloc.h>
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
@@ -19,13 +20,17 @@ namespace QvTests {
 /// the C++ runtime in the meantime counts too.
 class AllocationCounter {
 public:
-    AllocationCounter() : takenBefore_(Taken()), freedBefore_(Freed()) {}
+    AllocationCounter()
+        : takenBefore_(Taken()), freedBefore_(Freed()), bytesBefore_(bytes_.load()) {}
 
     /// Blocks taken since the object was made.
     long Count() const { return Taken() - takenBefore_; }
 
     /// Blocks taken and not given back yet.
     long Live() const { return Count() - (Freed() - freedBefore_); }
+
+    /// The bytes of these blocks. Not known in a program that counts by itself.
+    long LiveBytes() const { return bytes_ - bytesBefore_; }
 
     /// A program that has a heap of its own, and our DLLs' objects in it, counts by itself. Its
     /// main sets these.
@@ -43,19 +48,26 @@ private:
         return programTotals.freed != nullptr ? programTotals.freed() : freed_.load();
     }
     static void* Counted(void* aBlock) {
-        if (aBlock != nullptr) ++taken_;
+        if (aBlock == nullptr) return aBlock;
+        ++taken_;
+        bytes_ += static_cast<long>(_msize(aBlock));
         return aBlock;
+    }
+    static void CountFreed(void* aBlock) {
+        if (aBlock == nullptr) return;
+        ++freed_;
+        bytes_ -= static_cast<long>(_msize(aBlock));
     }
     static void* Malloc(std::size_t aSize) { return Counted(std::malloc(aSize)); }
     static void* Calloc(std::size_t aCount, std::size_t aSize) {
         return Counted(std::calloc(aCount, aSize));
     }
     static void* Realloc(void* aBlock, std::size_t aSize) {
-        if (aBlock != nullptr) ++freed_;
+        CountFreed(aBlock);
         return Counted(std::realloc(aBlock, aSize));
     }
     static void Free(void* aBlock) {
-        if (aBlock != nullptr) ++freed_;
+        CountFreed(aBlock);
         std::free(aBlock);
     }
 
@@ -75,6 +87,7 @@ private:
 
     inline static std::atomic<long> taken_{0};
     inline static std::atomic<long> freed_{0};
+    inline static std::atomic<long> bytes_{0};
 
     Patches library_{"QvUserLib64.dll"};
     Patches base_{"QvBaseLib64.dll"};
@@ -82,6 +95,7 @@ private:
     // Read last: making the redirections takes memory, too.
     long takenBefore_;
     long freedBefore_;
+    long bytesBefore_;
 };
 
 }  // namespace QvTests

@@ -6,13 +6,15 @@
 
 #include <string>
 #include <variant>
-#include <vector>
+
+#include "QvKit/CompactText.h"
+#include "QvKit/EntryNames.h"
 
 namespace QvKit {
 
 /// The value of a setting: the number of an integer, the index of an enumeration's entry, or a
 /// text. A text is UTF-16, as drivers hold it, so that every text comes back unchanged.
-using Value = std::variant<long long, std::wstring>;
+using Value = std::variant<long long, CompactWideText>;
 
 /// The unit of integers that people read in hexadecimal, such as states and masks. It is not shown.
 inline constexpr char kHexadecimalUnit[] = "hex";
@@ -23,16 +25,16 @@ enum class SettingType { Integer, Enumeration, String };
 /// One parameter of a device as it was at one moment: a value, detached from the device and the
 /// library. Texts are UTF-8.
 struct Setting {
-    std::string name;                         ///< As the driver spells it.
+    CompactText name;                         ///< As the driver spells it.
     unsigned long id = 0;                     ///< The driver's number for it.
     SettingType type = SettingType::Integer;  ///< What the value is.
-    std::string description;                  ///< Without the unit.
-    std::string unit;                         ///< Of an integer; empty for none.
+    CompactText description;                  ///< Without the unit.
+    CompactText unit;                         ///< Of an integer; empty for none.
     Value value;                              ///< At that moment.
     Value defaultValue;                       ///< What the driver begins with.
     long long minimum = 0;  ///< Of an integer or enumeration, inclusive, as is the maximum.
     long long maximum = 0;  ///< Of a string, how many UTF-16 units its text may have.
-    std::vector<std::string> entries;  ///< The names of an enumeration's entries.
+    EntryNames entries;     ///< Of an enumeration.
 
     bool isReadOnly = false;         ///< It cannot be changed.
     bool isVolatile = false;         ///< The driver changes the value by itself.

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "QvKit/Error.h"
@@ -43,7 +44,7 @@ public:
 
     /// The setting with exactly this name, in UTF-8, the first one of several; null when there is
     /// none. It belongs to the snapshot.
-    const Setting* Find(const std::string& aName) const;
+    const Setting* Find(std::string_view aName) const;
 
     /// The same with this identifier.
     const Setting* Find(unsigned long aId) const;

@@ -36,8 +36,8 @@ const char* NameOf(Kind aKind) {
 }
 
 std::string GetName(const QvKit::SettingEvent& aEvent) {
-    if (aEvent.after) return aEvent.after->name;
-    return aEvent.before ? aEvent.before->name : std::string();
+    const std::optional<Setting>& setting = aEvent.after ? aEvent.after : aEvent.before;
+    return setting ? setting->name.c_str() : std::string();
 }
 
 // All that are set. The table's words leave out what goes without saying.
