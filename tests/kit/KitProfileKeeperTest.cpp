@@ -8,11 +8,14 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "EventRecorder.h"
+#include "ImportPatch.h"
 #include "KitTestSupport.h"
 #include "PluggedDevices.h"
 #include "QvKit/QvKit.h"
@@ -49,6 +52,16 @@ std::string TextOf(const ProfileKeeper::Result& aResult) {
         text += edit.setting.name + " -> " + held;
     }
     return aResult.outcome.error ? text + "! " + aResult.outcome.error->what() : text;
+}
+
+// Is called once, when a change begins to wait for its turn: the device's parameters have been
+// loaded, and nothing has been sent.
+std::function<void()> theBeforeSending;
+
+HANDLE WINAPI MakeMutex(SECURITY_ATTRIBUTES* aAttributes, BOOL aIsOwned, const wchar_t* aName) {
+    if (const auto before = std::exchange(theBeforeSending, nullptr)) before();
+    return ::CreateMutexExW(aAttributes, aName, aIsOwned ? CREATE_MUTEX_INITIAL_OWNER : 0,
+                            MUTEX_ALL_ACCESS);
 }
 
 class KitProfileKeeperTest : public testing::Test {
@@ -132,6 +145,25 @@ TEST_F(KitProfileKeeperTest, ADeviceThatGoesBeforeItOpensIsReportedAtOnce) {
     system_.Unplug(kNowhere);
 
     EXPECT_THAT(recorder_.Await(1).at(0), HasSubstr("was removed"));
+}
+
+TEST_F(KitProfileKeeperTest, ADeviceThatGoesBeforeTheChangeIsSentIsReportedAsRemoved) {
+    auto devices = std::make_unique<PluggedDevices>(1);
+    const std::wstring path = Widen(devices->GetPaths().at(0));
+    const ImportPatch patch("CreateMutexW", &MakeMutex, nullptr);
+    ASSERT_TRUE(patch.IsActive());
+    theBeforeSending = [&] { devices.reset(); };
+    Keep(ProfileOf("Gain", "12"));
+
+    system_.Plug(path);
+
+    EXPECT_THAT(recorder_.Await(1).at(0),
+                StartsWith("Gain -> ?! the device has been removed: nothing was sent, as the "
+                           "device's parameters cannot be read: "));
+    system_.Unplug(path);
+    devices = std::make_unique<PluggedDevices>(1);
+    system_.Plug(Widen(devices->GetPaths().at(0)));
+    EXPECT_EQ("Gain -> 12", recorder_.Await(2).at(1));
 }
 
 TEST_F(KitProfileKeeperTest, ADeviceThatTheProfileDoesNotFitDoesNotEndIt) {
