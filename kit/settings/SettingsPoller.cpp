@@ -99,7 +99,7 @@ void SettingsPoller::State::Look(Guard& aGuard) {
     aGuard.unlock();
     const Sight sight = Read();
     aGuard.lock();
-    Note(sight, /*aIsForAll=*/ticket != looked || removal);
+    Note(sight, /*aIsForAll=*/ticket != looked);
     looked = ticket;
 }
 

@@ -174,6 +174,26 @@ TEST_F(KitSubscriptionTest, FirstComesWhatWasThereWithoutARequest) {
     EXPECT_EQ(0, connection_.looks);
 }
 
+TEST_F(KitSubscriptionTest, WhatChangesBeforeTheStartIsToldAsAChange) {
+    Subscription subscription(*poller_, {"Gain"}, kNoLimit, Recording());
+    connection_.records[0].value = 6;
+    poller_->Look();
+
+    subscription.Start();
+    poller_->Look();
+
+    EXPECT_THAT(recorder_.Get(), ElementsAre("present Gain 5", "value Gain 5 -> 6"));
+}
+
+TEST_F(KitSubscriptionTest, ALaterSubscriptionBeginsWithTheLatestLook) {
+    connection_.records[0].value = 6;
+    poller_->Look();
+
+    const auto subscription = Subscribe(Recording(), {"Gain"});
+
+    EXPECT_THAT(recorder_.Await(1), ElementsAre("present Gain 6"));
+}
+
 TEST_F(KitSubscriptionTest, OnlyWhatDiffersFromTheLookBeforeIsTold) {
     const auto subscription = Subscribe(Recording());
     poller_->Look();
@@ -225,6 +245,13 @@ INSTANTIATE_TEST_SUITE_P(
                    Kind::Entries},
         ChangeCase{"Volatile", [](Record& aRecord) { aRecord.flags |= QV_PARAMETER_VOLATILE; },
                    Kind::Marks},
+        ChangeCase{"ReadOnly", [](Record& aRecord) { aRecord.flags |= QV_PARAMETER_READ_ONLY; },
+                   Kind::Marks},
+        ChangeCase{"RestartRequired",
+                   [](Record& aRecord) { aRecord.flags |= QV_PARAMETER_RESTART_REQUIRED; },
+                   Kind::Marks},
+        ChangeCase{"Hidden", [](Record& aRecord) { aRecord.flags |= QV_PARAMETER_HIDDEN; },
+                   Kind::Marks},
         ChangeCase{"Persistent", [](Record& aRecord) { aRecord.flags = 0; }, Kind::Marks}),
     [](const testing::TestParamInfo<ChangeCase>& aInfo) { return aInfo.param.name; });
 
@@ -239,6 +266,20 @@ TEST_F(KitSubscriptionTest, TheValueComesLastOfSeveralChanges) {
 
     EXPECT_THAT(News(1), ElementsAre("entries Mode Slow -> Slow", "range Mode Slow -> Slow",
                                      "marks Mode Slow -> Slow", "value Mode Slow -> Slow"));
+}
+
+TEST_F(KitSubscriptionTest, AnotherMinimumOrUnitIsAnotherRange) {
+    Record gain = IntegerRecord(1, L"Gain");
+    gain.defaultValue = gain.value;
+    Open({gain});
+    const auto subscription = Subscribe(Recording());
+
+    connection_.records[0].minimum = 1;
+    poller_->Look();
+    connection_.records[0].unit[0] = 'V';
+    poller_->Look();
+
+    EXPECT_THAT(News(1), ElementsAre("range Gain 5 -> 5", "range Gain 5 -> 5"));
 }
 
 TEST_F(KitSubscriptionTest, AParameterThatGoesComesBeforeOneThatHasCome) {
@@ -352,6 +393,30 @@ TEST_F(KitSubscriptionTest, ASubscriptionIsNotToldMoreOftenThanItWants) {
     EXPECT_THAT(slow.Await(2), Contains(StartsWith("value Gain 5 -> ")));
 }
 
+TEST_F(KitSubscriptionTest, EachIntervalBeginsWithTheLookBefore) {
+    constexpr milliseconds kInterval(20);
+    connection_.onLook = [&] { connection_.records[0].value = 1 + connection_.looks % 2; };
+    const auto begin = steady_clock::now();
+    const auto quick = Subscribe([](const SettingEvent&) {}, {}, milliseconds(1));
+    const auto slow = Subscribe(Recording(), {"Gain"}, kInterval);
+
+    const std::size_t told = recorder_.Await(5).size();
+
+    EXPECT_LE(told, 2 + (steady_clock::now() - begin) / kInterval);
+}
+
+TEST_F(KitSubscriptionTest, ALookThatIsAskedForDuringAnotherOneIsMadeAfterIt) {
+    connection_.onLook = [&] {
+        if (connection_.looks == 1) poller_->Look();
+        if (connection_.looks == 2) connection_.records[0].value = 6;
+    };
+    const auto subscription = Subscribe(Recording(), {"Gain"});
+
+    poller_->Look();
+
+    EXPECT_THAT(recorder_.Await(2), ElementsAre("present Gain 5", "value Gain 5 -> 6"));
+}
+
 TEST_F(KitSubscriptionTest, WithoutSubscriptionsThereAreNoLooks) {
     Subscribe(Recording(), {}, milliseconds(1)).reset();
     const int looks = connection_.looks;
@@ -393,6 +458,15 @@ TEST_F(KitSubscriptionTest, NothingIsDeliveredBeforeTheStartOrAfterTheStop) {
     poller_->Look();
 
     EXPECT_THAT(News(2), IsEmpty());
+}
+
+TEST_F(KitSubscriptionTest, TheStopFreesWhatTheCallbackOwns) {
+    const auto owned = std::make_shared<int>();
+    const auto subscription = Subscribe([owned](const SettingEvent&) {});
+
+    subscription->Stop();
+
+    EXPECT_EQ(1, owned.use_count());
 }
 
 TEST_F(KitSubscriptionTest, TheCallbackMayStopItself) {
@@ -574,6 +648,35 @@ TEST_F(KitSubscriptionTest, RemovalIsTheLastEvent) {
     EXPECT_EQ(0, connection_.looks);
     ASSERT_TRUE(error_.has_value());
     EXPECT_EQ(ErrorKind::DeviceGone, error_->GetKind());
+}
+
+TEST_F(KitSubscriptionTest, RemovalIsToldAfterAFailure) {
+    const auto subscription = Subscribe(Recording());
+    connection_.getResult = QvUserLib::Result(ERROR_GEN_FAILURE);
+    poller_->Look();
+    connection_.sizeResult = QvUserLib::Result(ERROR_DEVICE_NOT_CONNECTED);
+    poller_->Look();
+
+    EXPECT_THAT(News(2), ElementsAre("failure", "removal"));
+}
+
+TEST_F(KitSubscriptionTest, RemovalIsToldAtOnceToThoseThatWantFewLooks) {
+    const auto patient = Subscribe(Recording(), {"Gain"});
+    connection_.sizeResult = QvUserLib::Result(ERROR_DEVICE_NOT_CONNECTED);
+    const auto quick = Subscribe([](const SettingEvent&) {}, {"Gain"}, milliseconds(1));
+
+    EXPECT_THAT(recorder_.Await(2), ElementsAre("present Gain 5", "removal"));
+}
+
+TEST_F(KitSubscriptionTest, AfterARemovalThereAreNoLooks) {
+    connection_.sizeResult = QvUserLib::Result(ERROR_DEVICE_NOT_CONNECTED);
+    const auto subscription = Subscribe(Recording(), {"Gain"}, milliseconds(1));
+    recorder_.Await(2);
+    connection_.sizeResult = QvUserLib::Result(Code::Success);
+
+    std::this_thread::sleep_for(milliseconds(30));
+
+    EXPECT_EQ(0, connection_.looks);
 }
 
 TEST_F(KitSubscriptionTest, ASubscriptionToARemovedDeviceIsToldSo) {
