@@ -486,7 +486,7 @@ TEST(DeviceParameterTest, InitEnumWithoutNamesHoldsNone) {
 
 // The list lies at the end of its page, with nothing mapped behind it.
 TEST(DeviceParameterTest, InitEnumEndsWithItsListHoweverLargeTheCount) {
-    for (const std::wstring& list : {std::wstring(L"Off\0On\0", 8), std::wstring(1, L'\0')}) {
+    for (const std::wstring& list : {std::wstring(L"Off\0On\0\0", 8), std::wstring(1, L'\0')}) {
         SCOPED_TRACE(list.size());
         const GuardedText names(list);
         DeviceParameter record;

@@ -50,9 +50,9 @@ public:
     ~Plain() override = default;
 };
 
-static_assert(!std::is_default_constructible<Shareable>::value &&
-                  !std::is_destructible<Shareable>::value,
-              "it is a base, and who has a pointer to it does not delete through that");
+static_assert(!std::is_default_constructible<Shareable>::value, "it is a base");
+static_assert(!std::is_destructible<Shareable>::value,
+              "who has a pointer to it does not delete through that");
 
 class ShareableTest : public testing::Test {
 protected:
