@@ -8,14 +8,8 @@
 namespace QvKit {
 
 const char* NameOf(SettingType aType) {
-    switch (aType) {
-        case SettingType::String:
-            return "string";
-        case SettingType::Enumeration:
-            return "enumeration";
-        default:
-            return "integer";
-    }
+    if (aType == SettingType::String) return "string";
+    return aType == SettingType::Enumeration ? "enumeration" : "integer";
 }
 
 SavedSetting::SavedSetting(const Setting& aSetting, const Value& aValue)
