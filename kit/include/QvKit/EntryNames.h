@@ -47,7 +47,7 @@ public:
     /// What follows a zero in a name is left out.
     explicit EntryNames(const std::vector<std::string>& aNames) {
         std::string all;
-        for (const std::string& name : aNames) all.append(name.c_str()) += '\0';
+        for (const std::string& name : aNames) all.append(name, 0, name.find('\0')) += '\0';
         all_ = all;
     }
     /// The same.
