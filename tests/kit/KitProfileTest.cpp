@@ -557,9 +557,13 @@ TEST(KitDifferenceTest, WhatOnlyOneHasIsADifference) {
 }
 
 TEST(KitDifferenceTest, OfTheSameNameTheLastOneCounts) {
-    const Snapshot twice =
-        FakeDevice({Integer(1, L"A", 4), Integer(2, L"A", 5), Integer(3, L"B", 6)}).GetSnapshot();
-    const Snapshot once = FakeDevice({Integer(2, L"A", 5), Integer(3, L"B", 6)}).GetSnapshot();
+    const auto parse = [](const char* aValue) {
+        return Parse(Json(std::string(R"({"name":"A","type":"integer","value":)") + aValue + "}"))
+            .settings;
+    };
+    const std::vector<SavedSetting> once = parse("5");
+    std::vector<SavedSetting> twice = parse("4");
+    twice.push_back(once.front());
 
     EXPECT_THAT(FindDifferences(twice, once), IsEmpty());
     EXPECT_THAT(FindDifferences(once, twice), IsEmpty());
