@@ -4,12 +4,15 @@
 #include "DeviceEvents.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
+#include "OpenDevice.h"
 #include "QvKit/Error.h"
 #include "QvKit/Guid.h"
 #include "QvKit/StopSignal.h"
 #include "QvKit/Text.h"
+#include "TryUntilDone.h"
 #include "WideTexts.h"
 
 namespace QvKit {
@@ -26,10 +29,7 @@ constexpr milliseconds kFirstPause(100);
 constexpr milliseconds kLongestPause(30000);
 
 DeviceEvent MakeEvent(DeviceEvent::Kind aKind, const std::wstring& aPath, const GUID& aClass) {
-    // A path with characters that the code page lacks has a link that does not open.
-    const DeviceAddress address{QvUserLib::String(aPath.c_str()).GetAscii(), ToUtf8(aPath),
-                                /*isListed=*/true};
-    return DeviceEvent{aKind, address, GuidToText(aClass)};
+    return DeviceEvent{aKind, MakeListedAddress(aPath), GuidToText(aClass)};
 }
 
 }  // namespace
@@ -52,17 +52,25 @@ DeviceEvents::DeviceEvents(const GUID* aClass, DeviceSystem aSystem)
 
 std::optional<DeviceEvent> DeviceEvents::Next(milliseconds aLimit) {
     const Time end = aLimit == kNoLimit ? Time::max() : steady_clock::now() + aLimit;
+    return TryUntilDone([&] { return TryNext(end); });
+}
+
+// When it throws, nothing is lost: the next call begins where this one was.
+std::optional<DeviceEvent> DeviceEvents::TryNext(Time aEnd) {
     while (!IsEnded()) {
         if (!found_.empty()) {
             DeviceEvent event = std::move(found_.front());
             found_.pop_front();
             return event;
         }
-        if (const std::optional<DeviceNotice> notice = Take(std::min(end, nextLook_))) {
-            if (auto event = Understand(*notice)) return event;
+        if (!taken_) taken_ = Take(std::min(aEnd, nextLook_));
+        if (taken_) {
+            std::optional<DeviceEvent> event = Understand(*taken_);
+            taken_.reset();
+            if (event) return event;
         } else if (steady_clock::now() >= nextLook_) {
             Look();
-        } else if (steady_clock::now() >= end) {
+        } else if (steady_clock::now() >= aEnd) {
             break;
         }
     }
@@ -101,12 +109,11 @@ std::optional<DeviceNotice> DeviceEvents::Take(Time aEnd) {
 // Nothing when the list had it before.
 std::optional<DeviceEvent> DeviceEvents::Understand(const DeviceNotice& aNotice) {
     const auto& [interfaceClass, path] = aNotice.interfaceOf;
-    if (aNotice.isArrival) {
-        if (!known_.emplace(path, interfaceClass).second) return std::nullopt;
-        return MakeEvent(DeviceEvent::Kind::Arrival, path, interfaceClass);
-    }
-    if (known_.erase(path) == 0) return std::nullopt;
-    return MakeEvent(DeviceEvent::Kind::Removal, path, interfaceClass);
+    const auto kind = aNotice.isArrival ? DeviceEvent::Kind::Arrival : DeviceEvent::Kind::Removal;
+    DeviceEvent event = MakeEvent(kind, path, interfaceClass);
+    const bool isNews =
+        aNotice.isArrival ? known_.emplace(path, interfaceClass).second : known_.erase(path) != 0;
+    return isNews ? std::optional<DeviceEvent>(std::move(event)) : std::nullopt;
 }
 
 // Notices that have come but were not taken, or are on their way, are later than what is known, and
@@ -120,19 +127,22 @@ void DeviceEvents::Look() {
     } catch (const Error&) {
         return;  // The notices are the news; the next look is soon.
     }
-    std::map<std::wstring, GUID> gone = std::exchange(known_, {});
-    std::vector<DeviceInterface> come;
-    for (const DeviceInterface& present : listed) {
-        known_.emplace(present.path, present.interfaceClass);
-        if (gone.erase(present.path) == 0) come.push_back(present);
+    std::map<std::wstring, GUID> gone = known_;
+    std::map<std::wstring, GUID> now;
+    std::deque<DeviceEvent> arrivals;
+    for (const auto& [interfaceClass, path] : listed) {
+        now.emplace(path, interfaceClass);
+        if (gone.erase(path) == 0) {
+            arrivals.push_back(MakeEvent(DeviceEvent::Kind::Arrival, path, interfaceClass));
+        }
     }
+    std::deque<DeviceEvent> news;
     for (const auto& [path, interfaceClass] : gone) {
-        found_.push_back(MakeEvent(DeviceEvent::Kind::Removal, path, interfaceClass));
+        news.push_back(MakeEvent(DeviceEvent::Kind::Removal, path, interfaceClass));
     }
-    for (const DeviceInterface& arrived : come) {
-        found_.push_back(
-            MakeEvent(DeviceEvent::Kind::Arrival, arrived.path, arrived.interfaceClass));
-    }
+    std::move(arrivals.begin(), arrivals.end(), std::back_inserter(news));
+    known_.swap(now);
+    found_.swap(news);  // It was empty.
 }
 
 std::vector<DeviceInterface> DeviceEvents::List() const {

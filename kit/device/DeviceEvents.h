@@ -44,6 +44,7 @@ private:
     using Time = std::chrono::steady_clock::time_point;
 
     void Put(DeviceNotice aNotice);
+    std::optional<DeviceEvent> TryNext(Time aEnd);
     std::optional<DeviceNotice> Take(Time aEnd);
     std::optional<DeviceEvent> Understand(const DeviceNotice& aNotice);
     void Look();
@@ -56,6 +57,7 @@ private:
     // Of the thread that takes the events.
     std::map<std::wstring, GUID> known_;  // The interfaces that are there, by their paths.
     std::deque<DeviceEvent> found_;       // By looking.
+    std::optional<DeviceNotice> taken_;   // And not understood yet.
     Time nextLook_;
     std::chrono::milliseconds pause_;
 

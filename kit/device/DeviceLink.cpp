@@ -15,6 +15,7 @@
 #include "OpenDevice.h"
 #include "QvKit/Clock.h"
 #include "QvKit/Text.h"
+#include "TryUntilDone.h"
 #include "WideTexts.h"
 
 namespace QvKit {
@@ -75,6 +76,7 @@ struct DeviceLink::State {
 
     void Run();
     void Note(const DeviceEvent& aEvent);
+    void Note(const char* aReason);
     void TryToOpen();
     std::shared_ptr<Device> Open(Candidate& aCandidate);
     bool IsTheDevice(const DeviceAddress& aDevice) const;
@@ -103,7 +105,9 @@ struct DeviceLink::State {
 
 void DeviceLink::State::Run() {
     while (!events.IsEnded()) {
-        if (const auto event = events.Next(GetPause())) Note(*event);
+        if (const auto event = events.Next(GetPause())) {
+            TryUntilDone([&] { Note(*event); });
+        }
         if (!events.IsEnded() && GetDevice() == nullptr) TryToOpen();
     }
     const std::lock_guard<std::mutex> guard(mutex);
@@ -141,10 +145,18 @@ std::shared_ptr<Device> DeviceLink::State::Open(Candidate& aCandidate) {
         if (!aCandidate.isOther) aCandidate.isOther = !IsTheDevice(aCandidate.address);
         if (!aCandidate.isOther) return std::make_shared<Device>(aCandidate.address);
     } catch (const Error& error) {
-        const std::lock_guard<std::mutex> guard(mutex);
-        reason = error.what();
+        Note(error.what());
+    } catch (const std::bad_alloc& error) {
+        Note(error.what());
     }
     return nullptr;
+}
+
+void DeviceLink::State::Note(const char* aReason) {
+    TryUntilDone([&] {
+        const std::lock_guard<std::mutex> guard(mutex);
+        reason = aReason;
+    });
 }
 
 bool DeviceLink::State::IsTheDevice(const DeviceAddress& aDevice) const {

@@ -6,45 +6,24 @@
 #include "DeviceSets.h"
 #include "OpenDevice.h"
 #include "QvKit/Text.h"
-#include "QvUserLib/DeviceEnumerator.h"
 #include "WideTexts.h"
 
 namespace QvKit {
-namespace {
 
-// The enumerator hands the link's 8-bit characters over in the bytes of UTF-16 units, two in each.
-std::string DecodeLink(const QvUserLib::String& aLink) {
-    return reinterpret_cast<const char*>(aLink.GetUnicode());
+DeviceAddress MakeListedAddress(const std::wstring& aPath) {
+    // A path with characters that the code page lacks has a link that does not open.
+    return DeviceAddress{QvUserLib::String(aPath.c_str()).GetAscii(), ToUtf8(aPath),
+                         /*isListed=*/true};
 }
-
-void AddInstanceIds(const GUID& aInterface, std::vector<DeviceAddress>& aDevices) {
-    ForEachPresentInterface(
-        aInterface, [&](HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aData, const std::wstring& aPath) {
-            for (DeviceAddress& device : aDevices) {
-                if (!IsSameText(aPath, FromUtf8(device.path))) continue;
-                SP_DEVINFO_DATA owner = OwnerOf(aSet, aData);
-                device.instanceId = ToUtf8(InstanceIdOf(aSet, owner));
-            }
-        });
-}
-
-}  // namespace
 
 std::vector<DeviceAddress> ListDevices(const GUID& aInterface) {
-    QvUserLib::DeviceEnumerator enumerator;
-    const QvUserLib::Result opened = enumerator.Enumerate(&aInterface);
-    if (opened.IsFailure()) {
-        throw Error(ErrorKind::SystemFailed, "the system cannot list its devices",
-                    opened.GetCode());
-    }
     std::vector<DeviceAddress> devices;
-    QvUserLib::String link;
-    for (unsigned int index = 0; enumerator.GetSymLink(index, &link).IsSuccess(); ++index) {
-        const std::string bytes = DecodeLink(link);
-        devices.push_back(DeviceAddress{bytes, FromLibraryText(QvUserLib::String(bytes.c_str())),
-                                        /*isListed=*/true});
-    }
-    AddInstanceIds(aInterface, devices);
+    ForEachPresentInterface(
+        aInterface, [&](HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aData, const std::wstring& aPath) {
+            SP_DEVINFO_DATA owner = OwnerOf(aSet, aData);
+            devices.push_back(MakeListedAddress(aPath));
+            devices.back().instanceId = ToUtf8(InstanceIdOf(aSet, owner));
+        });
     return devices;
 }
 
@@ -76,12 +55,13 @@ std::vector<std::size_t> FindByParameter(const std::vector<DeviceAddress>& aDevi
 }
 
 std::size_t CountKnownDevices(const GUID& aInterface) {
-    const QvBaseLib::UniqueDeviceSet set(
-        ::SetupDiGetClassDevsW(&aInterface, nullptr, nullptr, DIGCF_DEVICEINTERFACE));
-    if (!set.IsValid()) return 0;
-    auto data = EmptyData<SP_DEVICE_INTERFACE_DATA>();
-    DWORD count = 0;
-    while (::SetupDiEnumDeviceInterfaces(set.Get(), nullptr, &aInterface, count, &data)) ++count;
+    std::size_t count = 0;
+    try {
+        ForEachKnownInterface(
+            aInterface, [&](HDEVINFO, SP_DEVICE_INTERFACE_DATA&, const std::wstring&) { ++count; });
+    } catch (const Error&) {
+        return 0;
+    }
     return count;
 }
 

@@ -4,6 +4,8 @@
 // Notices of devices through a window, for systems that have no other way.
 
 #include <future>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include "DeviceSubscription.h"
@@ -25,10 +27,15 @@ public:
     WindowSubscription(const GUID* aClass, DeviceNoticeSink aSink) : sink_(std::move(aSink)) {
         std::promise<HWND> ready;
         std::future<HWND> window = ready.get_future();
-        thread_ =
-            std::async(std::launch::async, [this, aClass, ready = std::move(ready)]() mutable {
-                TakeMessages(aClass, std::move(ready));
-            });
+        try {
+            thread_ =
+                std::async(std::launch::async, [this, aClass, ready = std::move(ready)]() mutable {
+                    TakeMessages(aClass, std::move(ready));
+                });
+        } catch (const std::system_error& error) {
+            throw Error(ErrorKind::SystemFailed,
+                        std::string("cannot start a thread to watch devices: ") + error.what());
+        }
         window_ = window.get();
     }
 

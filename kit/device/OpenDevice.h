@@ -31,6 +31,9 @@ inline OpenedDevice OpenDevice(const DeviceAddress& aDevice,
     return OpenedDevice{QvBaseLib::KernelHandle(handle), error};
 }
 
+// The address of a device that the system lists with this path.
+DeviceAddress MakeListedAddress(const std::wstring& aPath);
+
 // What one parameter of a device is now; nothing when the device does not have it. Opens the device
 // and loads its parameters, with the errors of `Device`.
 std::optional<Setting> ReadSetting(const DeviceAddress& aDevice, const std::string& aName,

@@ -36,12 +36,6 @@ UniqueDeviceSet Own(HDEVINFO aSet) {
     return UniqueDeviceSet(aSet);
 }
 
-std::wstring InstanceId(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
-    std::wstring id = InstanceIdOf(aSet, aDevice);
-    Check(!id.empty(), "cannot read a device's instance id");
-    return id;
-}
-
 std::wstring ServiceOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
     return TextIn(ReadProperty(aSet, aDevice, SPDRP_SERVICE));
 }
@@ -57,7 +51,7 @@ Interfaces ActiveInterfaces() {
             one, [&](HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aData, const std::wstring& aPath) {
                 if ((aData.Flags & SPINT_ACTIVE) == 0) return;
                 SP_DEVINFO_DATA owner = OwnerOf(aSet, aData);
-                interfaces[ToLower(InstanceId(aSet, owner))].push_back(ToUtf8(aPath));
+                interfaces[ToLower(InstanceIdOf(aSet, owner))].push_back(ToUtf8(aPath));
             });
     }
     return interfaces;
@@ -116,7 +110,7 @@ std::vector<RootDevice> ListRootDevices(const std::string& aHardwareId) {
     std::vector<RootDevice> devices;
     ForEachDevice(kRootEnumerator, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
         if (!hardwareId.empty() && !HasHardwareId(aSet, aDevice, hardwareId)) return;
-        const std::wstring id = InstanceId(aSet, aDevice);
+        const std::wstring id = InstanceIdOf(aSet, aDevice);
         const std::wstring service = ServiceOf(aSet, aDevice);
         const NodeStatus status = StatusOf(aDevice).value_or(NodeStatus());
         RootDevice device;
@@ -161,12 +155,12 @@ std::string RegisterDevice(const DriverPackage& aPackage) {
           "cannot set a device's hardware id");
     Check(::SetupDiCallClassInstaller(DIF_REGISTERDEVICE, set.Get(), &data),
           "cannot register a device");
-    return ToUtf8(InstanceId(set.Get(), data));
+    return ToUtf8(InstanceIdOf(set.Get(), data));
 }
 
 void CheckRemovable(const std::string& aInstanceId) {
     UseDeviceOf(aInstanceId, [&](HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
-        if (!StartsWith(InstanceId(aSet, aDevice), L"ROOT\\")) {
+        if (!StartsWith(InstanceIdOf(aSet, aDevice), L"ROOT\\")) {
             throw Error(ErrorKind::WrongUse, "'" + aInstanceId + "' is no root-enumerated device");
         }
         if (IsPartOfWindows(aSet, aDevice)) {

@@ -12,6 +12,7 @@
 #include "QvKit/Clock.h"
 #include "QvKit/Device.h"
 #include "QvKit/StopSignal.h"
+#include "TryUntilDone.h"
 
 namespace QvKit {
 namespace {
@@ -61,7 +62,9 @@ struct ProfileKeeper::State {
 
 void ProfileKeeper::State::Run() {
     while (!events.IsEnded()) {
-        if (const auto event = events.Next(newDevices.empty() ? kNoLimit : pause)) Note(*event);
+        if (const auto event = events.Next(newDevices.empty() ? kNoLimit : pause)) {
+            TryUntilDone([&] { Note(*event); });
+        }
         TryAll();
     }
 }
@@ -97,6 +100,9 @@ bool ProfileKeeper::State::IsDone(NewDevice& aNew) {
         return true;
     } catch (const Error& error) {
         aNew.error = error;
+    } catch (const std::bad_alloc&) {
+        // What was changed before is changed again.
+        aNew.error = Error(ErrorKind::SystemFailed, "there is not enough memory");
     }
     if (aNew.time.GetTime() < options.patience) return false;
     GiveUp(aNew);

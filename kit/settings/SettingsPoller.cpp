@@ -11,12 +11,25 @@
 #include "Polling.h"
 #include "QvKit/StopSignal.h"
 #include "SettingChanges.h"
+#include "TryUntilDone.h"
 
 namespace QvKit {
 
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using std::chrono::system_clock;
+
+namespace {
+
+// What a look that failed on the device is to its subscriptions.
+SettingEvent MakeFailure(const DeviceAddress& aDevice, const Error& aError) {
+    const Error reason = ExplainRemoval(aDevice, aError);
+    const bool isGone = reason.GetKind() == ErrorKind::DeviceGone;
+    return SettingEvent{isGone ? SettingEvent::Kind::Removal : SettingEvent::Kind::Failure,
+                        system_clock::now(), std::nullopt, std::nullopt, reason};
+}
+
+}  // namespace
 
 SettingsPoller::State::State(std::unique_ptr<Device> aDevice)
     : device(std::move(aDevice)),
@@ -109,11 +122,12 @@ SettingsPoller::State::Sight SettingsPoller::State::Read() const {
         parameters.Refresh();
         sight.snapshot = std::make_shared<const Snapshot>(parameters.GetSnapshot());
     } catch (const Error& error) {
-        const Error reason = ExplainRemoval(address, error);
-        const bool isGone = reason.GetKind() == ErrorKind::DeviceGone;
-        sight.failure =
-            SettingEvent{isGone ? SettingEvent::Kind::Removal : SettingEvent::Kind::Failure,
-                         system_clock::now(), std::nullopt, std::nullopt, reason};
+        sight.failure = TryUntilDone([&] { return MakeFailure(address, error); });
+    } catch (const std::bad_alloc&) {
+        sight.failure = TryUntilDone([&] {
+            return MakeFailure(address,
+                               Error(ErrorKind::SystemFailed, "there is not enough memory"));
+        });
     }
     sight.time = steady_clock::now();
     return sight;
@@ -121,34 +135,37 @@ SettingsPoller::State::Sight SettingsPoller::State::Read() const {
 
 void SettingsPoller::State::Note(const Sight& aSight, bool aIsForAll) {
     const bool isGone = aSight.failure && aSight.failure->kind == SettingEvent::Kind::Removal;
-    if (isGone) removal = aSight.failure;
+    if (isGone) TryUntilDone([&] { removal = aSight.failure; });
     if (aSight.snapshot != nullptr) latest = aSight.snapshot;
     lastLook = aSight.time;
     for (const auto& subscription : subscriptions) {
         const bool isDue = subscription->GetDue() <= aSight.time;
-        if (isDue || aIsForAll || isGone) Tell(*subscription, aSight);
+        if (isDue || aIsForAll || isGone) TryUntilDone([&] { Tell(*subscription, aSight); });
     }
 }
 
+// When it throws, nothing has changed.
 void SettingsPoller::State::Tell(Subscription::State& aSubscription, const Sight& aSight) {
-    aSubscription.seen = aSight.time;
-    std::deque<SettingEvent>& events = aSubscription.events;
+    std::deque<SettingEvent> news;
     if (aSight.failure) {
-        const bool wasFailing = std::exchange(aSubscription.isFailing, true);
         const bool isLast = aSight.failure->kind == SettingEvent::Kind::Removal;
-        if (isLast || !wasFailing) events.push_back(*aSight.failure);
-        return;
+        if (isLast || !aSubscription.isFailing) news.push_back(*aSight.failure);
+    } else {
+        const auto now = system_clock::now();
+        const std::vector<std::string>& names = aSubscription.names;
+        news = FindChanges(FindSettings(*aSubscription.known, names),
+                           FindSettings(*aSight.snapshot, names), now);
+        if (aSubscription.isFailing) {
+            news.push_front(SettingEvent{SettingEvent::Kind::Recovery, now, std::nullopt,
+                                         std::nullopt, std::nullopt});
+        }
     }
-    const auto now = system_clock::now();
-    if (std::exchange(aSubscription.isFailing, false)) {
-        events.push_back(SettingEvent{SettingEvent::Kind::Recovery, now, std::nullopt, std::nullopt,
-                                      std::nullopt});
-    }
-    const std::vector<std::string>& names = aSubscription.names;
-    std::deque<SettingEvent> changes = FindChanges(FindSettings(*aSubscription.known, names),
-                                                   FindSettings(*aSight.snapshot, names), now);
-    std::move(changes.begin(), changes.end(), std::back_inserter(events));
-    aSubscription.known = aSight.snapshot;
+    std::deque<SettingEvent>& events = aSubscription.events;
+    events.insert(events.end(), std::make_move_iterator(news.begin()),
+                  std::make_move_iterator(news.end()));
+    if (!aSight.failure) aSubscription.known = aSight.snapshot;
+    aSubscription.isFailing = aSight.failure.has_value();
+    aSubscription.seen = aSight.time;
 }
 
 bool SettingsPoller::State::IsPollersThread() const { return thread == ::GetCurrentThreadId(); }

@@ -21,22 +21,57 @@ using QvBaseLib::UniqueDeviceSet;
 
 constexpr wchar_t kInterfaceClasses[] = L"SYSTEM\\CurrentControlSet\\Control\\DeviceClasses";
 
+Error CannotList(DWORD aError) {
+    return SystemError(ErrorKind::SystemFailed, "the system cannot list its devices", aError);
+}
+
+Error CannotListClasses(LSTATUS aCode) {
+    return SystemError(ErrorKind::SystemFailed, "the system cannot list its interface classes",
+                       static_cast<DWORD>(aCode));
+}
+
+bool IsGone(DWORD aError) {
+    return aError == ERROR_NO_SUCH_DEVINST || aError == ERROR_NO_SUCH_DEVICE_INTERFACE;
+}
+
+// Whether an error says nothing about what was asked for.
+bool IsSystemsFailure(DWORD aError) {
+    return aError == ERROR_NOT_ENOUGH_MEMORY || aError == ERROR_OUTOFMEMORY ||
+           aError == ERROR_NO_SYSTEM_RESOURCES || aError == ERROR_ACCESS_DENIED;
+}
+
+// How many bytes the path takes; 0 for an interface that has gone meanwhile. There is no room for
+// it yet, but the system stores the device that has the interface all the same.
+DWORD SizeOfDetail(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface, SP_DEVINFO_DATA* aOwner) {
+    DWORD size = 0;
+    ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, nullptr, 0, &size, aOwner);
+    const DWORD error = ::GetLastError();
+    if (error != ERROR_INSUFFICIENT_BUFFER && !IsGone(error)) throw CannotList(error);
+    return size;
+}
+
 // Empty for an interface that has gone meanwhile.
 std::wstring PathOf(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface) {
-    DWORD size = 0;
-    ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, nullptr, 0, &size, nullptr);
+    const DWORD size = SizeOfDetail(aSet, aInterface, /*aOwner=*/nullptr);
     std::vector<std::max_align_t> buffer(size / sizeof(std::max_align_t) + 1);
     auto* const detail = reinterpret_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(buffer.data());
     detail->cbSize = sizeof *detail;
     const BOOL done = ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, detail, size, nullptr,
                                                          /*DeviceInfoData=*/nullptr);
+    const DWORD error = ::GetLastError();
+    if (!done && !IsGone(error)) throw CannotList(error);
     return done ? detail->DevicePath : std::wstring();
 }
 
 UniqueDeviceSet Own(HDEVINFO aSet) {
     const DWORD error = ::GetLastError();
     if (aSet != INVALID_HANDLE_VALUE) return UniqueDeviceSet(aSet);
-    throw SystemError(ErrorKind::SystemFailed, "the system cannot list its devices", error);
+    throw CannotList(error);
+}
+
+// To be called with the error that ended a list: it is complete only when there is nothing more.
+void CheckEnd(DWORD aError) {
+    if (aError != ERROR_NO_MORE_ITEMS) throw CannotList(aError);
 }
 
 void ForEachInterface(const GUID& aClass, DWORD aFlags, const UseInterface& aUse) {
@@ -48,6 +83,7 @@ void ForEachInterface(const GUID& aClass, DWORD aFlags, const UseInterface& aUse
         const std::wstring path = PathOf(set.Get(), data);
         if (!path.empty()) aUse(set.Get(), data, path);
     }
+    CheckEnd(::GetLastError());
 }
 
 // Gets a buffer with its size, and stores the type and the size of the data; returns whether the
@@ -89,17 +125,15 @@ std::vector<GUID> ListInterfaceClasses() {
     const QvBaseLib::UniqueRegistryKey key(opened);
     // A system that has never had an interface has no list.
     if (code == ERROR_FILE_NOT_FOUND) return classes;
-    if (code != ERROR_SUCCESS) {
-        throw SystemError(ErrorKind::SystemFailed, "the system cannot list its interface classes",
-                          static_cast<DWORD>(code));
-    }
+    if (code != ERROR_SUCCESS) throw CannotListClasses(code);
     for (DWORD index = 0;; ++index) {
         wchar_t name[64];
         DWORD size = ARRAYSIZE(name);
         const LSTATUS result =
             ::RegEnumKeyExW(key.Get(), index, name, &size, nullptr, nullptr, nullptr, nullptr);
         if (result == ERROR_MORE_DATA) continue;  // The name is too long for a class.
-        if (result != ERROR_SUCCESS) return classes;
+        if (result == ERROR_NO_MORE_ITEMS) return classes;
+        if (result != ERROR_SUCCESS) throw CannotListClasses(result);
         if (const auto one = ParseGuid(ToUtf8(name))) classes.push_back(*one);
     }
 }
@@ -117,6 +151,7 @@ void ForEachDevice(const wchar_t* aEnumerator, const UseDevice& aUse) {
         Own(::SetupDiGetClassDevsW(nullptr, aEnumerator, nullptr, DIGCF_ALLCLASSES));
     auto data = EmptyData<SP_DEVINFO_DATA>();
     for (DWORD i = 0; ::SetupDiEnumDeviceInfo(set.Get(), i, &data); ++i) aUse(set.Get(), data);
+    CheckEnd(::GetLastError());
 }
 
 DWORD UseOneDevice(const std::wstring& aInstanceId, const UseDevice& aUse) {
@@ -125,6 +160,7 @@ DWORD UseOneDevice(const std::wstring& aInstanceId, const UseDevice& aUse) {
     const BOOL isThere = ::SetupDiOpenDeviceInfoW(set.Get(), aInstanceId.c_str(), nullptr,
                                                   /*OpenFlags=*/0, &data);
     const DWORD error = ::GetLastError();
+    if (!isThere && IsSystemsFailure(error)) throw CannotList(error);
     if (!isThere) return error;
     aUse(set.Get(), data);
     return ERROR_SUCCESS;
@@ -132,15 +168,16 @@ DWORD UseOneDevice(const std::wstring& aInstanceId, const UseDevice& aUse) {
 
 SP_DEVINFO_DATA OwnerOf(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface) {
     auto device = EmptyData<SP_DEVINFO_DATA>();
-    // It has no room for the path, but stores the device all the same.
-    ::SetupDiGetDeviceInterfaceDetailW(aSet, &aInterface, nullptr, 0, nullptr, &device);
+    (void)SizeOfDetail(aSet, aInterface, &device);  // Only the device is wanted.
     return device;
 }
 
 std::wstring InstanceIdOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice) {
     wchar_t id[MAX_DEVICE_ID_LEN] = {};
     const BOOL done = ::SetupDiGetDeviceInstanceIdW(aSet, &aDevice, id, MAX_DEVICE_ID_LEN, nullptr);
-    return done ? id : std::wstring();
+    const DWORD error = ::GetLastError();
+    if (!done) throw CannotList(error);
+    return id;
 }
 
 std::optional<PropertyData> ReadProperty(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice, DWORD aProperty) {

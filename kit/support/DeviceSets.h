@@ -50,7 +50,7 @@ DWORD UseOneDevice(const std::wstring& aInstanceId, const UseDevice& aUse);
 // The device that has an interface.
 SP_DEVINFO_DATA OwnerOf(HDEVINFO aSet, SP_DEVICE_INTERFACE_DATA& aInterface);
 
-// Empty when the system does not tell it.
+// Throws `Error`, kind `SystemFailed`.
 std::wstring InstanceIdOf(HDEVINFO aSet, SP_DEVINFO_DATA& aDevice);
 
 // A property such as SPDRP_HARDWAREID or DEVPKEY_Device_Parent, or a value of the registry key of

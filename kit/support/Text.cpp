@@ -3,10 +3,18 @@
 
 #include "QvKit/Text.h"
 
+#include "QvKit/Error.h"
 #include "WindowsApi.h"
 
 namespace QvKit {
 namespace {
+
+// What a conversion of some text has returned; nothing comes of none.
+std::size_t CheckConversion(int aUnits) {
+    const DWORD error = ::GetLastError();
+    if (aUnits > 0) return static_cast<std::size_t>(aUnits);
+    throw Error(ErrorKind::SystemFailed, "the system cannot convert a text", error);
+}
 
 // The system gets the sizes of the texts.
 // NOLINTBEGIN(bugprone-suspicious-stringview-data-usage)
@@ -15,8 +23,9 @@ std::string Narrow(std::wstring_view aText, unsigned int aCodePage) {
     const int units = static_cast<int>(aText.size());
     const int size =
         ::WideCharToMultiByte(aCodePage, 0, aText.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(aCodePage, 0, aText.data(), units, bytes.data(), size, nullptr, nullptr);
+    std::string bytes(CheckConversion(size), '\0');
+    (void)CheckConversion(::WideCharToMultiByte(aCodePage, 0, aText.data(), units, bytes.data(),
+                                                size, nullptr, nullptr));
     return bytes;
 }
 
@@ -24,8 +33,9 @@ std::wstring Widen(std::string_view aBytes, unsigned int aCodePage) {
     if (aBytes.empty()) return std::wstring();
     const int bytes = static_cast<int>(aBytes.size());
     const int size = ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, nullptr, 0);
-    std::wstring text(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, text.data(), size);
+    std::wstring text(CheckConversion(size), L'\0');
+    (void)CheckConversion(
+        ::MultiByteToWideChar(aCodePage, 0, aBytes.data(), bytes, text.data(), size));
     return text;
 }
 // NOLINTEND(bugprone-suspicious-stringview-data-usage)

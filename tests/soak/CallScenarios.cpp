@@ -22,9 +22,6 @@ using testing::AnyOf;
 using testing::IsNull;
 using testing::StrEq;
 
-// What a scenario returns when the library reports success without having done the work.
-constexpr unsigned long kWrong = 0x7FFF;
-
 struct OpenDevice {
     OpenDevice() {
         EXPECT_THAT(connection.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0), IsBareCode(Code::Success));
@@ -352,7 +349,7 @@ void Digest(Attempt& aAttempt) {
 
 }  // namespace
 
-std::vector<Scenario> AllScenarios() {
+std::vector<Scenario> LibraryScenarios() {
     return {
         {"Connect", &Connect, true},
         {"Load", &Load, false},
@@ -369,6 +366,12 @@ std::vector<Scenario> AllScenarios() {
         {"Md5", &Digest, false},
         {"TextsAndFolders", &TextsAndFolders, true},
     };
+}
+
+std::vector<Scenario> AllScenarios() {
+    std::vector<Scenario> all = LibraryScenarios();
+    for (const Scenario& scenario : KitScenarios()) all.push_back(scenario);
+    return all;
 }
 
 void PrintTo(const Scenario& aScenario, std::ostream* aOut) { *aOut << aScenario.name; }

@@ -1,20 +1,38 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-// What programs do with the library, in short. One call of a scenario can be made to fail.
+// What programs do with the library and the kit, in short. One call of a scenario can be made to
+// fail.
 
 #ifndef QVTESTS_CALLSCENARIOS_H
 #define QVTESTS_CALLSCENARIOS_H
 
+#include <cstdio>
 #include <functional>
 #include <iosfwd>
 #include <new>
+#include <optional>
 #include <vector>
 
 #include "FailingCalls.h"
+#include "QvKit/Error.h"
 #include "QvUserLib/BaseTypes.h"
 
 namespace QvTests {
+
+/// What a scenario returns when success is reported without the work having been done.
+constexpr unsigned long kWrong = 0x7FFF;
+
+/// What an error of the kit says, without memory of its own: what is left of that counts as lost.
+struct KitError {
+    explicit KitError(const QvKit::Error& aError) : kind(aError.GetKind()), code(aError.GetCode()) {
+        std::snprintf(message, sizeof message, "%s", aError.what());
+    }
+
+    QvKit::ErrorKind kind;
+    std::optional<unsigned long> code;
+    char message[128];
+};
 
 /// One run of a scenario, in which one call fails, or none.
 class Attempt {
@@ -39,13 +57,35 @@ public:
         FailingCall::Disarm();
     }
 
+    /// The same with operations of the kit, which throw and return whether all is right. Only the
+    /// kit's own calls fail.
+    void TryKit(const std::function<bool()>& aOperations) {
+        const KitsCallsOnly only;
+        Try([&] {
+            try {
+                return QvUserLib::Result(aOperations() ? QvUserLib::Code::Success : kWrong);
+            } catch (const QvKit::Error& error) {
+                FailingCall::Disarm();
+                kitError_.emplace(error);
+                return QvUserLib::Result();
+            }
+        });
+    }
+
+    /// What the operations returned, if they did not throw.
     unsigned long ResultCode() const { return result_.GetCode(); }
+    /// What the kit threw.
+    const std::optional<KitError>& GetKitError() const { return kitError_; }
     bool HasThrown() const { return hasThrown_; }
+    bool HasSucceeded() const {
+        return !hasThrown_ && !kitError_ && ResultCode() == QvUserLib::Code::Success;
+    }
 
 private:
     FailingCall* call_ = nullptr;
     long number_ = 0;
     QvUserLib::Result result_;
+    std::optional<KitError> kitError_;
     bool hasThrown_ = false;
 };
 
@@ -54,9 +94,12 @@ private:
 struct Scenario {
     const char* name;
     void (*run)(Attempt& aAttempt);
-    bool mayThrow;  // Whether a lack of memory may reach the caller as std::bad_alloc.
+    bool mayThrow;         // Whether a lack of memory may reach the caller as std::bad_alloc.
+    int mostOfAPlace = 0;  // How many of a function's calls at one place fail; 0 for all of them.
 };
 
+std::vector<Scenario> LibraryScenarios();
+std::vector<Scenario> KitScenarios();
 std::vector<Scenario> AllScenarios();
 
 /// GoogleTest prints scenarios with this.

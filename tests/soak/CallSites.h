@@ -108,7 +108,7 @@ private:
             abi::__cxa_demangle(aName.c_str(), nullptr, nullptr, &status), &std::free);
         std::string name = text != nullptr ? text.get() : aName;
         for (const char* const removed :
-             {"(anonymous namespace)::", "QvUserLib::", "QvBaseLib::"}) {
+             {"(anonymous namespace)::", "QvUserLib::", "QvBaseLib::", "QvKit::"}) {
             for (std::size_t at = name.find(removed); at != std::string::npos;
                  at = name.find(removed)) {
                 name.erase(at, std::strlen(removed));

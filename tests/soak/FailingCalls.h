@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <iterator>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,12 @@
 #include "ImportPatch.h"
 
 namespace QvTests {
+
+/// Our DLLs. The kit is one for this test, so that its calls are told from those of the test.
+constexpr char kKitDll[] = "QvKitForTests.dll";
+constexpr const char* kOurDlls[] = {"QvUserLib64.dll", "QvBaseLib64.dll", kKitDll};
+/// Calls for them.
+constexpr char kRuntimeDll[] = "libstdc++-6.dll";
 
 /// What a successful call leaves with the library, to be given back by another.
 enum class Effect { None, Takes, GivesBack };
@@ -57,24 +64,28 @@ public:
 
     /// Has all functions note whether our DLLs call them from now on, and none fail.
     static void Watch() { isWatching_ = true; }
-    bool WasCalled() const { return wasCalled_; }
-    void ForgetCalls() { wasCalled_ = false; }
+    bool WasCalled() const { return !sites_.empty(); }
+    void ForgetCalls() { sites_.clear(); }
+    /// Where the calls came from that were watched.
+    const std::vector<const void*>& Sites() const { return sites_; }
+
+    /// The system's error that a failing call leaves behind.
+    unsigned long SystemError() const { return systemError_; }
 
     /// Where the call came from that failed since; null when none did.
     const void* StruckAt() const { return struckAt_; }
 
     /// The name of the function in which such a place lies.
     static std::string Describe(const void* aSite) {
-        const Modules& modules = Symbols();
-        return modules.base.Contains(aSite) ? modules.base.Describe(aSite)
-                                            : modules.library.Describe(aSite);
+        const ModuleSymbols* const module = ModuleOf(aSite);
+        return module != nullptr ? module->Describe(aSite) : "nowhere";
     }
 
     /// How much was taken and not given back yet since the program began, by all functions.
     static long Outstanding() { return outstanding_; }
 
 protected:
-    explicit FailingCall(const char* aName) : name_(aName) {
+    FailingCall(const char* aName, unsigned long aError) : name_(aName), systemError_(aError) {
         (void)Symbols();  // Read now, while nothing is redirected yet.
     }
 
@@ -82,8 +93,11 @@ protected:
     bool Strikes(const void* aCaller) {
         if (!isWatching_ && armed_ != this) return false;
         const void* const site = SiteOf(aCaller);
-        if (site == nullptr) return false;
-        if (isWatching_) wasCalled_ = true;
+        if (site == nullptr || (isOnlyKits_ && !Symbols().kit.Contains(site))) return false;
+        if (isWatching_) {
+            const std::lock_guard<std::mutex> guard(sitesMutex_);
+            sites_.push_back(site);
+        }
         if (armed_ != this || ++count_ != strikeAt_) return false;
         struckAt_ = site;
         return true;
@@ -96,10 +110,12 @@ protected:
     }
 
 private:
+    friend class KitsCallsOnly;
+
     struct Modules {
-        ModuleSymbols library{"QvUserLib64.dll"};
-        ModuleSymbols base{"QvBaseLib64.dll"};
-        ModuleSymbols runtime{"libstdc++-6.dll"};
+        std::vector<ModuleSymbols> ours{std::begin(kOurDlls), std::end(kOurDlls)};
+        ModuleSymbols kit{kKitDll};
+        ModuleSymbols runtime{kRuntimeDll};
     };
 
     static const Modules& Symbols() {
@@ -107,9 +123,14 @@ private:
         return kModules;
     }
 
-    static bool IsOurs(const void* aAddress) {
-        return Symbols().library.Contains(aAddress) || Symbols().base.Contains(aAddress);
+    static const ModuleSymbols* ModuleOf(const void* aAddress) {
+        for (const ModuleSymbols& module : Symbols().ours) {
+            if (module.Contains(aAddress)) return &module;
+        }
+        return nullptr;
     }
+
+    static bool IsOurs(const void* aAddress) { return ModuleOf(aAddress) != nullptr; }
 
     // The place in our code that the call came from. Null when it is not ours.
     static const void* SiteOf(const void* aCaller) {
@@ -129,13 +150,27 @@ private:
 
     inline static std::atomic<FailingCall*> armed_{nullptr};
     inline static std::atomic<bool> isWatching_{false};
+    inline static std::atomic<bool> isOnlyKits_{false};
     inline static std::atomic<long> outstanding_{0};
 
     std::string name_;
-    std::atomic<bool> wasCalled_{false};
+    unsigned long systemError_;
+    std::mutex sitesMutex_;  // Several threads may call while they are watched.
+    std::vector<const void*> sites_;
     std::atomic<long> count_{0};
     std::atomic<long> strikeAt_{0};
     std::atomic<const void*> struckAt_{nullptr};
+};
+
+/// Lets calls of the library pass uncounted for as long as it lives: their failures have scenarios
+/// of their own.
+class KitsCallsOnly {
+public:
+    KitsCallsOnly() { FailingCall::isOnlyKits_ = true; }
+    ~KitsCallsOnly() { FailingCall::isOnlyKits_ = false; }
+
+    KitsCallsOnly(const KitsCallsOnly&) = delete;
+    KitsCallsOnly& operator=(const KitsCallsOnly&) = delete;
 };
 
 /// A function of one type. `Tag` keeps functions of the same type apart.
@@ -144,18 +179,10 @@ class TypedFailingCall : public FailingCall {
 public:
     TypedFailingCall(const char* aName, Return aFailed, unsigned long aError, Effect aEffect,
                      Failure aFailure)
-        : FailingCall(aName),
-          failed_(aFailed),
-          error_(aError),
-          effect_(aEffect),
-          failure_(aFailure) {
+        : FailingCall(aName, aError), failed_(aFailed), effect_(aEffect), failure_(aFailure) {
         active_ = this;
-        for (const char* const dll : {"QvUserLib64.dll", "QvBaseLib64.dll", "libstdc++-6.dll"}) {
-            patches_.push_back(std::make_unique<ImportPatch>(aName, &Run, dll));
-            if (original_ == nullptr && patches_.back()->IsActive()) {
-                original_ = patches_.back()->template Original<Function>();
-            }
-        }
+        for (const char* const dll : kOurDlls) Redirect(dll);
+        Redirect(kRuntimeDll);
     }
     ~TypedFailingCall() override { active_ = nullptr; }
 
@@ -175,8 +202,15 @@ private:
         return strikes ? self.Fail() : returned;
     }
 
+    void Redirect(const char* aDll) {
+        patches_.push_back(std::make_unique<ImportPatch>(Name().c_str(), &Run, aDll));
+        if (original_ == nullptr && patches_.back()->IsActive()) {
+            original_ = patches_.back()->template Original<Function>();
+        }
+    }
+
     Return Fail() const {
-        ::SetLastError(error_);
+        ::SetLastError(SystemError());
         errno = ENOMEM;
         return failed_;
     }
@@ -184,7 +218,6 @@ private:
     inline static TypedFailingCall* active_ = nullptr;
 
     Return failed_;
-    unsigned long error_;
     Effect effect_;
     Failure failure_;
     Function* original_ = nullptr;

@@ -5,16 +5,19 @@
 
 #include <io.h>
 #include <process.h>
+#include <pthread.h>
 #include <shlobj.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "QvUserLib/BaseTypes.h"
 #include "WindowsApi.h"
 
+#include <cfgmgr32.h>
 #include <setupapi.h>
 
 namespace QvTests {
@@ -109,6 +112,51 @@ void AddFiles(FunctionList& aList) {
     aList.Add(MakeFailingCall<__COUNTER__>("getenv_s", GetVariable{&::getenv_s}, ENOMEM));
 }
 
+// The kit's.
+void AddKitFilesAndWaits(FunctionList& aList) {
+    aList.Add(QV_CALL(CreateFileW, INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED, Effect::Takes));
+    aList.Add(QV_CALL(CreateMutexW, kNone, ERROR_ACCESS_DENIED, Effect::Takes));
+    aList.Add(QV_CALL(FlushFileBuffers, FALSE, ERROR_DISK_FULL));
+    aList.Add(QV_CALL(MoveFileExW, FALSE, ERROR_ACCESS_DENIED));
+    aList.Add(QV_CALL(GetFileSizeEx, FALSE, kError));
+    aList.Add(QV_CALL(WaitForMultipleObjects, WAIT_FAILED, ERROR_INVALID_HANDLE));
+    aList.Add(QV_CALL(pthread_create, EAGAIN));
+}
+
+void AddWindows(FunctionList& aList) {
+    aList.Add(QV_CALL(CreateWindowExW, kNone, ERROR_NOT_ENOUGH_MEMORY, Effect::Takes));
+    aList.Add(QV_CALL(DestroyWindow, FALSE, kError, Effect::GivesBack, Failure::AfterWork));
+    aList.Add(QV_CALL(RegisterDeviceNotificationW, kNone, ERROR_NOT_ENOUGH_MEMORY, Effect::Takes));
+    aList.Add(QV_CALL(UnregisterDeviceNotification, FALSE, kError, Effect::GivesBack,
+                      Failure::AfterWork));
+}
+
+void AddDeviceRecords(FunctionList& aList) {
+    aList.Add(QV_CALL(SetupDiGetClassDevsW, INVALID_HANDLE_VALUE, ERROR_NOT_ENOUGH_MEMORY,
+                      Effect::Takes));
+    aList.Add(QV_CALL(SetupDiGetDeviceInterfaceDetailW, FALSE, kError));
+    aList.Add(QV_CALL(SetupDiEnumDeviceInfo, FALSE, kError));
+    aList.Add(QV_CALL(SetupDiCreateDeviceInfoList, INVALID_HANDLE_VALUE, ERROR_NOT_ENOUGH_MEMORY,
+                      Effect::Takes));
+    aList.Add(QV_CALL(SetupDiOpenDeviceInfoW, FALSE, ERROR_NOT_ENOUGH_MEMORY));
+    aList.Add(QV_CALL(SetupDiGetDeviceInstanceIdW, FALSE, kError));
+    aList.Add(QV_CALL(SetupDiGetDeviceRegistryPropertyW, FALSE, kError));
+    aList.Add(QV_CALL(SetupDiGetDevicePropertyW, FALSE, kError));
+    aList.Add(QV_CALL(SetupDiOpenDevRegKey, INVALID_HANDLE_VALUE, ERROR_ACCESS_DENIED));
+    aList.Add(QV_CALL(RegOpenKeyExW, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED));
+    aList.Add(QV_CALL(RegEnumKeyExW, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED));
+    aList.Add(QV_CALL(RegQueryValueExW, ERROR_ACCESS_DENIED, ERROR_ACCESS_DENIED));
+    aList.Add(QV_CALL(CM_Get_DevNode_Status, CR_FAILURE));
+    aList.Add(QV_CALL(CM_Get_Parent, CR_FAILURE));
+    aList.Add(QV_CALL(OpenSCManagerW, kNone, ERROR_ACCESS_DENIED, Effect::Takes));
+    aList.Add(QV_CALL(OpenServiceW, kNone, ERROR_ACCESS_DENIED, Effect::Takes));
+    aList.Add(QV_CALL(CloseServiceHandle, FALSE, kError, Effect::GivesBack, Failure::AfterWork));
+    aList.Add(QV_CALL(QueryServiceConfigW, FALSE, kError));
+    aList.Add(QV_CALL(GetFileVersionInfoSizeW, 0, kError));
+    aList.Add(QV_CALL(GetFileVersionInfoW, FALSE, kError));
+    aList.Add(QV_CALL(VerQueryValueW, FALSE, kError));
+}
+
 #undef QV_CALL
 
 }  // namespace
@@ -119,6 +167,9 @@ std::vector<FailingFunction> MakeFailingFunctions() {
     AddDeviceSets(list);
     AddMemoryAndThreads(list);
     AddFiles(list);
+    AddKitFilesAndWaits(list);
+    AddWindows(list);
+    AddDeviceRecords(list);
     return std::move(list.functions);
 }
 

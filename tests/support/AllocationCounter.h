@@ -91,6 +91,7 @@ private:
 
     Patches library_{"QvUserLib64.dll"};
     Patches base_{"QvBaseLib64.dll"};
+    Patches kit_{"QvKitForTests.dll"};
     Patches runtime_{"libstdc++-6.dll"};
     // Read last: making the redirections takes memory, too.
     long takenBefore_;
