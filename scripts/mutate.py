@@ -5,8 +5,8 @@
 The mistakes go into a copy of the sources in build/mutants, with a build directory of its own. A
 mistake that does not compile without a warning does not count. The tests are the programs that
 contain the source, or for the library the unit tests, those first that noticed a mistake in it
-before. A mistake is noticed when one of them fails, crashes or hangs. Tests on devices come last. kit/driver/ is left out, because
-a mistake in it could spoil the installation that other tests use.
+before. A mistake is noticed when one of them fails, crashes or hangs. Tests on devices come last.
+kit/driver/ is left out, because a mistake in it could spoil the installation that other tests use.
 
 scripts/unnoticed-mistakes.tsv lists mistakes that need not be planted, with the reason.
 
