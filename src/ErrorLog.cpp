@@ -146,7 +146,7 @@ static_assert(Code::Success == 0, "memory of zeros is not a success");
 ErrorLog::ErrorLog() : newest_(0), hasEntries_(false) {
     if (this == &theErrorLog) return;
     for (Record& record : records_) {
-        new (&record.result) Result(Code::Success);
+        new (&record.result.value) Result(Code::Success);
         record.message[0] = '\0';
         record.file[0] = '\0';
         record.line = 0;
@@ -156,7 +156,7 @@ ErrorLog::ErrorLog() : newest_(0), hasEntries_(false) {
 
 ErrorLog::~ErrorLog() {
     if (!hasEntries_) return;
-    for (Record& record : records_) record.result.~Result();
+    for (Record& record : records_) record.result.value.~Result();
 }
 
 Result ErrorLog::Close() {
@@ -246,7 +246,7 @@ Result ErrorLog::GetLastError(String& aText) {
     if (answer == nullptr) answer = &records_[newest_];
 
     aText = String(answer->message);
-    return answer->result;
+    return answer->result.value;
 }
 
 Result ErrorLog::DumpLastError() {
@@ -258,7 +258,8 @@ Result ErrorLog::DumpLastError() {
         const Record& record = records_[(newest_ + kRecordCount - age) % kRecordCount];
         if (record.thread == 0) break;
         char text[kLineSize];
-        const Origin origin = {record.result, record.file, record.line, kErrorTag, record.thread};
+        const Origin origin = {record.result.value, record.file, record.line, kErrorTag,
+                               record.thread};
         ComposeLine(text, origin, record.message);
         written = WriteLine(text);
     }
@@ -288,7 +289,7 @@ void ErrorLog::AddRecord(const Result& aResult, const char* aFile, unsigned long
     hasEntries_ = true;
     newest_ = (newest_ + 1) % kRecordCount;
     Record& record = records_[newest_];
-    record.result = aResult;
+    record.result.value = aResult;
     CopyBytes(record.message, aMessage, aLength + 1);
     CopyText(record.file, sizeof record.file, aFile != nullptr ? aFile : "");
     record.line = aLine;

@@ -11,6 +11,13 @@
 
 namespace QvUserLib {
 
+/// Memory for a result. Whoever has it makes and destroys the result.
+union UnmadeResult {
+    UnmadeResult() {}
+    ~UnmadeResult() {}
+    Result value;  ///< Once it has been made.
+};
+
 /// The process-wide error log. Every failing operation of the library reports here, whether a file
 /// is open or not. The last 64 errors stay in memory with the thread that reported them, so each
 /// thread can get its own last error as text.
@@ -92,13 +99,8 @@ public:
     Result DumpLastError();
 
 private:
-    // The result is in a union so that the constructor of the log decides when memory is touched.
     struct Record {
-        Record() {}
-        ~Record() {}
-        union {
-            Result result;
-        };
+        UnmadeResult result;
         char message[1024];
         char file[1024];
         unsigned long line;

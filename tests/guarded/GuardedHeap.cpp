@@ -67,6 +67,7 @@ std::atomic<std::size_t> theNextPage;
 std::size_t theDescribedPages;  // Whose descriptions have memory.
 std::atomic<long> theTaken;
 std::atomic<long> theFreed;
+std::atomic<long> theLiveBytes;
 std::atomic<GuardedHeap::Reporter> theReporter;
 const char* (*theContext)();
 INIT_ONCE theOnce = INIT_ONCE_STATIC_INIT;
@@ -201,6 +202,7 @@ void* Take(std::size_t aSize, Kind aKind, std::size_t aAlignment, const void* aC
     });
     block.isLive = true;
     ++theTaken;
+    theLiveBytes += static_cast<long>(aSize);
     return block.address;
 }
 
@@ -232,6 +234,7 @@ void Release(void* aAddress, Kind aKind) {
     }
     if (!HasCleanMargins(block)) Report("write beside the block", block);
     ++theFreed;
+    theLiveBytes -= static_cast<long>(block.size);
     ::VirtualFree(AddressOf(PageOf(aAddress)), PagesFor(block.size) * kPageSize, MEM_DECOMMIT);
 }
 
@@ -325,6 +328,7 @@ std::string GuardedHeap::LiveSince(std::size_t aThen) {
 
 long GuardedHeap::TakenCount() { return theTaken; }
 long GuardedHeap::FreedCount() { return theFreed; }
+long GuardedHeap::LiveBytes() { return theLiveBytes; }
 
 }  // namespace QvTests
 

@@ -39,6 +39,9 @@ public:
     /// How many blocks were ever taken and freed.
     static long TakenCount();
     static long FreedCount();
+
+    /// The bytes of the blocks that are not freed.
+    static long LiveBytes();
 };
 
 }  // namespace QvTests

@@ -90,8 +90,8 @@ int main(int argc, char** argv) {
     GuardedHeap::DescribeCrashes(&RunningTest);
     GuardedHeap::SetReporter(&FailRunningTest);
     QvTests::ImportPatch::findSlotInProgram = &FindSlot;
-    QvTests::AllocationCounter::programTotals = {&GuardedHeap::TakenCount,
-                                                 &GuardedHeap::FreedCount};
+    QvTests::AllocationCounter::programTotals = {&GuardedHeap::TakenCount, &GuardedHeap::FreedCount,
+                                                 &GuardedHeap::LiveBytes};
     testing::InitGoogleMock(&argc, argv);
     auto* const leaks = new LeakListener;  // GoogleTest owns it.
     testing::UnitTest::GetInstance()->listeners().Append(leaks);

@@ -7,6 +7,7 @@
 #define QVTESTS_ALLOCATIONCOUNTER_H
 
 #include <malloc.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
@@ -20,8 +21,7 @@ namespace QvTests {
 /// the C++ runtime in the meantime counts too.
 class AllocationCounter {
 public:
-    AllocationCounter()
-        : takenBefore_(Taken()), freedBefore_(Freed()), bytesBefore_(bytes_.load()) {}
+    AllocationCounter() : takenBefore_(Taken()), freedBefore_(Freed()), bytesBefore_(Bytes()) {}
 
     /// Blocks taken since the object was made.
     long Count() const { return Taken() - takenBefore_; }
@@ -29,14 +29,15 @@ public:
     /// Blocks taken and not given back yet.
     long Live() const { return Count() - (Freed() - freedBefore_); }
 
-    /// The bytes of these blocks. Not known in a program that counts by itself.
-    long LiveBytes() const { return bytes_ - bytesBefore_; }
+    /// The bytes of these blocks.
+    long LiveBytes() const { return Bytes() - bytesBefore_; }
 
     /// A program that has a heap of its own, and our DLLs' objects in it, counts by itself. Its
     /// main sets these.
     struct Totals {
         long (*taken)();
         long (*freed)();
+        long (*bytes)();
     };
     inline static Totals programTotals{};
 
@@ -47,16 +48,23 @@ private:
     static long Freed() {
         return programTotals.freed != nullptr ? programTotals.freed() : freed_.load();
     }
+    static long Bytes() {
+        return programTotals.bytes != nullptr ? programTotals.bytes() : bytes_.load();
+    }
+    // The blocks of a program that counts by itself are not the C library's.
+    static long SizeOf(void* aBlock) {
+        return programTotals.bytes != nullptr ? 0 : static_cast<long>(_msize(aBlock));
+    }
     static void* Counted(void* aBlock) {
         if (aBlock == nullptr) return aBlock;
         ++taken_;
-        bytes_ += static_cast<long>(_msize(aBlock));
+        bytes_ += SizeOf(aBlock);
         return aBlock;
     }
     static void CountFreed(void* aBlock) {
         if (aBlock == nullptr) return;
         ++freed_;
-        bytes_ -= static_cast<long>(_msize(aBlock));
+        bytes_ -= SizeOf(aBlock);
     }
     static void* Malloc(std::size_t aSize) { return Counted(std::malloc(aSize)); }
     static void* Calloc(std::size_t aCount, std::size_t aSize) {
