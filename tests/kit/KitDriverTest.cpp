@@ -64,6 +64,8 @@ protected:
         text_ = Replaced(inf, "{d47c90a1-5be8", "{d47c90a1-0001");
         WriteInf(text_);
         QvTests::CopyOwnFile("QvSampleDriver.sys", sys_);
+        // An earlier test may have left another one.
+        ::DeleteFileA(Read().installedFile.c_str());
     }
     ~KitDriverTest() override { (void)Remove(QvKit::ListRootDevices(kId)); }
 

@@ -42,6 +42,8 @@ protected:
     }
 
     void TearDown() override {
+        // Tests may close the connection, or remove the device.
+        if (!connection_.IsConnected()) (void)connection_.Connect(GUID_DEVINTERFACE_QVSAMPLE, 0);
         if (connection_.IsConnected()) RestoreDefaults();
     }
 
