@@ -39,15 +39,20 @@ public:
     /// The same; not null.
     BasicCompactText(const Char* aText) : BasicCompactText(View(aText)) {}
 
+    /// Without a copy.
     operator View() const { return View(c_str(), size()); }
+    /// A copy.
     operator String() const { return String(View(*this)); }
 
     // NOLINTEND(google-explicit-constructor)
 
+    /// Copies the text.
     BasicCompactText(const BasicCompactText& aOther) : BasicCompactText(View(aOther)) {}
+    /// Leaves the other text empty.
     BasicCompactText(BasicCompactText&&) noexcept = default;
     ~BasicCompactText() = default;
 
+    /// Copies or moves the text.
     BasicCompactText& operator=(BasicCompactText aOther) noexcept {
         block_ = std::move(aOther.block_);
         return *this;
@@ -63,11 +68,16 @@ public:
         if (block_ != nullptr) std::memcpy(&length, block_.get(), sizeof length);
         return length;
     }
+    /// Whether it has no characters.
     bool empty() const { return block_ == nullptr; }
+    /// Negative, 0 or positive, in the order of the characters.
     int compare(View aOther) const { return View(*this).compare(aOther); }
 
+    /// Whether the characters are the same.
     friend bool operator==(View aLeft, View aRight) { return aLeft.compare(aRight) == 0; }
+    /// The opposite.
     friend bool operator!=(View aLeft, View aRight) { return aLeft.compare(aRight) != 0; }
+    /// One text behind the other.
     friend String operator+(View aLeft, View aRight) { return String(aLeft).append(aRight); }
 
 private:

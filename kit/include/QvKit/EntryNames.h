@@ -22,20 +22,25 @@ public:
     /// From one name to the next.
     class Iterator {
     public:
-        using iterator_category = std::input_iterator_tag;
-        using value_type = std::string_view;
-        using difference_type = std::ptrdiff_t;
-        using pointer = const std::string_view*;
-        using reference = std::string_view;
+        using iterator_category = std::input_iterator_tag;  ///< What the standard asks for.
+        using value_type = std::string_view;                ///< The same.
+        using difference_type = std::ptrdiff_t;             ///< The same.
+        using pointer = const std::string_view*;            ///< The same.
+        using reference = std::string_view;                 ///< The same.
 
+        /// At this name, which belongs to the names.
         explicit Iterator(const char* aName) : name_(aName) {}
 
+        /// The name, which belongs to the names.
         std::string_view operator*() const { return name_; }
+        /// On to the next name.
         Iterator& operator++() {
             name_ += (**this).size() + 1;
             return *this;
         }
+        /// Whether both are at the same name.
         bool operator==(const Iterator& aOther) const { return name_ == aOther.name_; }
+        /// The opposite.
         bool operator!=(const Iterator& aOther) const { return name_ != aOther.name_; }
 
     private:
@@ -56,8 +61,11 @@ public:
 
     // As those of a standard container.
 
+    /// At the first name.
     Iterator begin() const { return Iterator(all_.c_str()); }
+    /// Behind the last one.
     Iterator end() const { return Iterator(all_.c_str() + all_.size()); }
+    /// How many names there are.
     std::size_t size() const { return static_cast<std::size_t>(std::distance(begin(), end())); }
 
     /// The name of this entry; empty when there is none.
@@ -67,7 +75,9 @@ public:
         return name == end() ? std::string_view() : *name;
     }
 
+    /// Whether the names are the same, in the same order.
     bool operator==(const EntryNames& aOther) const { return all_ == aOther.all_; }
+    /// The opposite.
     bool operator!=(const EntryNames& aOther) const { return all_ != aOther.all_; }
 
 private:
