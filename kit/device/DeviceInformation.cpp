@@ -39,70 +39,80 @@ public:
     Reader(const DeviceRecords& aRecords, std::wstring aId)
         : records_(aRecords), id_(std::move(aId)) {}
 
-    std::string Text(DWORD aProperty) const {
-        return ToUtf8(TextIn(records_.ReadOld(id_, aProperty)));
-    }
-
-    std::vector<std::string> Texts(DWORD aProperty) const {
-        std::vector<std::string> texts;
-        for (const std::wstring& text : TextsIn(records_.ReadOld(id_, aProperty)))
-            texts.push_back(ToUtf8(text));
-        return texts;
-    }
-
-    DriverInformation ReadDriver() const {
-        DriverInformation driver;
-        const std::wstring service = TextIn(records_.ReadOld(id_, SPDRP_SERVICE));
-        FileVersion file;
-        if (!service.empty()) {
-            const std::wstring path = records_.FindDriverFile(service);
-            driver.service = ToUtf8(service);
-            driver.file = ToUtf8(path);
-            if (!path.empty()) file = records_.ReadVersion(path);
-        }
-        driver.provider = First(DriverText(kDriverProvider, L"ProviderName"), file.company);
-        driver.version = First(DriverText(kDriverVersion, L"DriverVersion"), file.version);
-        driver.date = First(DateIn(records_.ReadNew(id_, kDriverDate)),
-                            DateIn(records_.ReadDriverValue(id_, L"DriverDateData")));
-        return driver;
-    }
+    std::string Text(DWORD aProperty) const;
+    std::vector<std::string> Texts(DWORD aProperty) const;
+    DriverInformation ReadDriver() const;
 
     // The tree is less deep than this, unless it is damaged.
-    std::vector<std::string> ReadParents() const {
-        constexpr std::size_t kMost = 64;
-        std::vector<std::string> parents;
-        for (std::wstring id = ParentOf(id_); !id.empty() && parents.size() < kMost;
-             id = ParentOf(id)) {
-            const std::string parent = ToUtf8(id);
-            if (std::find(parents.begin(), parents.end(), parent) != parents.end()) break;
-            parents.push_back(parent);
-        }
-        return parents;
-    }
-
-    std::optional<unsigned long> ReadProblem() const {
-        std::optional<unsigned long> problem = NumberIn(records_.ReadNew(id_, kProblemCode));
-        if (!problem) {
-            const std::optional<NodeStatus> status = records_.ReadStatus(id_);
-            if (status) problem = status->problem;
-        }
-        return problem && *problem != 0 ? problem : std::nullopt;
-    }
+    std::vector<std::string> ReadParents() const;
+    std::optional<unsigned long> ReadProblem() const;
 
 private:
-    std::string DriverText(const DEVPROPKEY& aKey, const wchar_t* aValue) const {
-        return First(ToUtf8(TextIn(records_.ReadNew(id_, aKey))),
-                     ToUtf8(TextIn(records_.ReadDriverValue(id_, aValue))));
-    }
-
-    std::wstring ParentOf(const std::wstring& aId) const {
-        const std::wstring parent = TextIn(records_.ReadNew(aId, kParent));
-        return parent.empty() ? records_.FindParent(aId) : parent;
-    }
+    std::string DriverText(const DEVPROPKEY& aKey, const wchar_t* aValue) const;
+    std::wstring ParentOf(const std::wstring& aId) const;
 
     const DeviceRecords& records_;
     const std::wstring id_;
 };
+
+std::string Reader::Text(DWORD aProperty) const {
+    return ToUtf8(TextIn(records_.ReadOld(id_, aProperty)));
+}
+
+std::vector<std::string> Reader::Texts(DWORD aProperty) const {
+    std::vector<std::string> texts;
+    for (const std::wstring& text : TextsIn(records_.ReadOld(id_, aProperty)))
+        texts.push_back(ToUtf8(text));
+    return texts;
+}
+
+DriverInformation Reader::ReadDriver() const {
+    DriverInformation driver;
+    const std::wstring service = TextIn(records_.ReadOld(id_, SPDRP_SERVICE));
+    FileVersion file;
+    if (!service.empty()) {
+        const std::wstring path = records_.FindDriverFile(service);
+        driver.service = ToUtf8(service);
+        driver.file = ToUtf8(path);
+        if (!path.empty()) file = records_.ReadVersion(path);
+    }
+    driver.provider = First(DriverText(kDriverProvider, L"ProviderName"), file.company);
+    driver.version = First(DriverText(kDriverVersion, L"DriverVersion"), file.version);
+    driver.date = First(DateIn(records_.ReadNew(id_, kDriverDate)),
+                        DateIn(records_.ReadDriverValue(id_, L"DriverDateData")));
+    return driver;
+}
+
+std::vector<std::string> Reader::ReadParents() const {
+    constexpr std::size_t kMost = 64;
+    std::vector<std::string> parents;
+    for (std::wstring id = ParentOf(id_); !id.empty() && parents.size() < kMost;
+         id = ParentOf(id)) {
+        const std::string parent = ToUtf8(id);
+        if (std::find(parents.begin(), parents.end(), parent) != parents.end()) break;
+        parents.push_back(parent);
+    }
+    return parents;
+}
+
+std::optional<unsigned long> Reader::ReadProblem() const {
+    std::optional<unsigned long> problem = NumberIn(records_.ReadNew(id_, kProblemCode));
+    if (!problem) {
+        const std::optional<NodeStatus> status = records_.ReadStatus(id_);
+        if (status) problem = status->problem;
+    }
+    return problem && *problem != 0 ? problem : std::nullopt;
+}
+
+std::string Reader::DriverText(const DEVPROPKEY& aKey, const wchar_t* aValue) const {
+    return First(ToUtf8(TextIn(records_.ReadNew(id_, aKey))),
+                 ToUtf8(TextIn(records_.ReadDriverValue(id_, aValue))));
+}
+
+std::wstring Reader::ParentOf(const std::wstring& aId) const {
+    const std::wstring parent = TextIn(records_.ReadNew(aId, kParent));
+    return parent.empty() ? records_.FindParent(aId) : parent;
+}
 
 std::vector<InterfaceInformation> InterfacesOf(const std::wstring& aId,
                                                const std::vector<KnownInterface>& aKnown) {

@@ -34,68 +34,75 @@ struct Model {
 // The lines of an INF, with its strings and directories put in.
 class Inf {
 public:
-    explicit Inf(const std::string& aPath) : path_(FromUtf8(aPath)) {
-        std::error_code error;
-        path_ = std::filesystem::absolute(path_, error);
-        if (!std::filesystem::is_regular_file(path_, error)) {
-            throw SystemError(ErrorKind::SystemFailed, "cannot find '" + aPath + "'",
-                              ERROR_FILE_NOT_FOUND);
-        }
-        handle_.Reset(::SetupOpenInfFileW(path_.c_str(), nullptr, INF_STYLE_WIN4, nullptr));
-        const DWORD code = ::GetLastError();
-        if (!handle_.IsValid())
-            throw SystemError(ErrorKind::WrongUse, "'" + aPath + "' is not an INF", code);
-    }
+    explicit Inf(const std::string& aPath);
 
     HINF Get() const { return handle_.Get(); }
     const std::filesystem::path& GetPath() const { return path_; }
 
     // The lines of a section; those with a key, if one is given.
-    std::vector<Fields> GetLines(const std::wstring& aSection,
-                                 const wchar_t* aKey = nullptr) const {
-        std::vector<Fields> lines;
-        INFCONTEXT line;
-        BOOL found = ::SetupFindFirstLineW(handle_.Get(), aSection.c_str(), aKey, &line);
-        while (found) {
-            lines.push_back(FieldsOf(line));
-            found = aKey == nullptr ? ::SetupFindNextLine(&line, &line)
-                                    : ::SetupFindNextMatchLineW(&line, aKey, &line);
-        }
-        return lines;
-    }
+    std::vector<Fields> GetLines(const std::wstring& aSection, const wchar_t* aKey = nullptr) const;
 
     // The first value of an entry that the INF has to have.
-    std::wstring GetValue(const std::wstring& aSection, const wchar_t* aKey) const {
-        const std::vector<Fields> lines = GetLines(aSection, aKey);
-        if (lines.empty() || lines[0].size() < 2 || lines[0][1].empty())
-            throw Lacks(aSection, aKey);
-        return lines[0][1];
-    }
-
-    Error Lacks(const std::wstring& aSection, const wchar_t* aKey) const {
-        return Error(ErrorKind::SystemFailed,
-                     GetText() + " has no " + ToUtf8(aKey) + " in [" + ToUtf8(aSection) + "]");
-    }
+    std::wstring GetValue(const std::wstring& aSection, const wchar_t* aKey) const;
+    Error Lacks(const std::wstring& aSection, const wchar_t* aKey) const;
 
     // Its path for messages.
     std::string GetText() const { return "'" + ToUtf8(path_.wstring()) + "'"; }
 
 private:
-    static Fields FieldsOf(INFCONTEXT& aLine) {
-        Fields fields;
-        const DWORD count = ::SetupGetFieldCount(&aLine);
-        for (DWORD i = 0; i <= count; ++i) {
-            wchar_t text[MAX_INF_STRING_LENGTH] = {};
-            // A line may have no key; a field without text is empty.
-            (void)::SetupGetStringFieldW(&aLine, i, text, MAX_INF_STRING_LENGTH, nullptr);
-            fields.emplace_back(text);
-        }
-        return fields;
-    }
+    static Fields FieldsOf(INFCONTEXT& aLine);
 
     std::filesystem::path path_;
     UniqueInf handle_;
 };
+
+Inf::Inf(const std::string& aPath) : path_(FromUtf8(aPath)) {
+    std::error_code error;
+    path_ = std::filesystem::absolute(path_, error);
+    if (!std::filesystem::is_regular_file(path_, error)) {
+        throw SystemError(ErrorKind::SystemFailed, "cannot find '" + aPath + "'",
+                          ERROR_FILE_NOT_FOUND);
+    }
+    handle_.Reset(::SetupOpenInfFileW(path_.c_str(), nullptr, INF_STYLE_WIN4, nullptr));
+    const DWORD code = ::GetLastError();
+    if (!handle_.IsValid())
+        throw SystemError(ErrorKind::WrongUse, "'" + aPath + "' is not an INF", code);
+}
+
+std::vector<Fields> Inf::GetLines(const std::wstring& aSection, const wchar_t* aKey) const {
+    std::vector<Fields> lines;
+    INFCONTEXT line;
+    BOOL found = ::SetupFindFirstLineW(handle_.Get(), aSection.c_str(), aKey, &line);
+    while (found) {
+        lines.push_back(FieldsOf(line));
+        found = aKey == nullptr ? ::SetupFindNextLine(&line, &line)
+                                : ::SetupFindNextMatchLineW(&line, aKey, &line);
+    }
+    return lines;
+}
+
+std::wstring Inf::GetValue(const std::wstring& aSection, const wchar_t* aKey) const {
+    const std::vector<Fields> lines = GetLines(aSection, aKey);
+    if (lines.empty() || lines[0].size() < 2 || lines[0][1].empty()) throw Lacks(aSection, aKey);
+    return lines[0][1];
+}
+
+Error Inf::Lacks(const std::wstring& aSection, const wchar_t* aKey) const {
+    return Error(ErrorKind::SystemFailed,
+                 GetText() + " has no " + ToUtf8(aKey) + " in [" + ToUtf8(aSection) + "]");
+}
+
+Fields Inf::FieldsOf(INFCONTEXT& aLine) {
+    Fields fields;
+    const DWORD count = ::SetupGetFieldCount(&aLine);
+    for (DWORD i = 0; i <= count; ++i) {
+        wchar_t text[MAX_INF_STRING_LENGTH] = {};
+        // A line may have no key; a field without text is empty.
+        (void)::SetupGetStringFieldW(&aLine, i, text, MAX_INF_STRING_LENGTH, nullptr);
+        fields.emplace_back(text);
+    }
+    return fields;
+}
 
 // The sections with the devices of 64-bit systems: NAME.NTamd64… for "maker = NAME,NTamd64…", or
 // NAME for "maker = NAME".

@@ -65,25 +65,12 @@ public:
         : document_(aDocument), begin_(aText.data()), end_(begin_ + aText.size()), last_(begin_) {}
 
     // The root. Throws `Error`.
-    JsonNode Build() {
-        nlohmann::json::sax_parse(PlacedIterator(begin_, &last_), PlacedIterator(end_, &last_),
-                                  this);
-        return std::move(root_);
-    }
-
+    JsonNode Build();
     bool null() override { return Add(JsonNode::Null); }
     bool boolean(bool) override { return Add(JsonNode::Boolean); }
-    bool number_integer(number_integer_t aNumber) override {
-        return Add(JsonNode::Number, std::string(), aNumber);
-    }
-    bool number_unsigned(number_unsigned_t aNumber) override {
-        constexpr auto kLargest = std::numeric_limits<long long>::max();
-        if (aNumber > static_cast<number_unsigned_t>(kLargest)) return Add(JsonNode::OtherNumber);
-        return Add(JsonNode::Number, std::string(), static_cast<long long>(aNumber));
-    }
-    bool number_float(number_float_t, const string_t&) override {
-        return Add(JsonNode::OtherNumber);
-    }
+    bool number_integer(number_integer_t aNumber) override;
+    bool number_unsigned(number_unsigned_t aNumber) override;
+    bool number_float(number_float_t, const string_t&) override;
     bool string(string_t& aText) override { return Add(JsonNode::Text, std::move(aText)); }
     bool binary(binary_t&) override { return false; }  // JSON has none.
     bool start_object(std::size_t) override { return Open(JsonNode::Object); }
@@ -91,75 +78,18 @@ public:
     bool end_object() override { return Close(); }
     bool end_array() override { return Close(); }
 
-    bool key(string_t& aName) override {
-        const std::size_t offset = TakeOffset();
-        JsonNode& object = open_.back();
-        if (object.Find(aName) != nullptr) {
-            throw document_.Refuse(offset, Quote(aName) + " is there a second time");
-        }
-        if (object.children.size() == kMostMembers) {
-            throw document_.Refuse(offset, "an object has too many members");
-        }
-        // Growing step by step takes "Loading a profile of 10000" in the benchmark table 5 times as
-        // long: Wine's heap then searches long lists.
-        if (object.children.empty()) object.children.reserve(kUsualMembers);
-        name_ = std::move(aName);
-        return true;
-    }
-
+    bool key(string_t& aName) override;
     bool parse_error(std::size_t aPosition, const std::string&,
-                     const nlohmann::detail::exception& aError) override {
-        const auto size = static_cast<std::size_t>(end_ - begin_);
-        const std::size_t offset = std::min(aPosition > 0 ? aPosition - 1 : 0, size);
-        throw document_.Refuse(offset, PlainReason(aError.what()));
-    }
+                     const nlohmann::detail::exception& aError) override;
 
 private:
     // Where the present token begins: after the last one, white space and separators.
-    std::size_t TakeOffset() {
-        constexpr std::string_view kBetween = " \t\r\n,:]}";
-        const char* at = begin_ + ended_;
-        while (at < last_ && kBetween.find(*at) != std::string_view::npos) ++at;
-        ended_ = static_cast<std::size_t>(last_ - begin_);
-        return static_cast<std::size_t>(at - begin_);
-    }
-
-    JsonNode Make(JsonNode::Kind aKind) {
-        JsonNode node;
-        node.kind = aKind;
-        node.offset = TakeOffset();
-        node.name = std::exchange(name_, std::string());
-        if (++count_ > JsonDocument::kMostValues)
-            throw document_.Refuse(node.offset, "there are too many values");
-        return node;
-    }
-
-    bool Add(JsonNode::Kind aKind, std::string aText = std::string(), long long aNumber = 0) {
-        JsonNode node = Make(aKind);
-        node.text = std::move(aText);
-        node.number = aNumber;
-        return Put(std::move(node));
-    }
-
-    bool Open(JsonNode::Kind aKind) {
-        open_.push_back(Make(aKind));
-        if (open_.size() > kMostLevels) {
-            throw document_.Refuse(open_.back().offset, "it is nested too deeply");
-        }
-        return true;
-    }
-
-    bool Close() {
-        (void)TakeOffset();  // The next token begins after this bracket.
-        JsonNode node = std::move(open_.back());
-        open_.pop_back();
-        return Put(std::move(node));
-    }
-
-    bool Put(JsonNode aNode) {
-        (open_.empty() ? root_ : open_.back().children.emplace_back()) = std::move(aNode);
-        return true;
-    }
+    std::size_t TakeOffset();
+    JsonNode Make(JsonNode::Kind aKind);
+    bool Add(JsonNode::Kind aKind, std::string aText = std::string(), long long aNumber = 0);
+    bool Open(JsonNode::Kind aKind);
+    bool Close();
+    bool Put(JsonNode aNode);
 
     const JsonDocument& document_;
     const char* const begin_;
@@ -171,6 +101,93 @@ private:
     std::vector<JsonNode> open_;
     JsonNode root_;
 };
+
+JsonNode NodeBuilder::Build() {
+    nlohmann::json::sax_parse(PlacedIterator(begin_, &last_), PlacedIterator(end_, &last_), this);
+    return std::move(root_);
+}
+
+bool NodeBuilder::number_integer(number_integer_t aNumber) {
+    return Add(JsonNode::Number, std::string(), aNumber);
+}
+
+bool NodeBuilder::number_unsigned(number_unsigned_t aNumber) {
+    constexpr auto kLargest = std::numeric_limits<long long>::max();
+    if (aNumber > static_cast<number_unsigned_t>(kLargest)) return Add(JsonNode::OtherNumber);
+    return Add(JsonNode::Number, std::string(), static_cast<long long>(aNumber));
+}
+
+bool NodeBuilder::number_float(number_float_t, const string_t&) {
+    return Add(JsonNode::OtherNumber);
+}
+
+bool NodeBuilder::key(string_t& aName) {
+    const std::size_t offset = TakeOffset();
+    JsonNode& object = open_.back();
+    if (object.Find(aName) != nullptr) {
+        throw document_.Refuse(offset, Quote(aName) + " is there a second time");
+    }
+    if (object.children.size() == kMostMembers) {
+        throw document_.Refuse(offset, "an object has too many members");
+    }
+    // Growing step by step takes "Loading a profile of 10000" in the benchmark table 5 times as
+    // long: Wine's heap then searches long lists.
+    if (object.children.empty()) object.children.reserve(kUsualMembers);
+    name_ = std::move(aName);
+    return true;
+}
+
+bool NodeBuilder::parse_error(std::size_t aPosition, const std::string&,
+                              const nlohmann::detail::exception& aError) {
+    const auto size = static_cast<std::size_t>(end_ - begin_);
+    const std::size_t offset = std::min(aPosition > 0 ? aPosition - 1 : 0, size);
+    throw document_.Refuse(offset, PlainReason(aError.what()));
+}
+
+std::size_t NodeBuilder::TakeOffset() {
+    constexpr std::string_view kBetween = " \t\r\n,:]}";
+    const char* at = begin_ + ended_;
+    while (at < last_ && kBetween.find(*at) != std::string_view::npos) ++at;
+    ended_ = static_cast<std::size_t>(last_ - begin_);
+    return static_cast<std::size_t>(at - begin_);
+}
+
+JsonNode NodeBuilder::Make(JsonNode::Kind aKind) {
+    JsonNode node;
+    node.kind = aKind;
+    node.offset = TakeOffset();
+    node.name = std::exchange(name_, std::string());
+    if (++count_ > JsonDocument::kMostValues)
+        throw document_.Refuse(node.offset, "there are too many values");
+    return node;
+}
+
+bool NodeBuilder::Add(JsonNode::Kind aKind, std::string aText, long long aNumber) {
+    JsonNode node = Make(aKind);
+    node.text = std::move(aText);
+    node.number = aNumber;
+    return Put(std::move(node));
+}
+
+bool NodeBuilder::Open(JsonNode::Kind aKind) {
+    open_.push_back(Make(aKind));
+    if (open_.size() > kMostLevels) {
+        throw document_.Refuse(open_.back().offset, "it is nested too deeply");
+    }
+    return true;
+}
+
+bool NodeBuilder::Close() {
+    (void)TakeOffset();  // The next token begins after this bracket.
+    JsonNode node = std::move(open_.back());
+    open_.pop_back();
+    return Put(std::move(node));
+}
+
+bool NodeBuilder::Put(JsonNode aNode) {
+    (open_.empty() ? root_ : open_.back().children.emplace_back()) = std::move(aNode);
+    return true;
+}
 
 }  // namespace
 

@@ -65,56 +65,12 @@ public:
     ProfileChange(const Profile& aProfile, const Snapshot& aDevice, Change& aChange)
         : profile_(aProfile), device_(aDevice), change_(aChange) {}
 
-    ProfileRest Apply(const ProfileChoice& aChoice) {
-        CheckNames(aChoice.only);
-        for (const SavedSetting& saved : profile_.settings) {
-            const auto& only = aChoice.only;
-            const bool isChosen =
-                only.empty() || std::find(only.begin(), only.end(), saved.name) != only.end();
-            if (isChosen) ApplyOne(saved, aChoice.isMissingIgnored);
-        }
-        if (!refusals_.empty()) throw Error(std::move(refusals_), "nothing was sent");
-        return std::move(rest_);
-    }
+    ProfileRest Apply(const ProfileChoice& aChoice);
 
 private:
-    void CheckNames(const std::vector<std::string>& aNames) {
-        std::vector<std::string> known;
-        known.reserve(profile_.settings.size());
-        for (const SavedSetting& saved : profile_.settings) known.push_back(saved.name);
-        for (const std::string& name : aNames) {
-            if (std::find(known.begin(), known.end(), name) != known.end()) continue;
-            const std::string nearest = FindNearestWord(name, known);
-            refusals_.push_back(Refusal{name, std::nullopt, "The profile does not have it",
-                                        nearest.empty() ? nearest : "did you mean " + nearest + "?",
-                                        static_cast<unsigned long>(Code::NotFound)});
-        }
-    }
-
-    void ApplyOne(const SavedSetting& aSaved, bool aIsMissingIgnored) {
-        const Setting* const setting = device_.Find(aSaved.name);
-        if (setting == nullptr && aIsMissingIgnored) {
-            rest_.missing.push_back(aSaved.name);
-        } else if (setting == nullptr) {
-            Add(RefuseMissing(aSaved, device_), aSaved);
-        } else if (setting->isReadOnly) {
-            rest_.readOnly.push_back(aSaved.name);
-        } else if (Refused refused = Check(aSaved, *setting)) {
-            Add(std::move(*refused), aSaved);
-        } else {
-            change_.Set(aSaved.name, aSaved.ToText());
-            const auto& refusal = change_.GetEdits().back().refusal;
-            if (refusal) Add(*refusal, aSaved);
-        }
-    }
-
-    void Add(Refusal aRefusal, const SavedSetting& aSaved) {
-        if (aSaved.line > 0) {
-            if (!aRefusal.hint.empty()) aRefusal.hint += "; ";
-            aRefusal.hint += "line " + std::to_string(aSaved.line);
-        }
-        refusals_.push_back(std::move(aRefusal));
-    }
+    void CheckNames(const std::vector<std::string>& aNames);
+    void ApplyOne(const SavedSetting& aSaved, bool aIsMissingIgnored);
+    void Add(Refusal aRefusal, const SavedSetting& aSaved);
 
     const Profile& profile_;
     const Snapshot& device_;
@@ -122,6 +78,56 @@ private:
     ProfileRest rest_;
     std::vector<Refusal> refusals_;
 };
+
+ProfileRest ProfileChange::Apply(const ProfileChoice& aChoice) {
+    CheckNames(aChoice.only);
+    for (const SavedSetting& saved : profile_.settings) {
+        const auto& only = aChoice.only;
+        const bool isChosen =
+            only.empty() || std::find(only.begin(), only.end(), saved.name) != only.end();
+        if (isChosen) ApplyOne(saved, aChoice.isMissingIgnored);
+    }
+    if (!refusals_.empty()) throw Error(std::move(refusals_), "nothing was sent");
+    return std::move(rest_);
+}
+
+void ProfileChange::CheckNames(const std::vector<std::string>& aNames) {
+    std::vector<std::string> known;
+    known.reserve(profile_.settings.size());
+    for (const SavedSetting& saved : profile_.settings) known.push_back(saved.name);
+    for (const std::string& name : aNames) {
+        if (std::find(known.begin(), known.end(), name) != known.end()) continue;
+        const std::string nearest = FindNearestWord(name, known);
+        refusals_.push_back(Refusal{name, std::nullopt, "The profile does not have it",
+                                    nearest.empty() ? nearest : "did you mean " + nearest + "?",
+                                    static_cast<unsigned long>(Code::NotFound)});
+    }
+}
+
+void ProfileChange::ApplyOne(const SavedSetting& aSaved, bool aIsMissingIgnored) {
+    const Setting* const setting = device_.Find(aSaved.name);
+    if (setting == nullptr && aIsMissingIgnored) {
+        rest_.missing.push_back(aSaved.name);
+    } else if (setting == nullptr) {
+        Add(RefuseMissing(aSaved, device_), aSaved);
+    } else if (setting->isReadOnly) {
+        rest_.readOnly.push_back(aSaved.name);
+    } else if (Refused refused = Check(aSaved, *setting)) {
+        Add(std::move(*refused), aSaved);
+    } else {
+        change_.Set(aSaved.name, aSaved.ToText());
+        const auto& refusal = change_.GetEdits().back().refusal;
+        if (refusal) Add(*refusal, aSaved);
+    }
+}
+
+void ProfileChange::Add(Refusal aRefusal, const SavedSetting& aSaved) {
+    if (aSaved.line > 0) {
+        if (!aRefusal.hint.empty()) aRefusal.hint += "; ";
+        aRefusal.hint += "line " + std::to_string(aSaved.line);
+    }
+    refusals_.push_back(std::move(aRefusal));
+}
 
 }  // namespace
 

@@ -99,10 +99,11 @@ bool ProfileKeeper::State::IsDone(NewDevice& aNew) {
         Report(Apply(device, parameters));
         return true;
     } catch (const Error& error) {
-        aNew.error = error;
+        TryUntilDone([&] { aNew.error = error; });
     } catch (const std::bad_alloc&) {
         // What was changed before is changed again.
-        aNew.error = Error(ErrorKind::SystemFailed, "there is not enough memory");
+        TryUntilDone(
+            [&] { aNew.error = Error(ErrorKind::SystemFailed, "there is not enough memory"); });
     }
     if (aNew.time.GetTime() < options.patience) return false;
     GiveUp(aNew);
