@@ -69,8 +69,8 @@ function(qv_instrument_target target)
         )
     endif()
     get_target_property(type ${target} TYPE)
-    if(QV_COVERAGE AND (type MATCHES "^(SHARED|OBJECT)_LIBRARY$" OR target MATCHES
-                                                                      "^(QvKit|QvctlParts)$"))
+    set(static_libraries QvKit QvctlParts)
+    if(QV_COVERAGE AND (type MATCHES "^(SHARED|OBJECT)_LIBRARY$" OR target IN_LIST static_libraries))
         # Atomically: several threads count.
         target_compile_options(
             ${target} PRIVATE $<$<COMPILE_LANGUAGE:C,CXX>:--coverage

@@ -23,7 +23,7 @@
 #include "ToolProcess.h"
 #include "commandline/ArgumentValues.h"
 #include "commandline/Arguments.h"
-#include "commandline/BytesOption.h"
+#include "commandline/BytesArgument.h"
 #include "commandline/CommandLine.h"
 #include "kit/KitTestSupport.h"
 #include "output/Assignment.h"
@@ -67,7 +67,7 @@ TEST(QvctlHexDumpTest, LinesHaveOffsetsBytesAndCharacters) {
     EXPECT_EQ("", Qvctl::HexDump({}));
 }
 
-TEST(QvctlBytesOptionTest, PairsOfDigitsAreBytes) {
+TEST(QvctlBytesArgumentTest, PairsOfDigitsAreBytes) {
     EXPECT_THAT(Qvctl::ParseHex("00 fFA0  7f "), ElementsAre(0x00, 0xFF, 0xA0, 0x7F));
     EXPECT_THAT(Qvctl::ParseHex(""), IsEmpty());
     for (const char* text : {"0", "00 1", "0 0", "0g", "g0", "0x00", "00-00", "\xC3\xA4"}) {
@@ -77,7 +77,7 @@ TEST(QvctlBytesOptionTest, PairsOfDigitsAreBytes) {
     }
 }
 
-TEST(QvctlBytesOptionTest, StandardInputIsReadToItsEnd) {
+TEST(QvctlBytesArgumentTest, StandardInputIsReadToItsEnd) {
     QvTests::Pipe pipe;
     DWORD written = 0;
     EXPECT_TRUE(::WriteFile(pipe.WriteEnd(), "a\r\n\x1A\0b", 6, &written, nullptr));

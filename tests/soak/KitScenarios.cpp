@@ -140,6 +140,12 @@ void SaveProfile(Attempt& aAttempt) {
     EXPECT_EQ(1, std::distance(begin(files), end(files))) << "a file is left behind";
 }
 
+// The label is the new one, or the former one after a failure.
+void ExpectWholeLabel(const Attempt& aAttempt) {
+    const std::string label = TextOf(Load(), "Label");
+    EXPECT_TRUE(label == kLabel || (label == kFormerLabel && !aAttempt.HasSucceeded())) << label;
+}
+
 void LoadProfile(Attempt& aAttempt) {
     const TemporaryDirectory directory;
     const std::string path = directory.File("device.json");
@@ -156,8 +162,7 @@ void LoadProfile(Attempt& aAttempt) {
         return true;
     });
 
-    const std::string label = TextOf(Load(), "Label");
-    EXPECT_TRUE(label == kLabel || (label == kFormerLabel && !aAttempt.HasSucceeded())) << label;
+    ExpectWholeLabel(aAttempt);
 }
 
 void StreamPackets(Attempt& aAttempt) {
@@ -310,7 +315,7 @@ void Keep(Attempt& aAttempt) {
         return true;
     });
 
-    EXPECT_EQ(aAttempt.HasSucceeded() ? kLabel : TextOf(Load(), "Label"), TextOf(Load(), "Label"));
+    ExpectWholeLabel(aAttempt);
 }
 
 void Inform(Attempt& aAttempt) {

@@ -7,7 +7,6 @@
 #define QVCTL_COMMANDLINE_DURATION_H
 
 #include <chrono>
-
 #include <string>
 
 namespace Qvctl {

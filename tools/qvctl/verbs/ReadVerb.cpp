@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 #include "commandline/ArgumentValues.h"
-#include "commandline/BytesOption.h"
+#include "commandline/BytesArgument.h"
 #include "verbs/RawRun.h"
 #include "verbs/Verb.h"
 

@@ -9,7 +9,7 @@
 #include "QvKit/Guid.h"
 #include "QvKit/StreamReader.h"
 #include "commandline/ArgumentValues.h"
-#include "commandline/BytesOption.h"
+#include "commandline/BytesArgument.h"
 #include "commandline/Duration.h"
 #include "output/ErrorReport.h"
 #include "output/OutFile.h"

@@ -3,7 +3,7 @@
 
 #include "QvKit/FileSender.h"
 #include "commandline/ArgumentValues.h"
-#include "commandline/BytesOption.h"
+#include "commandline/BytesArgument.h"
 #include "output/ErrorReport.h"
 #include "verbs/RawRun.h"
 #include "verbs/TransferReport.h"

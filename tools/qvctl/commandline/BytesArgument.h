@@ -3,11 +3,10 @@
 
 // Bytes as the user gives them: in hexadecimal, in a file, or on standard input.
 
-#ifndef QVCTL_COMMANDLINE_BYTESOPTION_H
-#define QVCTL_COMMANDLINE_BYTESOPTION_H
+#ifndef QVCTL_COMMANDLINE_BYTESARGUMENT_H
+#define QVCTL_COMMANDLINE_BYTESARGUMENT_H
 
 #include <cstdint>
-
 #include <string>
 #include <vector>
 

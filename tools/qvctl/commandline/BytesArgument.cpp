@@ -1,7 +1,7 @@
 // Copyright (c) 2026 QvUserLib contributors
 // SPDX-License-Identifier: MIT
 
-#include "commandline/BytesOption.h"
+#include "commandline/BytesArgument.h"
 
 #include <algorithm>
 
