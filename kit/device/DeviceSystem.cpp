@@ -50,11 +50,16 @@ DeviceDescription DescribeDevice(const DeviceInterface& aInterface) {
                 "the system has no device for '" + ToUtf8(aInterface.path) + "'");
 }
 
-template <typename Function>
-Function FindFunction(const char* aName) {
+// Null when this Windows has no such function.
+FARPROC FindAddress(const char* aName) {
     // It stays loaded: notifications need it until the process ends.
     static const HMODULE manager = ::LoadLibraryW(L"cfgmgr32.dll");
-    const FARPROC function = manager == nullptr ? nullptr : ::GetProcAddress(manager, aName);
+    return manager == nullptr ? nullptr : ::GetProcAddress(manager, aName);
+}
+
+template <typename Function>
+Function FindFunction(const char* aName) {
+    const FARPROC function = FindAddress(aName);
     Function typed = nullptr;
     static_assert(sizeof typed == sizeof function);
     std::memcpy(&typed, &function, sizeof typed);

@@ -175,9 +175,14 @@ inline Outcome RunPath(const std::wstring& aPath, const std::vector<std::string>
     startup.hStdError = err.GetHandle();
     PROCESS_INFORMATION information = {};
     Outcome outcome;
-    if (!::CreateProcessW(aPath.c_str(), commandLine.data(), nullptr, nullptr,
-                          /*bInheritHandles=*/TRUE, CREATE_SUSPENDED, nullptr, nullptr, &startup,
-                          &information)) {
+    BOOL isStarted = FALSE;
+    // Once in some thousand times Wine does not start a program.
+    for (int attempt = 0; attempt < 2 && !isStarted; ++attempt) {
+        isStarted = ::CreateProcessW(aPath.c_str(), commandLine.data(), nullptr, nullptr,
+                                     /*bInheritHandles=*/TRUE, CREATE_SUSPENDED, nullptr, nullptr,
+                                     &startup, &information);
+    }
+    if (!isStarted) {
         ADD_FAILURE() << "the program does not start: " << ::GetLastError();
         return outcome;
     }
