@@ -19,12 +19,25 @@ function(qv_configure_compilation target)
             ${target}
             PRIVATE -Wall -Wextra $<$<BOOL:${QV_WARNINGS_AS_ERRORS}>:-Werror>
                     -fstack-protector-strong
+                    # The compiler looks for memory to free only when it has a GB: a twelfth faster.
+                    $<$<COMPILE_LANG_AND_ID:CXX,GNU>:--param=ggc-min-heapsize=1000000>
         )
         target_compile_definitions(
             ${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>
         )
     endif()
     qv_instrument_target(${target})
+endfunction()
+
+# qv_precompile_headers(TARGET HEADER…): parses these headers and those that most of our sources
+# include only once. Sources include all that they use nevertheless: the presets mingw-ubsan and
+# mingw-clang compile them without this.
+function(qv_precompile_headers target)
+    target_precompile_headers(
+        ${target} PRIVATE ${PROJECT_SOURCE_DIR}/base/src/WindowsApi.h ${ARGN} <algorithm> <chrono>
+        <condition_variable> <cstdint> <functional> <map> <memory> <mutex> <optional> <string>
+        <string_view> <thread> <vector>
+    )
 endfunction()
 
 # qv_link_image(TARGET): how GNU and LLVM linkers lay out our images. In a build that is delivered

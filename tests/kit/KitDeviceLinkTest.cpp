@@ -209,10 +209,11 @@ TEST_F(KitDeviceLinkTest, AStoppedLinkHasNoDevice) {
 }
 
 TEST_F(KitDeviceLinkTest, TheListenerMayDestroyTheLink) {
+    const auto alive = std::make_shared<int>();
     const PipeDevice device(system_);
     link_ = std::make_unique<DeviceLink>(
         kScriptedClass, DeviceIdentity::ByInstancePath("ROOT\\A\\0000"),
-        [this](const std::shared_ptr<Device>& aDevice) {
+        [this, alive](const std::shared_ptr<Device>& aDevice) {
             link_.reset();
             recorder_.Add(aDevice->GetAddress().path);
         },
@@ -221,8 +222,8 @@ TEST_F(KitDeviceLinkTest, TheListenerMayDestroyTheLink) {
     link_->Start();
 
     EXPECT_THAT(recorder_.Await(1), ElementsAre(device.Name()));
-    // The link's thread lets go of the device, and then ends.
-    while (device.IsOpen()) std::this_thread::yield();
+    // The link's thread lets go of all that it has, and then ends.
+    while (alive.use_count() > 1) std::this_thread::yield();
     EXPECT_FALSE(device.IsOpen());
 }
 

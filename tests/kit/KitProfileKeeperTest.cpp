@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -218,10 +219,11 @@ TEST_F(KitProfileKeeperTest, TheListenerMayDestroyItsKeeper) {
     const PluggedDevices devices(1);
     const std::wstring path = Widen(devices.GetPaths().at(0));
     const QvKit::StopSignal isDone;
+    const auto alive = std::make_shared<int>();
     std::unique_ptr<ProfileKeeper> keeper;
     keeper = std::make_unique<ProfileKeeper>(
         kScriptedClass, ProfileOf("Gain", "12"), KeepOptions(),
-        [&](const ProfileKeeper::Result&) {
+        [&keeper, &isDone, alive](const ProfileKeeper::Result&) {
             keeper.reset();
             isDone.Request();
         },
@@ -232,6 +234,8 @@ TEST_F(KitProfileKeeperTest, TheListenerMayDestroyItsKeeper) {
 
     EXPECT_TRUE(isDone.WaitFor(QvKit::kNoLimit));
     EXPECT_EQ(nullptr, keeper);
+    // The keeper's thread lets go of all that it has, and then ends.
+    while (alive.use_count() > 1) std::this_thread::yield();
 }
 
 }  // namespace
