@@ -20,9 +20,14 @@ const DWORD kLimitMs = 100;
 /// Makes the device hold its reads back, or serve them again.
 bool SetSilent(QvUserLib::DeviceConnection& aDevice, bool aIsSilent) {
     QvUserLib::DeviceParameterRepository parameters;
-    return parameters.Connect(&aDevice).IsSuccess() && parameters.ResetDefaults().IsSuccess() &&
-           parameters.GetByID(QV_SAMPLE_ID_FAULT_HOLD)->SetInt(aIsSilent ? 1 : 0).IsSuccess() &&
-           parameters.Apply().IsSuccess();
+    if (parameters.Connect(&aDevice).IsFailure() || parameters.ResetDefaults().IsFailure()) {
+        return false;
+    }
+    // By default it serves them. To set the same value once more would take the change mark away.
+    if (aIsSilent && parameters.GetByID(QV_SAMPLE_ID_FAULT_HOLD)->SetInt(1).IsFailure()) {
+        return false;
+    }
+    return parameters.Apply().IsSuccess();
 }
 
 }  // namespace

@@ -167,6 +167,40 @@ TEST_F(KitProfileKeeperTest, ADeviceThatGoesBeforeTheChangeIsSentIsReportedAsRem
     EXPECT_EQ("Gain -> 12", recorder_.Await(2).at(1));
 }
 
+TEST_F(KitProfileKeeperTest, ADeviceThatHasGoneIsReportedOnce) {
+    KeepOptions options;
+    options.patience = std::chrono::milliseconds(100);
+    Keep(ProfileOf("Gain", "12"), options);
+    system_.Plug(kNowhere);
+
+    system_.Unplug(kNowhere);
+
+    recorder_.Await(1);
+    std::this_thread::sleep_for(3 * options.patience);
+    EXPECT_EQ(1u, recorder_.Get().size());
+}
+
+TEST_F(KitProfileKeeperTest, OptionsOfSendingHold) {
+    const PluggedDevices devices(1);
+    const std::string& path = devices.GetPaths().at(0);
+    const ImportPatch patch("CreateMutexW", &MakeMutex, nullptr);
+    ASSERT_TRUE(patch.IsActive());
+    theBeforeSending = [&] {
+        Device other(QvKit::MakeAddress(path));
+        QvKit::Change change(other.LoadParameters());
+        change.Set("Gain", "7");
+        EXPECT_FALSE(change.Send().error);
+    };
+    KeepOptions options;
+    options.sending.isRefusedIfChanged = true;
+    system_.PlugUnnoticed(Widen(path));
+
+    Keep(ProfileOf("Gain", "12"), options);
+
+    EXPECT_THAT(recorder_.Await(1).at(0), HasSubstr("nothing was sent"));
+    EXPECT_EQ(Value(7LL), GainOf(path));
+}
+
 TEST_F(KitProfileKeeperTest, ADeviceThatTheProfileDoesNotFitDoesNotEndIt) {
     const PluggedDevices devices(1);
     const std::wstring path = Widen(devices.GetPaths().at(0));
@@ -213,6 +247,48 @@ TEST_F(KitProfileKeeperTest, StoppingEndsTheTriesOfADevice) {
     keeper_->Stop();
 
     EXPECT_THAT(recorder_.Get(), IsEmpty());
+}
+
+TEST_F(KitProfileKeeperTest, NoFurtherDeviceIsChangedWhenTheListenerStopsIt) {
+    const PluggedDevices devices(2);
+    for (const std::string& path : devices.GetPaths()) system_.PlugUnnoticed(Widen(path));
+    const Value former = GainOf(devices.GetPaths().at(1));
+    const QvKit::StopSignal isCalled;
+    ProfileKeeper keeper(
+        kScriptedClass, ProfileOf("Gain", "12"), KeepOptions(),
+        [&](const ProfileKeeper::Result& aResult) {
+            recorder_.Add(aResult.device.path);
+            keeper.Stop();
+            isCalled.Request();
+        },
+        system_.Get());
+
+    keeper.Start();
+    ASSERT_TRUE(isCalled.WaitFor(QvKit::kNoLimit));
+    keeper.Stop();
+
+    EXPECT_THAT(recorder_.Get(), ElementsAre(testing::StrCaseEq(devices.GetPaths().at(0))));
+    EXPECT_EQ(former, GainOf(devices.GetPaths().at(1)));
+}
+
+TEST_F(KitProfileKeeperTest, WhatIsStoppedWhileADeviceIsChangedReportsNothing) {
+    const PluggedDevices devices(1);
+    const std::string& path = devices.GetPaths().at(0);
+    const ImportPatch patch("CreateMutexW", &MakeMutex, nullptr);
+    ASSERT_TRUE(patch.IsActive());
+    const QvKit::StopSignal isStopped;
+    theBeforeSending = [&] {
+        keeper_->Stop();  // Does not wait for its own thread.
+        isStopped.Request();
+    };
+    Keep(ProfileOf("Gain", "12"));
+    system_.Plug(Widen(path));
+    ASSERT_TRUE(isStopped.WaitFor(QvKit::kNoLimit));
+
+    keeper_->Stop();  // Waits for the device that is being changed.
+
+    EXPECT_THAT(recorder_.Get(), IsEmpty());
+    EXPECT_EQ(Value(12LL), GainOf(path));
 }
 
 TEST_F(KitProfileKeeperTest, TheListenerMayDestroyItsKeeper) {

@@ -80,7 +80,7 @@ if(QV_PYTHON)
         add_test(NAME ${name} COMMAND ${QV_PYTHON} ${folder}/${script} ${ARGN})
         set_tests_properties(${name} PROPERTIES LABELS ${label} TIMEOUT 60 SKIP_RETURN_CODE 77)
         if(label STREQUAL "device")
-            set_tests_properties(${name} PROPERTIES RESOURCE_LOCK sample-devices)
+            set_tests_properties(${name} PROPERTIES RESOURCE_LOCK sample-devices COST 50)
         endif()
     endfunction()
 

@@ -14,6 +14,7 @@
 #include "QvUserLib/QvUserLib.h"
 #include "SampleDevice.h"
 #include "SamplePackets.h"
+#include "TestScale.h"
 
 namespace QvTests {
 namespace {
@@ -349,6 +350,8 @@ void Digest(Attempt& aAttempt) {
 
 }  // namespace
 
+int MostOfAPlace() { return static_cast<int>(Scaled("QVTEST_FAILURES_OF_A_PLACE", 3)); }
+
 std::vector<Scenario> LibraryScenarios() {
     return {
         {"Connect", &Connect, true},
@@ -357,7 +360,7 @@ std::vector<Scenario> LibraryScenarios() {
         {"Copy", &Copy, true},
         {"Apply", &Apply, false},
         {"Refresh", &Refresh, false},
-        {"Stream", &Stream, false},
+        {"Stream", &Stream, false, MostOfAPlace()},
         {"Transfer", &Transfer, false},
         {"ErrorLog", &OpenErrorLog, false},
         {"Log", &OpenLog, false},

@@ -339,22 +339,22 @@ void ListAll(Attempt& aAttempt) {
 }  // namespace
 
 std::vector<Scenario> KitScenarios() {
-    constexpr int kMostOfAPlace = 8;  // Texts are converted hundreds of times.
+    const int most = MostOfAPlace();
     return {
-        {"KitFind", &Find, true, kMostOfAPlace},
-        {"KitLoad", &OpenAndLoad, true, kMostOfAPlace},
-        {"KitChange", &SendChange, true, kMostOfAPlace},
-        {"KitSaveProfile", &SaveProfile, true, kMostOfAPlace},
-        {"KitLoadProfile", &LoadProfile, true, kMostOfAPlace},
-        {"KitStream", &StreamPackets, true, kMostOfAPlace},
-        {"KitExchange", &Exchange, true, kMostOfAPlace},
-        {"KitSendFile", &SendFile, true, kMostOfAPlace},
-        {"KitSubscribe", &Subscribe, true, kMostOfAPlace},
-        {"KitWatch", &Watch, true, kMostOfAPlace},
-        {"KitLink", &Link, true, kMostOfAPlace},
-        {"KitKeep", &Keep, true, kMostOfAPlace},
-        {"KitInform", &Inform, true, kMostOfAPlace},
-        {"KitList", &ListAll, true, kMostOfAPlace},
+        {"KitFind", &Find, true, most},
+        {"KitLoad", &OpenAndLoad, true, most},
+        {"KitChange", &SendChange, true, most},
+        {"KitSaveProfile", &SaveProfile, true, most},
+        {"KitLoadProfile", &LoadProfile, true, most},
+        {"KitStream", &StreamPackets, true, most},
+        {"KitExchange", &Exchange, true, most},
+        {"KitSendFile", &SendFile, true, most},
+        {"KitSubscribe", &Subscribe, true, most},
+        {"KitWatch", &Watch, true, most},
+        {"KitLink", &Link, true, most},
+        {"KitKeep", &Keep, true, most},
+        {"KitInform", &Inform, true, most},
+        {"KitList", &ListAll, true, most},
     };
 }
 
