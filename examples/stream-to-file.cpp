@@ -16,7 +16,7 @@
 namespace {
 
 const unsigned int kPackets = 1000;
-const unsigned int kPacketBytes = 4096;
+const unsigned int kPacketBytes = 4096;  // The default of PacketSize.
 // One record of the ring stays free, so one request fewer than this is in flight.
 const unsigned int kRecords = 9;
 
@@ -24,7 +24,6 @@ const unsigned int kRecords = 9;
 bool PrepareStream(QvUserLib::DeviceConnection& aDevice) {
     QvUserLib::DeviceParameterRepository parameters;
     return parameters.Connect(&aDevice).IsSuccess() && parameters.ResetDefaults().IsSuccess() &&
-           parameters.GetByID(QV_SAMPLE_ID_PACKET_SIZE)->SetInt(kPacketBytes).IsSuccess() &&
            parameters.GetByID(QV_SAMPLE_ID_PACKET_RATE)->SetInt(0).IsSuccess() &&
            parameters.Apply().IsSuccess();
 }
