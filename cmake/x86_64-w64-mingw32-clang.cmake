@@ -28,10 +28,10 @@ execute_process(
 get_filename_component(qv_runtime ${qv_runtime} DIRECTORY)
 
 # mingw-w64's <intrin.h> includes a header that Clang warns of. The C++ runtime has thread-local
-# variables of the kind that GCC makes.
+# variables of the kind that GCC makes, and sorts with a function that it calls deprecated.
 set(CMAKE_C_FLAGS_INIT "-Wno-#warnings -femulated-tls")
 set(CMAKE_CXX_FLAGS_INIT
-    "${CMAKE_C_FLAGS_INIT} -nostdinc++ -isystem ${qv_runtime}/include/c++ \
+    "${CMAKE_C_FLAGS_INIT} -Wno-deprecated-declarations -nostdinc++ -isystem ${qv_runtime}/include/c++ \
 -isystem ${qv_runtime}/include/c++/x86_64-w64-mingw32 \
 -isystem ${qv_runtime}/include/c++/backward"
 )
