@@ -128,7 +128,7 @@ class Tests:
 
     def set_up(self):
         names = [program.name for program in self.programs]
-        if not run("cmake", "--preset", "mingw", "-DQV_BUILD_GUARDED_TESTS=OFF",
+        if not run("cmake", "--preset", "mingw",
                    f"-DQV_LOG4CXX_ROOT={ROOT}/build/log4cxx/prefix"):
             sys.exit("error: the copy cannot be configured")
         for target in ("QvUserLib", "QvSampleDriver", "qvctl", *names):

@@ -27,7 +27,7 @@ while (($# > 0)); do
     esac
 done
 
-scripts/build.sh mingw
+scripts/build.sh mingw all QvGuardedTests
 logs=$PWD/build/mingw/soak
 rm -rf "$logs"
 mkdir -p "$logs"

@@ -2,9 +2,9 @@
 # Copyright (c) 2026 QvUserLib contributors
 # SPDX-License-Identifier: MIT
 #
-# Builds everything, checks the sources, and runs all tests in Wine: unit tests, the same tests on a
-# guarded heap, and tests on the sample driver.
-# Usage: scripts/test.sh [CTEST OPTION…]      (such as -L unit, -L guarded, or -R Parameter)
+# Builds everything, checks the sources, and runs the tests in Wine: unit tests, and tests on the
+# sample driver. What takes longer is in scripts/test-variants.sh.
+# Usage: scripts/test.sh [CTEST OPTION…]      (such as -L unit, or -R Parameter)
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
