@@ -199,6 +199,7 @@ TEST(KitProfileTest, AMistakeHasItsLineAndColumn) {
     } const cases[] = {
         {"", "line 1, column 1: unexpected end of input; expected '[', '{', or a literal"},
         {"[]", "line 1, column 1: a profile has to be an object"},
+        {"\n\n\n[]", "line 4, column 1: a profile has to be an object"},
         {"{}", "line 1, column 1: 'format' is missing"},
         {"{\"format\": \"x\"}",
          "line 1, column 12: it is no profile, whose 'format' is \"QvUserLib settings\""},

@@ -821,6 +821,16 @@ TEST_F(KitFileSenderTest, SendsRequestsOfTheSizeAndTheRest) {
     EXPECT_EQ(1.0, sender.GetProgress().GetDone());
 }
 
+TEST_F(KitFileSenderTest, AFileOfOneByteIsDoneWithIt) {
+    FileSender sender(*channel_, {Make("a"), 3, milliseconds(10)}, stop_);
+    sender.Start();
+
+    EXPECT_EQ("a", server_.Read());
+    EXPECT_TRUE(sender.WaitFor(kNoLimit));
+
+    EXPECT_EQ(1.0, sender.GetProgress().GetDone());
+}
+
 TEST_F(KitFileSenderTest, AnEmptyFileTakesNoRequest) {
     FileSender sender(*channel_, {Make(""), 3, milliseconds(10)}, stop_);
     sender.Start();

@@ -32,7 +32,6 @@ using QvTests::ToolProcess;
 using QvTests::WriteBytes;
 using testing::Contains;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::StartsWith;
 
 // On standard error with --verbose, when reads are about to be sent.

@@ -256,6 +256,7 @@ TEST_F(QvctlTest, GetPrintsControlCharactersAsSetTakesThem) {
     ASSERT_EQ(0u, Qvctl({"set", line}).exitCode);
 
     EXPECT_EQ(line + "\n", Get("Notes"));
+    // NOLINTNEXTLINE(misc-misleading-bidirectional)
     EXPECT_EQ("a\nb\x7F C:\\temp \\u000a \xE2\x80\xAE",
               Qvctl({"get", "Notes", "--json"}).Json()["values"]["Notes"]);
 }
