@@ -186,13 +186,11 @@ void SettingsPoller::Start() {
     thread_->Start([state = state_] { state->Run(); });
 }
 
+// The thread is waited for when it is destroyed.
 SettingsPoller::~SettingsPoller() {
-    {
-        const State::Guard guard(state_->lock);
-        state_->isEnded = true;
-        state_->lock.WakeAll();
-    }
-    thread_->Wait();
+    const State::Guard guard(state_->lock);
+    state_->isEnded = true;
+    state_->lock.WakeAll();
 }
 
 void SettingsPoller::Look() {

@@ -322,6 +322,12 @@ TEST(KitSettingTest, AValueIsItsNumberTextOrEntry) {
     EXPECT_EQ("6 dB", setting.DescribeWithUnit(6LL));
     EXPECT_EQ("0 to 1", setting.DescribeRange());
 
+    setting.unit = QvKit::kHexadecimalUnit;
+    EXPECT_EQ("0x0", setting.ToText(0LL));
+    EXPECT_EQ("0x1f", setting.ToText(31LL));
+    EXPECT_EQ("0x7fffffffffffffff", setting.DescribeWithUnit(std::numeric_limits<long long>::max()));
+    EXPECT_EQ("-1", setting.ToText(-1LL));
+
     setting.type = SettingType::String;
     EXPECT_EQ(kJapanese, setting.ToText(QvKit::FromUtf8(kJapanese)));
     setting.maximum = 64;

@@ -905,6 +905,7 @@ public:
     void CancelAll() override {}
 
     std::deque<Request::Outcome> outcomes;
+    int fillings = 0;
     std::function<void()> onTake = [] {};
 
 private:
@@ -912,7 +913,10 @@ private:
     public:
         ScriptedRequest(ScriptedChannel& aChannel, std::size_t aCapacity)
             : channel_(aChannel), buffer_(aCapacity) {}
-        unsigned char* GetBuffer() override { return buffer_.data(); }
+        unsigned char* GetBuffer() override {
+            ++channel_.fillings;
+            return buffer_.data();
+        }
         std::size_t GetCapacity() const override { return buffer_.size(); }
         void Read(std::size_t) override {}
         void Write(std::size_t) override {}
@@ -970,6 +974,18 @@ TEST_F(KitFileSenderTest, StopsWhileADeviceIsBusy) {
 
     EXPECT_FALSE(sender.GetError().has_value());
     EXPECT_EQ(0u, sender.GetRequests());
+}
+
+TEST_F(KitFileSenderTest, AfterAStopTheRestOfTheFileIsNotRead) {
+    ScriptedChannel channel;
+    channel.outcomes = {{0, 3}};
+    channel.onTake = [&] { stop_.Request(); };
+    FileSender sender(channel, {Make(std::string(300, 'x')), 3, milliseconds(10)}, stop_);
+    sender.Start();
+    EXPECT_TRUE(sender.WaitFor(kNoLimit));
+
+    EXPECT_EQ(1u, sender.GetRequests());
+    EXPECT_LT(channel.fillings, 10);
 }
 
 TEST_F(KitFileSenderTest, ADeviceThatTakesOnlyAPartIsAnError) {
