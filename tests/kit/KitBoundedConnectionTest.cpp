@@ -277,6 +277,11 @@ TEST_F(KitBoundedConnectionTest, RequestsReachTheDeviceAndItsAnswersTheCaller) {
                 IsBareCode(Code::Success));
     EXPECT_EQ("answer", buffer.Text());
     EXPECT_TRUE(connection_->IsConnected());
+
+    server_.Write("1");
+    EXPECT_THAT(connection_->Read(buffer.bytes.data(), 1, &buffer.size, nullptr),
+                IsBareCode(Code::Success));
+    EXPECT_EQ("1", buffer.Text());
 }
 
 TEST_F(KitBoundedConnectionTest, InputAndOutputOfOneRequestAreApart) {

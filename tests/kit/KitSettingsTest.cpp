@@ -325,7 +325,8 @@ TEST(KitSettingTest, AValueIsItsNumberTextOrEntry) {
     setting.unit = QvKit::kHexadecimalUnit;
     EXPECT_EQ("0x0", setting.ToText(0LL));
     EXPECT_EQ("0x1f", setting.ToText(31LL));
-    EXPECT_EQ("0x7fffffffffffffff", setting.DescribeWithUnit(std::numeric_limits<long long>::max()));
+    EXPECT_EQ("0x7fffffffffffffff",
+              setting.DescribeWithUnit(std::numeric_limits<long long>::max()));
     EXPECT_EQ("-1", setting.ToText(-1LL));
 
     setting.type = SettingType::String;
