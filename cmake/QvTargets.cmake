@@ -52,7 +52,8 @@ function(qv_link_image target)
     )
 endfunction()
 
-# qv_configure_target(TARGET DESCRIPTION): what all our DLLs and programs share.
+# qv_configure_target(TARGET DESCRIPTION): what all our DLLs and programs share. Static libraries only
+# need qv_configure_compilation.
 function(qv_configure_target target description)
     qv_configure_compilation(${target})
     if(MSVC)

@@ -28,7 +28,7 @@ function(qv_add_guarded_objects dll name)
                           ${PROJECT_SOURCE_DIR}/base/src
     )
     # A block may end at any byte, and so begins at any that its size admits.
-    qv_configure_target(${static} "QvUserLib static objects of ${dll}")
+    qv_configure_compilation(${static})
     target_compile_options(${static} PRIVATE -O2 -fno-delete-null-pointer-checks -faligned-new=8)
     if(QV_SANITIZE_UNDEFINED)
         target_compile_options(${static} PRIVATE -fno-sanitize=alignment)
@@ -61,7 +61,7 @@ target_include_directories(
 )
 # The compiler must not take these functions for the ones that it knows.
 target_compile_options(QvGuardedHeap PRIVATE -fno-builtin)
-qv_configure_target(QvGuardedHeap "QvUserLib guarded heap for tests")
+qv_configure_compilation(QvGuardedHeap)
 
 add_library(QvGuardedMain STATIC GuardedMain.cpp)
 target_include_directories(
@@ -69,7 +69,7 @@ target_include_directories(
                           ${PROJECT_SOURCE_DIR}/base/include
 )
 target_link_libraries(QvGuardedMain PUBLIC QvGuardedHeap GTest::gmock)
-qv_configure_target(QvGuardedMain "QvUserLib guarded tests")
+qv_configure_compilation(QvGuardedMain)
 
 # What the tests link beside the libraries, without the DLLs that CMake would add. The libraries need
 # each other, so all of them are searched until nothing is missing.
