@@ -5,7 +5,8 @@
 The mistakes go into a copy of the sources in build/mutants, with a build directory of its own. A
 mistake that does not compile without a warning does not count. The tests are the programs that
 contain the source, or for the library the unit tests, those first that noticed a mistake in it
-before. A mistake is noticed when one of them fails, crashes or hangs. Tests on devices come last.
+before. A mistake is noticed when one of them fails, crashes or hangs. Tests on devices come last,
+and after them the one that lets every call fail.
 kit/driver/ is left out, because a mistake in it could spoil the installation that other tests use.
 
 scripts/unnoticed-mistakes.tsv lists mistakes that need not be planted, with the reason.
@@ -34,6 +35,8 @@ ALLOWED = 0.05
 
 Mistake = collections.namedtuple("Mistake", "file line before after")
 Program = collections.namedtuple("Program", "name is_for_kit needs_device")
+
+LAST_PROGRAM = Program("FailingCallsTest", is_for_kit=True, needs_device=True)
 
 EXCHANGES = {
     " == ": (" != ",), " != ": (" == ",),
@@ -121,7 +124,7 @@ class Tests:
 
     def __init__(self):
         self.programs = [program for folder in ("tests/base", "tests/src", "tests/kit")
-                         for program in list_programs(folder)]
+                         for program in list_programs(folder)] + [LAST_PROGRAM]
         self.limits = {}   # In seconds, by program.
         self.last = {}     # The program that noticed the last mistake in a source.
         self.functions = {}  # By source.
@@ -160,11 +163,13 @@ class Tests:
         name = pathlib.Path(file).stem
         programs = [program for program in self.programs if self.is_about(program, file)]
         return sorted(programs, key=lambda program: (
-            program.name != self.last.get(file), program.needs_device,
+            program.name != self.last.get(file), program is LAST_PROGRAM, program.needs_device,
             not program.name.removeprefix("Kit").startswith(name[:6])))
 
     def is_about(self, program, file):
         """Whether the program contains the source, or uses the library that does."""
+        if program is LAST_PROGRAM:
+            return True
         if not file.startswith("kit/"):
             return not program.is_for_kit
         if file not in self.functions:

@@ -60,6 +60,7 @@ std::size_t SystemFile::Read(unsigned char* aBuffer, std::size_t aSize) {
     const BOOL done = ::ReadFile(handle_.Get(), aBuffer, static_cast<DWORD>(aSize), &size,
                                  /*lpOverlapped=*/nullptr);
     const DWORD error = ::GetLastError();
+    if (!done && error == ERROR_BROKEN_PIPE) return 0;  // The end of a pipe.
     if (!done) throw FileError("read", path_, error);
     return size;
 }

@@ -9,11 +9,13 @@
 #include <algorithm>
 #include <functional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "FakeDevice.h"
 #include "ImportPatch.h"
 #include "KitTestSupport.h"
+#include "PipeServer.h"
 #include "QvKit/Difference.h"
 #include "QvKit/Profile.h"
 #include "QvKit/Text.h"
@@ -41,6 +43,7 @@ using QvTests::kJapanese;
 using QvTests::kSize;
 using QvTests::kSlowFast;
 using QvTests::MessageOf;
+using QvTests::PipeServer;
 using QvTests::Record;
 using QvTests::TemporaryDirectory;
 using QvTests::Text;
@@ -288,6 +291,23 @@ TEST(KitProfileFileTest, ASavedFileIsOpenedAndNothingElseIsLeftBehind) {
     WIN32_FIND_DATAA found;
     const HANDLE search = ::FindFirstFileA(directory.File("*.tmp").c_str(), &found);
     EXPECT_EQ(INVALID_HANDLE_VALUE, search);
+}
+
+TEST(KitProfileFileTest, AProfileComesInPiecesFromAPipe) {
+    const std::string json = Json("{\"name\":\"A\",\"type\":\"integer\",\"value\":7}");
+    PipeServer server;
+    std::thread writer([&] {
+        server.AwaitClient();
+        server.Write(json.substr(0, 30));
+        server.Write(json.substr(30));
+        server.Close();
+    });
+
+    const Profile profile = Profile::Open(server.Name());
+    writer.join();
+
+    ASSERT_THAT(profile.settings, SizeIs(1));
+    EXPECT_EQ(Value(7LL), profile.settings.front().value);
 }
 
 TEST(KitProfileFileTest, WhatCouldNotBeReadAgainIsNotWritten) {
