@@ -36,6 +36,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::Field;
+using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 using testing::SizeIs;
@@ -221,6 +222,24 @@ TEST(KitDeviceFactsTest, WineCannotRestartDevices) {
 
     EXPECT_EQ("cannot restart 'ROOT\\QVSAMPLE\\0000': this system cannot restart devices",
               MessageOf([] { QvKit::RestartDevice("root\\qvsample\\0000"); }));
+}
+
+BOOL WINAPI TakeRequest(HDEVINFO, SP_DEVINFO_DATA*, SP_CLASSINSTALL_HEADER*, DWORD) { return TRUE; }
+BOOL WINAPI DoRequest(DI_FUNCTION, HDEVINFO, SP_DEVINFO_DATA*) { return TRUE; }
+
+BOOL WINAPI AskForRestart(HDEVINFO, SP_DEVINFO_DATA*, SP_DEVINSTALL_PARAMS_W* aParameters) {
+    aParameters->Flags |= DI_NEEDREBOOT;
+    return TRUE;
+}
+
+TEST(KitDeviceFactsTest, ADeviceThatTheSystemCannotStopIsInUse) {
+    const ImportPatch request("SetupDiSetClassInstallParamsW", &TakeRequest, nullptr);
+    const ImportPatch call("SetupDiCallClassInstaller", &DoRequest, nullptr);
+    const ImportPatch parameters("SetupDiGetDeviceInstallParamsW", &AskForRestart, nullptr);
+    ASSERT_TRUE(request.IsActive() && call.IsActive() && parameters.IsActive());
+
+    EXPECT_THAT(MessageOf([] { QvKit::RestartDevice(kFirst); }),
+                HasSubstr("it cannot be stopped now"));
 }
 
 TEST_F(KitRealDeviceTest, PropertiesOfTheSystemAreRead) {

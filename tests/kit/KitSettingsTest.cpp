@@ -547,6 +547,21 @@ TEST(KitValueTest, EveryCharacterComesBackFromItsEscapedText) {
     }
 }
 
+TEST(KitValueTest, WhatMovesTheCursorOrReordersTheLineIsEscaped) {
+    FakeDevice device;
+    device.AddText();
+    const std::wstring first = L"\x1\x7F\x200E\x2028\x2066";
+    const std::wstring last = L"\x1F\x9F\x200F\x202E\x2069";
+    const std::wstring outside = L"\x20\x7E\xA0\x200D\x2010\x2027\x202F\x2065\x206A";
+    const auto escape = [&](const std::wstring& aText) {
+        return Snapshot(device).Find("Text")->ToEscapedText(aText);
+    };
+
+    EXPECT_EQ("\\u0001\\u007f\\u200e\\u2028\\u2066", escape(first));
+    EXPECT_EQ("\\u001f\\u009f\\u200f\\u202e\\u2069", escape(last));
+    EXPECT_EQ(QvKit::ToUtf8(outside), escape(outside));
+}
+
 TEST(KitValueTest, AZeroInATextIsRefused) {
     FakeDevice device;
     device.AddText();
