@@ -1017,6 +1017,30 @@ TEST_F(KitStreamReaderTest, AReadThatHoldsOnlyAPartOfWhatThereIsCounts) {
     EXPECT_EQ(14u, taken);
 }
 
+TEST_F(KitStreamReaderTest, ADeviceThatAbortsAReadByItselfIsAnError) {
+    ScriptedChannel channel;
+    channel.outcomes = {{ERROR_OPERATION_ABORTED, 0}};
+    StreamReader reader(channel, kFormat, Settings(), stop_);
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    ASSERT_TRUE(reader.GetError().has_value());
+    EXPECT_THAT(reader.GetError()->what(), StartsWith("reading from the device failed: error 995"));
+}
+
+TEST_F(KitStreamReaderTest, WhatHasComeBesideReadsThatAreCancelledCounts) {
+    ScriptedChannel channel;
+    channel.outcomes = {{0, 5}, {0, 5}, {ERROR_OPERATION_ABORTED, 0}, {0, 4}};
+    channel.onTake = [&] { stop_.Request(); };
+    const QvKit::RawFormat raw;
+    StreamReader reader(channel, raw, Settings(), stop_);
+    reader.Start();
+    EXPECT_TRUE(reader.WaitFor(kNoLimit));
+
+    EXPECT_FALSE(reader.GetError().has_value());
+    EXPECT_EQ(14u, reader.GetAccount().GetBytes());
+}
+
 TEST_F(KitStreamReaderTest, ReadsWithoutBytesAreSilence) {
     ManualClock clock;
     ScriptedChannel channel;

@@ -70,6 +70,17 @@ TEST(KitControlCodeTest, OtherTextsAreWrongUse) {
     }
 }
 
+TEST(KitControlCodeTest, AWrongPartIsNamedWithWhatIsPossible) {
+    const auto mistake = [](const char* aText) {
+        return QvTests::MessageOf([&] { (void)QvKit::ParseControlCode(aText); });
+    };
+
+    EXPECT_EQ("'x' is no device type, a number from 0 to 0xffff", mistake("x:0:0:0"));
+    EXPECT_EQ("'4096' is no function, a number from 0 to 0xfff", mistake("0:4096:0:0"));
+    EXPECT_EQ("'x' is no method: buffered, in-direct, out-direct or neither", mistake("0:0:x:0"));
+    EXPECT_EQ("'x' is no access: any, read, write or read-write", mistake("0:0:0:x"));
+}
+
 // Errors
 
 TEST(KitErrorTest, RefusalsAreTheMessageTogether) {

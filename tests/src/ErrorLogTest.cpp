@@ -759,6 +759,17 @@ TEST_F(ErrorLogTest, MessageOfAnyConversionIsCutAfter1023Characters) {
     }
 }
 
+TEST_F(ErrorLogTest, MessageWithoutArgumentsIsCutAfter1023Characters) {
+    for (const int length : {1022, 1023, 1024, 5000}) {
+        SCOPED_TRACE(length);
+        const std::string message = std::string(length - 1, 'x') + "y";
+        va_list none = nullptr;
+        EXPECT_THAT(log_.WriteErrorArg(Result(5), kLabel, kLine, message.c_str(), none),
+                    IsBareCode(Code::NotSet));
+        EXPECT_EQ("5: " + message.substr(0, kMaxComposed), LastError());
+    }
+}
+
 TEST_F(ErrorLogTest, LongFileLeavesLessRoomForTheMessage) {
     const std::string file(900, 'f');
     Open();
