@@ -31,7 +31,7 @@ expect_refusal() {
     echo "(exit code $code)"
 }
 
-scripts/build.sh mingw qvctl QvSampleDriver
+scripts/build.sh --without-log4cxx mingw qvctl QvSampleDriver
 
 use_wine "$PWD/build/mingw"
 trap stop_wine EXIT
