@@ -271,6 +271,11 @@ TEST(KitProfileTest, WhatIsTooMuchIsRefused) {
                 EndsWith("the text is too long"));
 }
 
+TEST(KitProfileTest, AMessageIsOneLine) {
+    EXPECT_EQ("'x.json', line 1, column 12: 'a b?' is there a second time",
+              MistakeIn("{\"a b\\n\":1,\"a b\\n\":1}"));
+}
+
 TEST(KitProfileTest, AMessageDoesNotRepeatALongText) {
     const std::string name = "first" + std::string(9995, 'x');
 

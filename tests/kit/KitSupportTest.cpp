@@ -114,6 +114,8 @@ TEST(KitErrorTest, WithoutASeparateReasonTheMessageIsIt) {
 TEST(KitErrorTest, ACodeWithoutWordsStandsAlone) {
     EXPECT_THAT(QvKit::SystemText(0x2FFFFFFF), IsEmpty());
     EXPECT_EQ("error 805306367", QvKit::SystemErrorText(0x2FFFFFFF));
+    EXPECT_EQ("error 2147483647", QvKit::SystemErrorText(0x7FFFFFFF));
+    EXPECT_EQ("error 0x80000000", QvKit::SystemErrorText(0x80000000).substr(0, 16));
 }
 
 // Texts
@@ -158,6 +160,11 @@ TEST(KitSpellingTest, AWordWithAMistakeIsFound) {
     EXPECT_EQ("stream", QvKit::FindNearestWord("strea", known));
     EXPECT_EQ("set", QvKit::FindNearestWord("sett", known));
     EXPECT_EQ("SamplingInterval", QvKit::FindNearestWord("samplinginteval", known));
+}
+
+TEST(KitSpellingTest, ALetterInTheOtherCaseIsNoMistake) {
+    EXPECT_EQ("AZAZAZ", QvKit::FindNearestWord("azazaz", {"AZAZAZ"}));
+    EXPECT_EQ("", QvKit::FindNearestWord("@[@[@[", {"`{`{`{"}));
 }
 
 TEST(KitSpellingTest, AWordThatIsNotNearIsNotFound) {
