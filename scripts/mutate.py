@@ -141,7 +141,8 @@ class Tests:
         self.install_devices()
         for program in self.programs:
             begin = time.monotonic()
-            if not self.is_passed(program):
+            # Wine does not start a program once in some thousand times.
+            if not self.is_passed(program) and not self.is_passed(program):
                 sys.exit(f"error: {program.name} fails without a mistake")
             self.limits[program.name] = 10 + 5 * int(time.monotonic() - begin)
             self.images[program.name] = (BUILD / f"bin/{program.name}.exe").read_bytes()
