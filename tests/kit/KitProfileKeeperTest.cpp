@@ -137,6 +137,19 @@ TEST_F(KitProfileKeeperTest, ADeviceThatDoesNotOpenIsReportedWhenThePatienceIsOv
     EXPECT_GE(time.GetTime(), options.patience);
 }
 
+TEST_F(KitProfileKeeperTest, ADeviceThatWasGivenUpIsNotReportedAgain) {
+    KeepOptions options;
+    options.patience = std::chrono::milliseconds(1);
+    Keep(ProfileOf("Gain", "12"), options);
+    system_.Plug(kNowhere);
+    recorder_.Await(1);
+
+    system_.Plug(L"\\\\?\\root#elsewhere#0");
+
+    EXPECT_THAT(recorder_.Await(2),
+                ElementsAre(HasSubstr("root#nowhere"), HasSubstr("root#elsewhere")));
+}
+
 TEST_F(KitProfileKeeperTest, ADeviceThatGoesBeforeItOpensIsReportedAtOnce) {
     KeepOptions options;
     options.patience = std::chrono::hours(1);
