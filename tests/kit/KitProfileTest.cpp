@@ -306,6 +306,7 @@ TEST(KitProfileFileTest, AProfileComesInPiecesFromAPipe) {
     std::thread writer([&] {
         server.AwaitClient();
         server.Write(json.substr(0, 30));
+        server.AwaitReader();
         server.Write(json.substr(30));
         server.Close();
     });

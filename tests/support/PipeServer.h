@@ -64,6 +64,9 @@ public:
                written == aData.size();
     }
 
+    /// Waits until the client has read all that was written.
+    void AwaitReader() const { EXPECT_TRUE(::FlushFileBuffers(handle_.Get())); }
+
     /// The next message, which is waited for.
     std::string Read() const {
         std::string data(65536, '\0');
